@@ -1,0 +1,82 @@
+# Compiler settings of the whole tree and the few kinds of target that it is made of.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+# Binaries find each other relative to themselves, so that a build tree can be moved.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
+# The client bundle: program, shared libraries and plug-ins where an installed one has them.
+set(MOVARA_APP_CONTENTS ${PROJECT_BINARY_DIR}/meeting.app/Contents)
+
+add_library(movara_settings INTERFACE)
+target_include_directories(movara_settings INTERFACE ${PROJECT_SOURCE_DIR}
+                                                     ${PROJECT_SOURCE_DIR}/include)
+target_compile_options(
+  movara_settings
+  INTERFACE -Wall
+            -Wextra
+            -Wpedantic
+            -Wconversion
+            -Wsign-conversion
+            -Wshadow
+            -Wformat=2
+            -Wnon-virtual-dtor
+            -Woverloaded-virtual
+            -Wold-style-cast
+            -Wcast-qual
+            -Wnull-dereference
+            -Wdouble-promotion
+            -Wimplicit-fallthrough
+            -Werror)
+target_link_options(movara_settings INTERFACE -Wl,-z,defs)
+if(MOVARA_SANITIZE)
+  target_compile_options(movara_settings INTERFACE -fsanitize=${MOVARA_SANITIZE}
+                                                   -fno-omit-frame-pointer
+                                                   -fno-sanitize-recover=all)
+  target_link_options(movara_settings INTERFACE -fsanitize=${MOVARA_SANITIZE})
+endif()
+if(MOVARA_SANITIZE)
+  # The optimiser's view of instrumented code gives false alarms for this one.
+  target_compile_options(movara_settings INTERFACE -Wno-null-dereference)
+endif()
+
+# A shared library in the client bundle's frameworks folder.
+function(movara_framework name)
+  add_library(${name} SHARED ${ARGN})
+  target_link_libraries(${name} PRIVATE movara_settings)
+  target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR})
+  set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY
+                                           ${MOVARA_APP_CONTENTS}/Frameworks)
+endfunction()
+
+# A plug-in bundle NAME.bundle whose code exports what the version script EXPORTS lists.
+function(movara_bundle name)
+  cmake_parse_arguments(ARG "" "EXPORTS" "SOURCES" ${ARGN})
+  add_library(${name}_bundle MODULE ${ARG_SOURCES})
+  target_link_libraries(${name}_bundle PRIVATE movara_settings)
+  target_link_options(${name}_bundle PRIVATE -Wl,--version-script=${ARG_EXPORTS})
+  set_target_properties(
+    ${name}_bundle
+    PROPERTIES OUTPUT_NAME ${name}
+               PREFIX ""
+               SUFFIX ""
+               LINK_DEPENDS ${ARG_EXPORTS}
+               LIBRARY_OUTPUT_DIRECTORY
+               ${MOVARA_APP_CONTENTS}/PlugIns/${name}.bundle/Contents/Linux)
+endfunction()
+
+# A test program; every case becomes a CTest test.
+function(movara_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES;DEPENDS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE movara_settings ${ARG_LIBRARIES} GTest::gmock_main)
+  if(ARG_DEPENDS)
+    add_dependencies(${name} ${ARG_DEPENDS})
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+endfunction()

@@ -1,0 +1,31 @@
+// Slot arithmetic for the host contract.
+//
+// The interfaces of this folder are called through their virtual tables by binaries that were built
+// apart, so the position of every function is part of the contract. Never reorder, never insert.
+//
+// Thread and state tags used at the end of each function's comment:
+//   [main-thread]      only the thread that runs the main run loop
+//   [delivery-thread]  one of the capture framework's delivery threads
+//   [any-thread]       no restriction
+#ifndef UCF_SLOTS_H
+#define UCF_SLOTS_H
+
+// Opens the slot count of an interface; first line of its body.
+#define UCF_SLOTS_BEGIN enum : int { kSlotBase_ = __COUNTER__ + 1 }
+
+// States the virtual-table index of the declaration that follows it, and fails to compile when a
+// declaration was added, removed or moved above it.
+#define UCF_SLOT(index) static_assert(__COUNTER__ == kSlotBase_ + (index), "slot moved")
+
+// A position that this contract leaves to the host; the module never calls it.
+#define UCF_RESERVED_SLOT(index) \
+  UCF_SLOT(index);               \
+  virtual void Reserved##index() {}
+
+#if defined(__GNUC__)
+#define UCF_INTERFACE __attribute__((visibility("default")))
+#else
+#define UCF_INTERFACE
+#endif
+
+#endif  // UCF_SLOTS_H

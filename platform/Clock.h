@@ -1,0 +1,41 @@
+// The monotonic clock that run loops read. Tests put a ManualClock in its place and step it.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+
+#include "platform/Export.h"
+
+namespace platform {
+
+using Duration = std::chrono::nanoseconds;
+using TimePoint = std::chrono::steady_clock::time_point;
+
+// Seconds as the platform's interfaces take them.
+inline Duration seconds(double value) {
+  return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(value));
+}
+
+class PLATFORM_API Clock {
+ public:
+  virtual ~Clock();
+  virtual TimePoint now() const = 0;  // [any-thread]
+};
+
+class PLATFORM_API SteadyClock final : public Clock {
+ public:
+  TimePoint now() const override;
+};
+
+// Stands still until advanced. A run loop on it never sleeps for a deadline: drive it with
+// RunLoop::runReady.
+class PLATFORM_API ManualClock final : public Clock {
+ public:
+  TimePoint now() const override;
+  void advance(Duration step);  // [any-thread]
+
+ private:
+  std::atomic<Duration::rep> elapsed_{0};
+};
+
+}  // namespace platform
