@@ -89,6 +89,8 @@ class CAVPlayer : public CPlayerBase, public RefObject {
 
  private:
   bool isSource() { return getStreamType() == MM_MEDIASTREAMING_CHANNEL_SOURCE; }
+  bool hasSoundOnly();  // as far as the bridge knows
+  bool isNBRMode();     // playing back a recording
 
   std::shared_ptr<avcapture::KTVideoPlayer> m_pVideoPlayer;
   std::shared_ptr<avcapture::LUMAVCaptureSession> m_pCaptureSession;
