@@ -17,7 +17,7 @@ int violated(const char* message, int error) {
 }
 
 // For violations after which the destination is known to be valid: no stale bytes stay in it.
-int violatedAfterClearing(void* dest, rsize_t dmax, const char* message, int error) {
+int violatedAfterClearing(void* dest, std::uint32_t dmax, const char* message, int error) {
   mem_prim_set(dest, dmax, 0);
   return violated(message, error);
 }
@@ -41,7 +41,7 @@ void invoke_safe_lib_constraint_handler(const char* message, void* ptr, int erro
   if (current_constraint_handler != nullptr) current_constraint_handler(message, ptr, error);
 }
 
-int strcasecmp_s(const char* dest, rsize_t dmax, const char* src, int* indicator) {
+int strcasecmp_s(const char* dest, std::uint32_t dmax, const char* src, int* indicator) {
   if (indicator == nullptr) {
     return violated("strcasecmp_s: indicator is null", SAFE_LIB_ERR_NULL);
   }
@@ -52,7 +52,7 @@ int strcasecmp_s(const char* dest, rsize_t dmax, const char* src, int* indicator
 
   // The count is looked at only after the terminators, so a string of exactly dmax characters is
   // accepted when its terminator follows.
-  for (rsize_t remaining = dmax; *dest != '\0' && *src != '\0'; --remaining, ++dest, ++src) {
+  for (std::uint32_t remaining = dmax; *dest != '\0' && *src != '\0'; --remaining, ++dest, ++src) {
     if (remaining == 0) {
       return violated("strcasecmp_s: dest is unterminated", SAFE_LIB_ERR_UNTERMINATED);
     }
@@ -62,7 +62,7 @@ int strcasecmp_s(const char* dest, rsize_t dmax, const char* src, int* indicator
   return 0;
 }
 
-int memmove_s(void* dest, rsize_t dmax, const void* src, rsize_t smax) {
+int memmove_s(void* dest, std::uint32_t dmax, const void* src, std::uint32_t smax) {
   if (dest == nullptr) return violated("memmove_s: dest is null", SAFE_LIB_ERR_NULL);
   if (dmax == 0) return violated("memmove_s: dmax is 0", SAFE_LIB_ERR_ZERO_LENGTH);
   if (dmax >= SAFE_LIB_MAX_MEM) {

@@ -7,8 +7,6 @@
 
 #define SAFELIB_API __attribute__((visibility("default")))
 
-using rsize_t = std::uint32_t;
-
 // Error codes; 0 is success.
 inline constexpr int SAFE_LIB_ERR_NULL = 400;          // a required pointer is null
 inline constexpr int SAFE_LIB_ERR_ZERO_LENGTH = 401;   // a length is 0
@@ -16,7 +14,7 @@ inline constexpr int SAFE_LIB_ERR_TOO_LARGE = 403;     // a length is above its 
 inline constexpr int SAFE_LIB_ERR_UNTERMINATED = 407;  // no terminator within dmax characters
 
 // memmove_s takes destinations smaller than this, in bytes.
-inline constexpr rsize_t SAFE_LIB_MAX_MEM = 0x10000000;
+inline constexpr std::uint32_t SAFE_LIB_MAX_MEM = 0x10000000;
 
 extern "C" {
 
@@ -33,9 +31,9 @@ SAFELIB_API void invoke_safe_lib_constraint_handler(const char* message, void* p
 
 // Compares at most `dmax` characters of `dest` with `src`, ignoring case. `*indicator` receives 0
 // when equal, a negative number when `dest` sorts first, a positive one when it sorts after.
-SAFELIB_API int strcasecmp_s(const char* dest, rsize_t dmax, const char* src, int* indicator);
+SAFELIB_API int strcasecmp_s(const char* dest, std::uint32_t dmax, const char* src, int* indicator);
 
 // Moves `smax` bytes into a buffer of `dmax` bytes; the areas may overlap. Where only the source or
 // its length is at fault the destination is cleared.
-SAFELIB_API int memmove_s(void* dest, rsize_t dmax, const void* src, rsize_t smax);
+SAFELIB_API int memmove_s(void* dest, std::uint32_t dmax, const void* src, std::uint32_t smax);
 }
