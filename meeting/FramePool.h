@@ -1,0 +1,67 @@
+// Pictures on their way to attendees: copied once, shared by all of them, reused. The number of
+// frames is fixed; nothing is allocated once each has been used at the stream's size. [any-thread]
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "meeting/MultimediaPlatform.h"
+
+namespace meeting {
+
+struct FramePoolCore;
+
+// Immutable while more than one reference exists.
+struct Frame {
+  std::uint64_t timestampMs = 0;
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t bytesPerRow = 0;
+  std::vector<std::uint8_t> pixels;
+
+ private:
+  friend class FrameRef;
+  friend class FramePool;
+  std::atomic<int> references_{0};
+  std::shared_ptr<FramePoolCore> home_;  // set while in use
+};
+
+// A counted reference; the last one gives the frame back to its pool.
+class FrameRef {
+ public:
+  FrameRef() = default;
+  FrameRef(const FrameRef& other) noexcept;
+  FrameRef(FrameRef&& other) noexcept : frame_(std::exchange(other.frame_, nullptr)) {}
+  FrameRef& operator=(FrameRef other) noexcept {
+    std::swap(frame_, other.frame_);
+    return *this;
+  }
+  ~FrameRef();
+
+  explicit operator bool() const { return frame_ != nullptr; }
+  const Frame* operator->() const { return frame_; }
+
+ private:
+  friend class FramePool;
+  explicit FrameRef(Frame* frame) : frame_(frame) {}
+  Frame* frame_ = nullptr;
+};
+
+class FramePool {
+ public:
+  explicit FramePool(std::size_t capacity);
+
+  // A copy of the picture, or nothing when every frame is in use.
+  FrameRef copyOf(const VideoSample& sample);
+  // Frames may outlive the pool.
+  void setCapacity(std::size_t capacity);
+
+ private:
+  std::shared_ptr<FramePoolCore> core_;
+};
+
+}  // namespace meeting

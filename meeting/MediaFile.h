@@ -1,0 +1,14 @@
+// The file to share, looked at before anything else is started. [any-thread]
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "meeting/ExitStatus.h"
+
+namespace meeting {
+
+// Why the file cannot be shared, as far as the file system tells.
+std::optional<Failure> checkMediaFile(const std::string& path);
+
+}  // namespace meeting

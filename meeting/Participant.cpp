@@ -1,0 +1,121 @@
+#include "meeting/Participant.h"
+
+#include <utility>
+
+#include "mmp/Enumerations.h"
+#include "platform/RunLoop.h"
+
+namespace meeting {
+
+namespace {
+
+constexpr tagUCFRect kViewRect{0, 0, 960, 540};
+constexpr platform::Rect kViewFrame{{0, 0}, {960, 540}};
+
+constexpr unsigned long messageOf(const tagMSVideoQuality&) {
+  return MM_MEDIASTREAMING_MSSTATUS_VIDEOQUALITY_INDICATE;
+}
+constexpr unsigned long messageOf(const tagMSPlayPosition&) {
+  return MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION;
+}
+constexpr unsigned long messageOf(const tagMSPlayStatus&) {
+  return MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_STATUS;
+}
+constexpr unsigned long messageOf(const tagMSChannelStatus&) {
+  return MM_MEDIASTREAMING_MSSTATUS_CHANNEL_STATUS;
+}
+constexpr unsigned long messageOf(const tagMSVideoInfo&) {
+  return MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION;
+}
+
+template <class Face>
+Face* face(IUCFObjectBase& object, UCFInterfaceID id) {
+  void* out = nullptr;
+  return object.GetUCFInterface(id, &out) == UCF_OK ? static_cast<Face*>(out) : nullptr;
+}
+
+}  // namespace
+
+Participant::Participant(Setup setup, Conference& conference, MessageCounts& counts)
+    : setup_(std::move(setup)),
+      conference_(conference),
+      counts_(counts),
+      runtime_(setup_.runtime, *this, conference),
+      view_(std::make_shared<platform::View>(kViewFrame)) {}
+
+Participant::~Participant() { close(); }
+
+void Participant::connect(std::unique_ptr<PlatformPort> port) {
+  port_ = std::move(port);
+  router_ = std::make_unique<Router>(conference_, *port_, counts_);
+  container_ = std::make_unique<Container>(setup_.filePath, runtime_, *router_);
+}
+
+bool Participant::open(const PluginModule& module) {
+  object_ = module.createInstance(*container_, setup_.name, 0, setup_.filePath);
+  if (object_ == nullptr) return false;
+  objectRuntime_ = face<IUCFObjectRuntime>(*object_, UCF_IID_OBJECT_RUNTIME);
+  objectRouter_ = face<IUCFMsgRouter>(*object_, UCF_IID_OBJECT_MSG_ROUTER);
+  tagUCFRect rect = kViewRect;
+  const bool opened = objectRuntime_ != nullptr && objectRouter_ != nullptr &&
+                      object_->CreateActiveUI(view_.get(), &rect) == UCF_OK;
+  if (!opened) close();
+  return opened;
+}
+
+void Participant::close() {
+  conference_.remove(setup_.userId);
+  objectRuntime_ = nullptr;
+  objectRouter_ = nullptr;
+  if (object_ != nullptr) std::exchange(object_, nullptr)->Release();
+}
+
+std::shared_ptr<avcapture::KTVideoPlayer> Participant::player() const {
+  return avcapture::KTVideoPlayer::inView(*view_);
+}
+
+void Participant::postSession(UCFSessionMessage message, std::optional<std::int32_t> code) {
+  post([message, code](Participant& self) {
+    std::int32_t value = code.value_or(0);
+    self.route(MODULE_TYPE_CONF, ROUTE_TYPE_SESSION, message, code ? &value : nullptr);
+  });
+}
+
+void Participant::postCommand(Bytes data) {
+  post([data = std::move(data)](Participant& self) mutable {
+    if (self.objectRuntime_ != nullptr)
+      self.objectRuntime_->OnCommandData(data.data(), static_cast<unsigned int>(data.size()), 0, 0);
+  });
+}
+
+void Participant::postParameterData(std::uint32_t id, Bytes data) {
+  post([id, data = std::move(data)](Participant& self) mutable {
+    if (self.objectRuntime_ != nullptr)
+      self.objectRuntime_->OnParameterData(id, data.data(), static_cast<unsigned int>(data.size()));
+  });
+}
+
+void Participant::postStatus(const StatusRecord& record) {
+  post([record = StatusRecord(record)](Participant& self) mutable {
+    std::visit(
+        [&self](auto& payload) {
+          self.route(MODULE_TYPE_MMP, ROUTE_TYPE_MEDIASTREAMING, messageOf(payload), &payload);
+        },
+        record);
+  });
+}
+
+void Participant::post(std::function<void(Participant&)> work) {
+  platform::dispatchOnMainThread([weak = weak_from_this(), work = std::move(work)] {
+    if (const auto self = weak.lock()) work(*self);
+  });
+}
+
+void Participant::route(enumMODULE_TYPE from, unsigned long type, unsigned long uMsg,
+                        void* wParam) {
+  if (objectRouter_ == nullptr) return;
+  counts_.count(Direction::toObject, type, uMsg);
+  objectRouter_->RouteMessage(from, MODULE_TYPE_SVS, type, uMsg, wParam, nullptr);
+}
+
+}  // namespace meeting

@@ -1,0 +1,39 @@
+// The plug-in as the component framework knows it: a bundle with five exported functions.
+// [main-thread]
+#pragma once
+
+#include <memory>
+#include <string>
+#include <variant>
+
+#include "meeting/ExitStatus.h"
+#include "platform/Bundle.h"
+#include "ucf/Exports.h"
+
+namespace meeting {
+
+class PluginModule {
+ public:
+  // The plug-in of the bundle folder `path` (empty: movara.bundle in the program's plug-ins
+  // folder), with every export found and the interface version checked.
+  static std::variant<PluginModule, Failure> load(std::string path);
+
+  void initialize() const { initialize_(); }
+  void cleanup() const { cleanup_(); }
+  // A new object, which ends in its own Release; null when the plug-in reports failure.
+  IUCFObjectBase* createInstance(IUCFContainerBase& container, const std::string& name,
+                                 UCFCtx context, const std::string& fileName) const;
+
+ private:
+  PluginModule() = default;
+  bool findExports();
+
+  std::shared_ptr<platform::Bundle> bundle_;
+  UCFInitializeFn initialize_ = nullptr;
+  UCFCleanupFn cleanup_ = nullptr;
+  UCFCreateInstanceFn createInstance_ = nullptr;
+  UCFDeleteInstanceFn deleteInstance_ = nullptr;
+  UCFGetInterfaceVersionFn getInterfaceVersion_ = nullptr;
+};
+
+}  // namespace meeting

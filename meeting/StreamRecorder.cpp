@@ -1,0 +1,78 @@
+#include "meeting/StreamRecorder.h"
+
+#include <utility>
+
+#include "platform/RunLoop.h"
+
+namespace meeting {
+
+const char* stateName(StreamState state) {
+  switch (state) {
+    case StreamState::starting:
+      return "starting";
+    case StreamState::registered:
+      return "registered";
+    case StreamState::joined:
+      return "joined";
+    case StreamState::playing:
+      return "playing";
+    case StreamState::paused:
+      return "paused";
+    case StreamState::stopped:
+      return "stopped";
+  }
+  return "unknown";
+}
+
+StreamRecorder::StreamRecorder(std::shared_ptr<const platform::Clock> clock,
+                               std::unique_ptr<FrameMd5Writer> md5)
+    : statistics_(std::move(clock)), md5_(std::move(md5)) {}
+
+void StreamRecorder::onRegistered(std::uint64_t durationMs,
+                                  MM_MEDIASTREAMING_MEDIACONTENENT /*content*/) {
+  durationMs_ = durationMs;
+  setState(StreamState::registered);
+}
+
+void StreamRecorder::onJoined() { setState(StreamState::joined); }
+
+void StreamRecorder::onSourceStatus(MM_MEDIASTREAMING_SOURCE_STATUS status,
+                                    std::int64_t positionMs) {
+  switch (status) {
+    case MM_MEDIASTREAMING_PLAY:
+      setState(StreamState::playing);
+      statistics_.restartTiming();
+      break;
+    case MM_MEDIASTREAMING_PAUSE:
+      setState(StreamState::paused);
+      break;
+    case MM_MEDIASTREAMING_STOP:
+      setState(StreamState::stopped);
+      break;
+    default:
+      return;  // activity of the window
+  }
+  positionMs_ = positionMs;
+}
+
+void StreamRecorder::onVideoFormat(const VideoFormat& format) { video_ = format; }
+
+void StreamRecorder::onAudioFormat(const AudioFormat& format) { audio_ = format; }
+
+void StreamRecorder::onVideo(const VideoSample& sample) {
+  statistics_.video(sample);
+  if (md5_) md5_->add(sample);
+}
+
+void StreamRecorder::onAudio(const AudioSample& sample) { statistics_.audio(sample); }
+
+void StreamRecorder::onMalformed() { statistics_.malformed(); }
+
+void StreamRecorder::setState(StreamState state) {
+  state_ = state;
+  platform::dispatchOnMainThread([this, state, alive = std::weak_ptr<int>(alive_)] {
+    if (!alive.expired() && changed_) changed_(state);
+  });
+}
+
+}  // namespace meeting

@@ -1,0 +1,70 @@
+// movara-meeting: the smallest meeting that a file can be shared with.
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <variant>
+
+#include "meeting/Meeting.h"
+#include "meeting/Options.h"
+#include "meeting/Report.h"
+#include "meeting/SignalWatcher.h"
+#include "meeting/TerminalProgress.h"
+
+namespace {
+
+using meeting::ExitStatus;
+
+void complain(const std::string& line) {
+  std::fprintf(stderr, "movara-meeting: %s\n", line.c_str());
+}
+
+bool writeReport(const std::string& path, const meeting::Report& report) {
+  std::ofstream file(path, std::ios::trunc);
+  file << meeting::reportAsJson(report);
+  file.close();
+  return file.good();
+}
+
+int present(const meeting::Options& options) {
+  meeting::Meeting meeting(options);
+  meeting::Outcome outcome;
+  {
+    const meeting::SignalWatcher signals([&meeting](int signal) { meeting.interrupt(signal); });
+    outcome = meeting.run();
+  }
+  const bool shared = outcome.exitStatus == static_cast<int>(ExitStatus::shared);
+  const bool interrupted = outcome.exitStatus > 128;
+  if (!options.quiet && (shared || interrupted)) {
+    const bool bold = meeting::TerminalProgress::mayDecorate(STDOUT_FILENO);
+    std::fputs(meeting::reportAsTable(meeting.report(), bold).c_str(), stdout);
+  }
+  if (!outcome.line.empty()) complain(outcome.line);
+  if (!options.reportFile.empty() && !writeReport(options.reportFile, meeting.report())) {
+    complain("cannot write " + options.reportFile);
+    return static_cast<int>(ExitStatus::outputFailed);
+  }
+  return outcome.exitStatus;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    const auto parsed = meeting::parseOptions(argc, argv);
+    if (const auto* information = std::get_if<meeting::Information>(&parsed)) {
+      std::fputs(information->text.c_str(), stdout);
+      return static_cast<int>(ExitStatus::shared);
+    }
+    if (const auto* failure = std::get_if<meeting::Failure>(&parsed)) {
+      complain(failure->line);
+      return static_cast<int>(failure->status);
+    }
+    return present(std::get<meeting::Options>(parsed));
+  } catch (const std::exception& error) {
+    complain(error.what());
+    return static_cast<int>(ExitStatus::outputFailed);
+  }
+}
