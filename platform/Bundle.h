@@ -5,6 +5,7 @@
 // that it lies in. [any-thread]
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -36,7 +37,7 @@ class PLATFORM_API Bundle {
  private:
   explicit Bundle(std::string path);
   std::string path_;
-  void* handle_ = nullptr;
+  std::atomic<void*> handle_{nullptr};
 };
 
 }  // namespace platform

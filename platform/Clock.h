@@ -20,6 +20,8 @@ class PLATFORM_API Clock {
  public:
   virtual ~Clock();
   virtual TimePoint now() const = 0;  // [any-thread]
+  // Whether time passes while a thread sleeps, so that it can sleep until a deadline.
+  virtual bool runsByItself() const { return true; }  // [any-thread]
 };
 
 class PLATFORM_API SteadyClock final : public Clock {
@@ -28,10 +30,12 @@ class PLATFORM_API SteadyClock final : public Clock {
 };
 
 // Stands still until advanced. A run loop on it never sleeps for a deadline: drive it with
-// RunLoop::runReady.
+// RunLoop::runReady. RunLoop::runUntil on it serves what is ready and returns; RunLoop::run sleeps
+// until it is stopped, woken or given a main-thread message, and looks at the clock only then.
 class PLATFORM_API ManualClock final : public Clock {
  public:
   TimePoint now() const override;
+  bool runsByItself() const override { return false; }
   void advance(Duration step);  // [any-thread]
 
  private:

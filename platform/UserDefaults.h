@@ -7,6 +7,8 @@
 #pragma once
 
 #include <atomic>
+#include <bit>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -36,20 +38,35 @@ class PLATFORM_API UserDefaults {
   UserDefaults();
   struct Impl;
   std::unique_ptr<Impl> impl_;
-  std::atomic<unsigned> generation_{1};  // raised by every change
 };
 
-// One default of the standard defaults that is read so often that looking it up would show: a read
-// costs one atomic load while nothing has changed.
+// One default of the standard defaults that is read so often that looking it up would show: after
+// the first read, which looks it up, a read costs one atomic load. Changes come to it by
+// themselves.
 class PLATFORM_API FloatDefault {
  public:
   explicit constexpr FloatDefault(const char* key) : key_(key) {}
-  float value() const;  // [any-thread]
+  ~FloatDefault();
+  FloatDefault(const FloatDefault&) = delete;
+  FloatDefault& operator=(const FloatDefault&) = delete;
+
+  float value() const {  // [any-thread]
+    const std::uint64_t state = state_.load(std::memory_order_relaxed);
+    return (state & kKnown) != 0 ? std::bit_cast<float>(static_cast<std::uint32_t>(state))
+                                 : follow();
+  }
 
  private:
+  friend class UserDefaults;
+  static constexpr std::uint64_t kKnown = std::uint64_t{1} << 32;
+
+  float follow() const;
+  void store(float value) const {
+    state_.store(kKnown | std::bit_cast<std::uint32_t>(value), std::memory_order_relaxed);
+  }
+
   const char* key_;
-  mutable std::atomic<unsigned> generation_{0};
-  mutable std::atomic<float> value_{0.0F};
+  mutable std::atomic<std::uint64_t> state_{0};  // kKnown and, below it, the value's bits
 };
 
 }  // namespace platform

@@ -1,0 +1,79 @@
+// Messages to be sent later, or on the main thread.
+#include <algorithm>
+#include <future>
+#include <utility>
+
+#include "platform/RunLoop.h"
+#include "platform/RunLoopImpl.h"
+
+namespace platform {
+
+namespace {
+
+Mailbox& mainMailbox() { return LoopAccess::of(RunLoop::main()).mailbox; }
+
+// Taken back, a message stays out of the schedule; what it held is let go when the result ends.
+template <class Matches>
+void cancel(const Object& target, const Matches& matches) {
+  LoopAccess::of(RunLoop::current()).schedule->takeDelayed(target, matches);
+}
+
+}  // namespace
+
+void performAfterDelay(std::shared_ptr<Object> target, Selector message, Value argument,
+                       Duration delay, std::initializer_list<Mode> modes) {
+  if (!target) return;
+  RunLoop::Impl& loop = LoopAccess::of(RunLoop::current());
+  const Schedule::Entry entry = std::make_shared<ScheduledMessage>(
+      ScheduledMessage{.kind = ScheduledMessage::Kind::kDelayed,
+                       .target = std::move(target),
+                       .message = message,
+                       .argument = std::move(argument),
+                       .deadline = loop.clock->now() + std::max(delay, Duration::zero()),
+                       .modes = std::vector<std::string>(modes.begin(), modes.end())});
+  loop.schedule->add(entry);
+}
+
+void cancelPerform(const Object& target, Selector message, const Value& argument) {
+  cancel(target, [&](const ScheduledMessage& pending) {
+    return pending.message == message && pending.argument == argument;
+  });
+}
+
+void cancelPerforms(const Object& target) {
+  cancel(target, [](const ScheduledMessage&) { return true; });
+}
+
+void performOnMainThread(std::shared_ptr<Object> target, Selector message, Value argument,
+                         bool wait) {
+  if (!target) return;
+  if (!wait) {
+    mainMailbox().post([target = std::move(target), message, argument = std::move(argument)] {
+      message.send(*target, argument);
+    });
+    return;
+  }
+  if (isMainThread()) {
+    message.send(*target, argument);
+    return;
+  }
+  // Shared, because the main thread is still leaving the task when the waiting thread goes on.
+  const auto task =
+      std::make_shared<std::packaged_task<void()>>([&] { message.send(*target, argument); });
+  std::future<void> finished = task->get_future();
+  mainMailbox().post([task] { (*task)(); });
+  finished.get();
+}
+
+void dispatchOnMainThread(std::function<void()> work) {
+  if (work) mainMailbox().post(std::move(work));
+}
+
+void ObjectArray::add(std::shared_ptr<Object> object) { objects_.push_back(std::move(object)); }
+
+void ObjectArray::removeAll() {
+  // The objects end when the array is already empty, since they may look at it.
+  const std::vector<std::shared_ptr<Object>> objects = std::exchange(objects_, {});
+}
+
+}  // namespace platform
