@@ -16,11 +16,9 @@ constexpr int kFailed = -1;
 class ErrnoKeeper {
  public:
   ErrnoKeeper() = default;
-  ~ErrnoKeeper() { restore(); }
+  ~ErrnoKeeper() { errno = value_; }
   ErrnoKeeper(const ErrnoKeeper&) = delete;
   ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
-
-  void restore() const { errno = value_; }
 
  private:
   const int value_ = errno;
@@ -35,7 +33,6 @@ int LUMTRACE(unsigned long level, const char* module, const char* tag2, const ch
   try {
     lumtrace::Recorder& recorder = lumtrace::Recorder::instance();
     if (!recorder.takes(level)) return kFiltered;
-    keeper.restore();  // "%m" reads it
     recorder.write(level, module, tag2, lumtrace::expand(format, args));
     return kWritten;
   } catch (const std::exception&) {
