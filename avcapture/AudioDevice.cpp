@@ -1,0 +1,78 @@
+#include "avcapture/AudioDevice.h"
+
+#include <SDL2/SDL.h>
+#include <SDL2/SDL_audio.h>
+
+#include <algorithm>
+
+namespace avcapture {
+
+namespace {
+
+// The device starts when this much waits, so that it does not run dry between two blocks.
+constexpr int kStartMilliseconds = 60;
+// A device that lags behind by more loses sound rather than getting ever later.
+constexpr int kMostMilliseconds = 300;
+constexpr std::uint16_t kDeviceFrames = 1024;
+
+std::size_t bytesOf(int milliseconds, const SoundFormat& format) {
+  return static_cast<std::size_t>(format.rate) * static_cast<std::size_t>(milliseconds) / 1000 *
+         format.bytesPerFrame();
+}
+
+}  // namespace
+
+AudioDevice::~AudioDevice() {
+  close();
+  if (initialised_) SDL_QuitSubSystem(SDL_INIT_AUDIO);
+}
+
+bool AudioDevice::open(const SoundFormat& format) {
+  close();
+  format_ = format;
+  if (!initialised_) {
+    SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
+    initialised_ = SDL_InitSubSystem(SDL_INIT_AUDIO) == 0;
+    if (!initialised_) return false;
+  }
+  SDL_AudioSpec wanted{};
+  wanted.freq = format.rate;
+  wanted.format = AUDIO_S16SYS;
+  wanted.channels = static_cast<Uint8>(format.channels);
+  wanted.samples = kDeviceFrames;
+  device_ = SDL_OpenAudioDevice(nullptr, 0, &wanted, nullptr, 0);
+  return device_ != 0;
+}
+
+void AudioDevice::close() {
+  if (device_ != 0) SDL_CloseAudioDevice(device_);
+  device_ = 0;
+  started_ = false;
+}
+
+void AudioDevice::play(const SoundBlock& block, int volume) {
+  if (failed_) return;
+  if (device_ == 0 || !(block.format == format_)) {
+    failed_ = !open(block.format);
+    if (failed_) return;
+  }
+  if (SDL_GetQueuedAudioSize(device_) > bytesOf(kMostMilliseconds, format_)) return;
+  scaled_.assign(block.bytes.size(), 0);
+  SDL_MixAudioFormat(scaled_.data(), block.bytes.data(), AUDIO_S16SYS,
+                     static_cast<Uint32>(scaled_.size()),
+                     std::clamp(volume, 0, 100) * SDL_MIX_MAXVOLUME / 100);
+  SDL_QueueAudio(device_, scaled_.data(), static_cast<Uint32>(scaled_.size()));
+  if (!started_ && SDL_GetQueuedAudioSize(device_) >= bytesOf(kStartMilliseconds, format_)) {
+    SDL_PauseAudioDevice(device_, 0);
+    started_ = true;
+  }
+}
+
+void AudioDevice::clear() {
+  if (device_ == 0) return;
+  SDL_PauseAudioDevice(device_, 1);
+  SDL_ClearQueuedAudio(device_);
+  started_ = false;
+}
+
+}  // namespace avcapture

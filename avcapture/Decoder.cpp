@@ -1,0 +1,63 @@
+#include "avcapture/Decoder.h"
+
+#include <algorithm>
+#include <new>
+#include <thread>
+
+namespace avcapture {
+
+namespace {
+
+// Below, a second thread costs more than it gives.
+constexpr int kPixelsWorthTwoThreads = 1280 * 720;
+constexpr int kPixelsWorthFourThreads = 3840 * 2160;
+
+}  // namespace
+
+int decoderThreads(const AVCodecParameters& picture, int wanted) {
+  // Frame threads of this decoder don't give the same pictures each time.
+  if (picture.codec_id == AV_CODEC_ID_THEORA) return 1;
+  if (wanted > 0) return wanted;
+  const int cores = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+  const std::int64_t pixels = std::int64_t{picture.width} * picture.height;
+  if (pixels < kPixelsWorthTwoThreads) return 1;
+  return std::min(cores, pixels < kPixelsWorthFourThreads ? 2 : 4);
+}
+
+std::unique_ptr<Decoder> Decoder::open(const AVStream& stream, const Timeline& timeline,
+                                       int threads) {
+  CodecPtr codec = openDecoder(stream, threads);
+  if (!codec) return nullptr;
+  return std::unique_ptr<Decoder>(new Decoder(std::move(codec), timeline));
+}
+
+void Decoder::send(const AVPacket* packet) {
+  if (avcodec_send_packet(codec_.get(), packet) == AVERROR(ENOMEM)) throw std::bad_alloc();
+}
+
+FramePtr Decoder::receive() {
+  FramePtr frame = makeFrame();
+  for (;;) {
+    const int result = avcodec_receive_frame(codec_.get(), frame.get());
+    if (result == 0) break;
+    if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
+    if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return nullptr;
+    // A damaged picture: the next one may be well.
+  }
+  completePts(*frame);
+  return frame;
+}
+
+void Decoder::completePts(AVFrame& frame) {
+  frame.pts =
+      frame.best_effort_timestamp != AV_NOPTS_VALUE ? frame.best_effort_timestamp : nextPts_;
+  std::int64_t length = frame.pkt_duration;
+  if (frame.nb_samples > 0 && frame.sample_rate > 0) {
+    length = av_rescale_q(frame.nb_samples, AVRational{1, frame.sample_rate}, timeline_.base);
+  }
+  nextPts_ = frame.pts + std::max<std::int64_t>(0, length);
+}
+
+void Decoder::flush() { avcodec_flush_buffers(codec_.get()); }
+
+}  // namespace avcapture

@@ -1,0 +1,227 @@
+// Plays one media file: reads, decodes, paces, and hands pictures and sound to one listener.
+//
+// Four threads, each asleep unless it has work:
+//
+//   demux --packets--> decode --frames--> picture delivery --> listener, view
+//     \-----packets---------------------> sound delivery ----> listener, sound device
+//
+// What they share is guarded by one mutex, and each thread waits on a condition of its own; nothing
+// is called outward while the mutex is held. Every seek begins a new generation: what an earlier
+// one left behind in some thread's hands is recognised by its number and thrown away.
+//
+// Playing begins when a picture and a block of sound are ready, so that both start together. From
+// then on each is delivered when the clock reaches its time; a late picture is dropped when a newer
+// one is there. Without pacing everything is delivered at once, and nothing is dropped.
+//
+// Controls: [main-thread]. State queries: [any-thread], without a lock.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "avcapture/AudioDecoder.h"
+#include "avcapture/BoundedQueue.h"
+#include "avcapture/Decoder.h"
+#include "avcapture/Demuxer.h"
+#include "avcapture/FramePool.h"
+#include "avcapture/KTVideoPlayer.h"
+#include "avcapture/MediaClock.h"
+#include "avcapture/PacketQueue.h"
+#include "avcapture/Protocols.h"
+#include "avcapture/SeekFilter.h"
+#include "avcapture/VideoConverter.h"
+#include "platform/Clock.h"
+#include "platform/View.h"
+
+namespace avcapture {
+
+struct MediaInfo {
+  MediaType type = kMediaTypeNone;
+  std::int64_t durationMicroseconds = 0;  // 0 when the file does not say
+  double fps = 0.0;                       // 0.0 when the file does not say
+};
+
+class AudioDevice;
+
+// What an engine tells its owner.
+enum class EngineEvent {
+  kEnded,   // everything has been played
+  kSeeked,  // a seek has completed
+};
+
+// Where an engine's results go, apart from the listener. Called on the delivery threads.
+struct EngineOutputs {
+  std::function<void(std::shared_ptr<const platform::Image>)> show;
+  std::function<void(EngineEvent, std::uint32_t generation)> notify;
+};
+
+class Engine : public std::enable_shared_from_this<Engine> {
+ public:
+  // Opens the file and begins to decode its first picture. Null when there is nothing playable in
+  // it; throws platform::Exception when memory or threads run out.
+  static std::shared_ptr<Engine> open(const std::string& path, const PlaybackOptions& options,
+                                      EngineOutputs outputs);
+  ~Engine();
+  Engine(const Engine&) = delete;
+  Engine& operator=(const Engine&) = delete;
+
+  const MediaInfo& info() const { return info_; }
+
+  void play();
+  // Stands still, and delivers the picture that shows as a still.
+  void pause();
+  // Stands still where the movie ended.
+  void finish();
+  // Goes to a movie time; while standing its picture is delivered as a still. `notify`: tell the
+  // owner when it has completed. A later seek replaces one that has not completed. Returns the
+  // number of the generation that it begins.
+  std::uint32_t seek(std::int64_t microseconds, bool notify);
+  // Delivers the picture that shows as a still, unless playing.
+  void redeliver();
+  void setVolume(int volume) { volume_.store(volume, std::memory_order_relaxed); }
+
+  // The listener of what is delivered from now on. It is kept alive during each call, and is not
+  // called once `owner` has died. `sender` goes out with each block of sound.
+  void attach(std::weak_ptr<platform::Object> owner, AVStreamDataListener* listener,
+              platform::Object* sender);
+  // No call into the listener is under way or follows once these have returned. They serve
+  // main-thread messages while they wait, and may be called from within such a call.
+  void detach(const platform::Object* sender);
+  void stopSound();
+  void stop();
+
+  double positionSeconds() const {
+    return static_cast<double>(position_.load(std::memory_order_relaxed)) / kMicrosecondsPerSecond;
+  }
+  // Known for certain once the end has been seen.
+  std::int64_t durationMicroseconds() const { return duration_.load(std::memory_order_relaxed); }
+  int invalidImageBufferCount() const { return invalidImages_.load(std::memory_order_relaxed); }
+  PlaybackStatistics statistics() const;
+
+ private:
+  enum Thread : std::size_t { kDemux, kDecode, kPicture, kSound, kThreadCount };
+  using Lock = std::unique_lock<std::mutex>;
+  // The picture thread's own.
+  struct PictureStage {
+    std::uint32_t generation = 0;
+    bool arrived = false;              // the generation's first picture, or that it has none
+    std::shared_ptr<Picture> next{};     // converted, waits for its time
+    std::shared_ptr<Picture> current{};  // shown last in this generation
+    std::int64_t end = 0;              // when the picture delivered last ends
+  };
+  // The sound thread's own.
+  struct SoundStage {
+    std::uint32_t generation = 0;
+    std::optional<SoundBlock> next{};  // waits for its time
+    std::int64_t end = 0;            // when the block delivered last ends
+  };
+
+  Engine(const PlaybackOptions& options, EngineOutputs outputs);
+  bool openFile(const std::string& path);
+
+  // Threads: Engine.cpp
+  void startThreads();
+  void startThread(Thread which, void (Engine::*body)());
+  void run(Thread which, void (Engine::*body)());
+  void join(Thread which);
+  void wakeAll();
+  bool isOwnThread() const;
+
+  // The clock and the end: Engine.cpp; all with the mutex held.
+  void startClockWhenReady();
+  bool starved() const;
+  bool endIsNew();
+  void tellEnd(std::uint32_t generation) { outputs_.notify(EngineEvent::kEnded, generation); }
+
+  // Demux and decode: EngineInput.cpp
+  void demuxLoop();
+  void decodeLoop();
+  bool packetsSuffice() const;
+  bool passOn(DecodedFrame frame, std::uint32_t generation);
+
+  // Picture delivery: EnginePicture.cpp
+  void pictureLoop();
+  void pictureStep(Lock& lock, PictureStage& stage);
+  void takeFrame(Lock& lock, PictureStage& stage);
+  bool isLate(std::int64_t microseconds) const;
+  void deliverStill(Lock& lock, PictureStage& stage);
+  void playPicture(Lock& lock, PictureStage& stage);
+  void deliverPicture(Lock& lock, PictureStage& stage);
+  void handOut(Lock& lock, const std::shared_ptr<Picture>& picture, bool still);
+
+  // Sound delivery: EngineSound.cpp
+  void soundLoop();
+  void soundStep(Lock& lock, SoundStage& stage, AudioDevice& device);
+  void decodeSound(Lock& lock, SoundStage& stage);
+  void deliverSound(Lock& lock, SoundStage& stage, AudioDevice& device);
+
+  // A call into the listener, begun with the mutex held and made without it.
+  class ListenerCall;
+  // The position only moves on within a generation. With the mutex held.
+  void advanceTo(std::int64_t microseconds);
+  void completeSeek(Lock& lock);
+  // Whether movie time has got there; if not, waits until it does or something changes.
+  bool reached(Lock& lock, std::condition_variable& wake, std::int64_t microseconds);
+  // Ends one stream, and the movie with it when it was the last.
+  void endStream(Lock& lock, bool& ended);
+
+  // Constant once the threads run.
+  const PlaybackOptions options_;
+  const EngineOutputs outputs_;
+  MediaInfo info_;
+  bool hasVideo_ = false;
+  bool hasAudio_ = false;
+  std::int64_t framePeriod_ = 0;  // microseconds
+
+  // Owned by one thread each: demux, decode, picture, sound.
+  std::atomic<bool> interrupted_{false};
+  Demuxer demuxer_{interrupted_};
+  std::unique_ptr<Decoder> videoDecoder_;
+  std::unique_ptr<VideoConverter> converter_;
+  std::unique_ptr<AudioDecoder> audioDecoder_;
+
+  std::array<std::thread, kThreadCount> threads_;  // main thread
+  std::array<std::atomic<bool>, kThreadCount> running_{};
+
+  // Lock-free to read.
+  std::atomic<std::int64_t> position_{0};
+  std::atomic<std::int64_t> duration_{0};
+  std::atomic<int> invalidImages_{0};
+  std::atomic<int> volume_{100};
+  std::atomic<int> callsUnderWay_{0};
+  std::atomic<bool> detaching_{false};
+  std::atomic<std::uint64_t> framesDelivered_{0}, stillsDelivered_{0}, framesDropped_{0},
+      audioBlocksDelivered_{0};
+
+  std::mutex mutex_;
+  // Everything below is guarded by mutex_.
+  std::condition_variable demuxWake_, decodeWake_, pictureWake_, soundWake_;
+  bool quit_ = false;
+  bool soundQuit_ = false;
+  bool playing_ = false;
+  std::uint32_t generation_ = 1;
+  std::int64_t target_ = 0;  // of the generation, microseconds
+  bool seekPending_ = false;
+  bool stillWanted_ = false;
+  PacketQueue videoPackets_, audioPackets_;
+  BoundedQueue<DecodedFrame, 3> frames_;
+  bool framesEnded_ = false;                        // none follows those in frames_
+  bool pictureReady_ = false, soundReady_ = false;  // enough to start the clock
+  bool pictureEnded_ = false, soundEnded_ = false;  // delivered to the end
+  bool endTold_ = false;
+  platform::SteadyClock steadyClock_;
+  MediaClock clock_{steadyClock_};
+  std::weak_ptr<platform::Object> listenerOwner_;
+  AVStreamDataListener* listener_ = nullptr;
+  platform::Object* sender_ = nullptr;
+};
+
+}  // namespace avcapture

@@ -1,0 +1,116 @@
+// The demux and the decode thread of the engine.
+#include <algorithm>
+
+#include "avcapture/Engine.h"
+
+namespace avcapture {
+
+namespace {
+
+// Reading rests when every stream has something and together they have this much.
+constexpr std::size_t kEnoughBytes = std::size_t{1} << 20;
+// In a badly interleaved file one stream can lie far behind the other: this much is read in search
+// of it; then it has to do without.
+constexpr std::size_t kMostBytes = std::size_t{64} << 20;
+
+}  // namespace
+
+bool Engine::starved() const { return videoPackets_.bytes() + audioPackets_.bytes() >= kMostBytes; }
+
+bool Engine::packetsSuffice() const {
+  if (starved()) return true;
+  const bool someMissing =
+      (hasVideo_ && videoPackets_.empty()) || (hasAudio_ && !soundQuit_ && audioPackets_.empty());
+  return !someMissing && videoPackets_.bytes() + audioPackets_.bytes() >= kEnoughBytes;
+}
+
+void Engine::demuxLoop() {
+  std::uint32_t generation = 1;
+  bool ended = false;
+  const int videoIndex = demuxer_.video() != nullptr ? demuxer_.video()->index : -1;
+  Lock lock(mutex_);
+  while (!quit_) {
+    if (generation != generation_) {
+      generation = generation_;
+      ended = false;
+      const std::int64_t target = target_;
+      lock.unlock();
+      demuxer_.seek(target);
+      lock.lock();
+      continue;
+    }
+    if (ended || packetsSuffice()) {
+      startClockWhenReady();
+      demuxWake_.wait(lock);
+      continue;
+    }
+    lock.unlock();
+    PacketPtr packet = demuxer_.read();
+    lock.lock();
+    if (generation != generation_) continue;
+    if (!packet) {
+      ended = true;
+      videoPackets_.end();
+      audioPackets_.end();
+      decodeWake_.notify_one();
+      soundWake_.notify_one();
+    } else if (packet->stream_index == videoIndex) {
+      videoPackets_.push(std::move(packet));
+      decodeWake_.notify_one();
+    } else if (!soundQuit_) {
+      audioPackets_.push(std::move(packet));
+      soundWake_.notify_one();
+    }
+  }
+}
+
+void Engine::decodeLoop() {
+  std::uint32_t generation = 1;
+  bool drained = false;
+  SeekFilter filter;
+  Lock lock(mutex_);
+  while (!quit_) {
+    if (generation != generation_) {
+      generation = generation_;
+      drained = false;
+      filter.restart(target_);
+      lock.unlock();
+      videoDecoder_->flush();
+      lock.lock();
+      continue;
+    }
+    if (drained || (videoPackets_.empty() && !videoPackets_.ended())) {
+      decodeWake_.wait(lock);
+      continue;
+    }
+    const PacketPtr packet = videoPackets_.pop();
+    drained = packet == nullptr;
+    demuxWake_.notify_one();
+    lock.unlock();
+    const auto out = [&](DecodedFrame frame) { return passOn(std::move(frame), generation); };
+    videoDecoder_->send(packet.get());
+    bool wanted = true;
+    while (FramePtr frame = videoDecoder_->receive()) {
+      const std::int64_t time = videoDecoder_->timeline().microseconds(frame->pts);
+      wanted = wanted && filter.push({std::move(frame), time}, out);
+    }
+    if (drained && wanted) filter.finish(out);
+    lock.lock();
+    if (drained && generation == generation_) {
+      framesEnded_ = true;
+      pictureWake_.notify_one();
+    }
+  }
+}
+
+// Waits for room. False when nobody wants the frame any more.
+bool Engine::passOn(DecodedFrame frame, std::uint32_t generation) {
+  Lock lock(mutex_);
+  decodeWake_.wait(lock, [&] { return quit_ || generation != generation_ || !frames_.full(); });
+  if (quit_ || generation != generation_) return false;
+  frames_.push(std::move(frame));
+  pictureWake_.notify_one();
+  return true;
+}
+
+}  // namespace avcapture

@@ -1,0 +1,107 @@
+// The picture delivery thread of the engine.
+#include "avcapture/Engine.h"
+#include "avcapture/ListenerCall.h"
+
+namespace avcapture {
+
+void Engine::pictureLoop() {
+  PictureStage stage;
+  Lock lock(mutex_);
+  while (!quit_) {
+    if (stage.generation != generation_) stage = {.generation = generation_};
+    pictureStep(lock, stage);
+  }
+}
+
+// Does the first thing that there is to do, or waits for a change.
+void Engine::pictureStep(Lock& lock, PictureStage& stage) {
+  if (!stage.next && !frames_.empty()) {
+    takeFrame(lock, stage);
+  } else if (!stage.arrived && framesEnded_) {
+    stage.arrived = pictureReady_ = true;  // a generation without a picture
+    startClockWhenReady();
+  } else if (stillWanted_ && (stage.current || stage.next)) {
+    deliverStill(lock, stage);
+  } else if (seekPending_ && stage.arrived) {
+    completeSeek(lock);
+  } else if (playing_ && stage.next) {
+    playPicture(lock, stage);
+  } else if (playing_ && framesEnded_ && !pictureEnded_) {
+    if (reached(lock, pictureWake_, stage.end)) endStream(lock, pictureEnded_);
+  } else {
+    pictureWake_.wait(lock);
+  }
+}
+
+// More than a frame's time behind, with a newer picture waiting.
+bool Engine::isLate(std::int64_t microseconds) const {
+  return options_.paced && playing_ && clock_.running() && !frames_.empty() &&
+         clock_.now() > microseconds + framePeriod_;
+}
+
+void Engine::takeFrame(Lock& lock, PictureStage& stage) {
+  DecodedFrame decoded = frames_.pop();
+  decodeWake_.notify_one();
+  if (stage.arrived && isLate(decoded.microseconds)) {
+    ++framesDropped_;
+    return;
+  }
+  const bool first = !stage.arrived;
+  lock.unlock();
+  const Timeline& timeline = videoDecoder_->timeline();
+  const std::uint32_t milliseconds = timeline.milliseconds(decoded.frame->pts);
+  std::shared_ptr<Picture> picture = converter_->convert(std::move(decoded.frame));
+  if (picture) {
+    picture->microseconds = decoded.microseconds;
+    picture->milliseconds = milliseconds;
+    // What a standing player shows; a playing one shows it when its time has come, soon enough.
+    if (first) outputs_.show({picture, &picture->image});
+  }
+  lock.lock();
+  if (!picture || stage.generation != generation_) return;
+  stage.next = std::move(picture);
+  stage.arrived = pictureReady_ = true;
+  startClockWhenReady();
+}
+
+void Engine::deliverStill(Lock& lock, PictureStage& stage) {
+  stillWanted_ = false;
+  if (!stage.current) stage.current = stage.next;
+  invalidImages_ = 1;
+  handOut(lock, stage.current, true);
+}
+
+void Engine::playPicture(Lock& lock, PictureStage& stage) {
+  if (isLate(stage.next->microseconds)) {
+    ++framesDropped_;
+    stage.next.reset();
+  } else if (reached(lock, pictureWake_, stage.next->microseconds)) {
+    deliverPicture(lock, stage);
+  }
+}
+
+void Engine::deliverPicture(Lock& lock, PictureStage& stage) {
+  stage.current = std::move(stage.next);
+  stage.next.reset();
+  stage.end = stage.current->microseconds + framePeriod_;
+  advanceTo(stage.current->microseconds);
+  const std::shared_ptr<Picture> picture = stage.current;
+  handOut(lock, picture, false);
+  lock.unlock();
+  outputs_.show({picture, &picture->image});
+  lock.lock();
+}
+
+void Engine::handOut(Lock& lock, const std::shared_ptr<Picture>& picture, bool still) {
+  std::optional<ListenerCall> call(std::in_place, *this);
+  lock.unlock();
+  if (AVStreamDataListener* listener = call->listener()) {
+    ++(still ? stillsDelivered_ : framesDelivered_);
+    listener->newImageArrive(picture->pixels, picture->image.width, picture->image.height,
+                             picture->milliseconds);
+  }
+  call.reset();
+  lock.lock();
+}
+
+}  // namespace avcapture

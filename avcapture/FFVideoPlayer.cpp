@@ -1,0 +1,289 @@
+#include "avcapture/FFVideoPlayer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "avcapture/PlayerContainerView.h"
+#include "platform/RunLoop.h"
+
+namespace avcapture {
+
+namespace {
+
+constexpr int kFullVolume = 100;
+constexpr int kDelegateFullVolume = 255;
+
+platform::Object* orElse(platform::Object* sender, platform::Object& fallback) {
+  return sender != nullptr ? sender : &fallback;
+}
+
+}  // namespace
+
+std::shared_ptr<FFVideoPlayer> FFVideoPlayer::create(const PlaybackOptions& options) {
+  std::shared_ptr<FFVideoPlayer> player(new FFVideoPlayer(options));
+  player->makeViews();
+  return player;
+}
+
+FFVideoPlayer::~FFVideoPlayer() {
+  willDie();
+  if (container_) container_->removeFromSuperview();
+}
+
+std::shared_ptr<FFVideoPlayer> FFVideoPlayer::self() {
+  return std::static_pointer_cast<FFVideoPlayer>(weak_from_this().lock());
+}
+
+// --- views ---
+
+void FFVideoPlayer::makeViews() {
+  container_ = std::make_shared<PlayerContainerView>(self());
+  render_ = std::make_shared<platform::View>();
+  render_->setAutoresizingMask(platform::kViewWidthSizable | platform::kViewHeightSizable);
+  container_->setAutoresizingMask(platform::kViewWidthSizable | platform::kViewHeightSizable);
+  container_->addSubview(render_);
+}
+
+void FFVideoPlayer::attachToSuperView(platform::View* superview) {
+  if (superview == nullptr) {
+    container_->removeFromSuperview();
+    return;
+  }
+  if (container_->superview() != superview) superview->addSubview(container_);
+  superFrameSizeChanged();
+}
+
+void FFVideoPlayer::superFrameSizeChanged() {
+  if (const platform::View* superview = container_->superview()) {
+    container_->setFrame({{0, 0}, superview->frame().size});
+  }
+  render_->setFrame({{0, 0}, container_->frame().size});
+}
+
+void FFVideoPlayer::repositionPlayer(const platform::Value& /*argument*/) {
+  superFrameSizeChanged();
+}
+
+void FFVideoPlayer::willChangeFitMode() { superFrameSizeChanged(); }
+
+void FFVideoPlayer::showEmbedControlbar(const platform::Value& show) {
+  controlbarShown_ = show.boolValue();
+}
+
+// --- the movie ---
+
+bool FFVideoPlayer::setMovie(const std::shared_ptr<AVURLAsset>& movie) {
+  const auto keep = self();  // renderMovie may make our owner let go
+  if (!movie || engine_ || state_ == State::kDead) return false;
+  enterCrashSection(movie->path());
+  std::shared_ptr<Engine> engine = openEngine(movie->path());
+  leaveCrashSection();
+  const bool accepted = engine != nullptr;
+  if (accepted) {
+    engine_ = std::move(engine);
+    engine_->setVolume(volume_);
+    movie_ = movie;
+    attachToEngine();
+  }
+  if (delegate_ != nullptr) delegate_->renderMovie(accepted);
+  return accepted;
+}
+
+std::shared_ptr<Engine> FFVideoPlayer::openEngine(const std::string& path) {
+  EngineOutputs outputs;
+  outputs.show = [view = render_](std::shared_ptr<const platform::Image> image) {
+    view->setContents(std::move(image));
+  };
+  outputs.notify = [weak = std::weak_ptr(self())](EngineEvent event, std::uint32_t generation) {
+    platform::dispatchOnMainThread([weak, event, generation] {
+      if (const auto player = weak.lock()) player->handle(event, generation);
+    });
+  };
+  return Engine::open(path, options_, std::move(outputs));
+}
+
+void FFVideoPlayer::attachListener(std::weak_ptr<platform::Object> owner,
+                                   AVStreamDataListener* listener, platform::Object* sender) {
+  listener_ = {std::move(owner), listener, sender};
+  attachToEngine();
+}
+
+void FFVideoPlayer::attachToEngine() {
+  if (engine_ && listener_.listener != nullptr) {
+    engine_->attach(listener_.owner, listener_.listener, listener_.sender);
+  }
+}
+
+void FFVideoPlayer::detachListener(const platform::Object* sender) {
+  if (listener_.sender == sender) listener_ = {};
+  if (engine_) engine_->detach(sender);
+}
+
+void FFVideoPlayer::stopSound() {
+  if (engine_) engine_->stopSound();
+}
+
+void FFVideoPlayer::willDie() {
+  const auto keep = self();  // messages are served while the threads end
+  state_ = State::kDead;
+  if (engine_) engine_->stop();
+}
+
+// --- controls ---
+
+void FFVideoPlayer::onStart(platform::Object* sender) {
+  const auto keep = self();
+  if (listening_) {
+    toggleListener(sender);
+  } else if (engine_ && state_ == State::kPlaying) {
+    pausePlaying(sender);
+  } else if (engine_ && state_ != State::kDead) {
+    startPlaying(sender);
+  }
+}
+
+void FFVideoPlayer::startPlaying(platform::Object* sender) {
+  if (delegate_ != nullptr) {
+    playRefused_ = !delegate_->allow2Play();
+    if (playRefused_) return;
+    if (delegate_->isEmbed()) {
+      delegate_->pauseEmbedPlayer();
+      if (delegate_ != nullptr) delegate_->hideOtherEmbedCtrlbarWindow();
+    }
+  }
+  // Any of these calls may have ended or started us.
+  const State before = state_;
+  if (before == State::kDead || before == State::kPlaying) return;
+  if (before == State::kAtEnd) generation_ = engine_->seek(0, false);
+  state_ = State::kPlaying;
+  engine_->play();
+  if (delegate_ != nullptr) delegate_->onPlay(orElse(sender, *this));
+}
+
+void FFVideoPlayer::pausePlaying(platform::Object* sender) {
+  state_ = State::kPaused;
+  engine_->pause();
+  if (delegate_ != nullptr) delegate_->onPause(orElse(sender, *this));
+}
+
+// There is nothing to play here: what the user wants goes to the delegate, which knows the state.
+void FFVideoPlayer::toggleListener(platform::Object* sender) {
+  if (delegate_ == nullptr) return;
+  if (delegate_->isPlaying()) {
+    delegate_->onPause(orElse(sender, *this));
+    return;
+  }
+  playRefused_ = !delegate_->allow2Play();
+  if (!playRefused_ && delegate_ != nullptr) delegate_->onPlay(orElse(sender, *this));
+}
+
+void FFVideoPlayer::onStop(platform::Object* sender) {
+  const auto keep = self();
+  if (state_ == State::kDead) return;
+  if (engine_) {
+    const bool wasPlaying = state_ == State::kPlaying;
+    state_ = State::kStopped;
+    if (wasPlaying) engine_->pause();
+    generation_ = engine_->seek(0, false);
+  }
+  if (delegate_ != nullptr) delegate_->onStop(orElse(sender, *this));
+}
+
+void FFVideoPlayer::seek(float seconds) {
+  if (!engine_ || state_ == State::kDead) return;
+  const auto end = static_cast<double>(engine_->durationMicroseconds());
+  const double wanted = std::isnan(seconds) ? 0.0 : double{seconds} * kMicrosecondsPerSecond;
+  // Without a known end, any movie time is taken.
+  const double limit = end > 0 ? end : std::max(wanted, 0.0);
+  generation_ = engine_->seek(static_cast<std::int64_t>(std::clamp(wanted, 0.0, limit)), true);
+  if (state_ == State::kAtEnd) state_ = State::kPaused;
+}
+
+void FFVideoPlayer::onChangeVolume(int volume) {
+  const int wanted = std::clamp(volume, 0, kFullVolume);
+  if (wanted == 0 && volume_ > 0) volumeBeforeMute_ = volume_;
+  volume_ = wanted;
+  if (engine_) engine_->setVolume(volume_);
+  if (delegate_ != nullptr) {
+    delegate_->volumeChange(this, volume_ * kDelegateFullVolume / kFullVolume);
+  }
+}
+
+void FFVideoPlayer::onUnMute(const platform::Value& /*sender*/) {
+  const bool delegateSilent = listening_ && delegate_ != nullptr && delegate_->volume() == 0;
+  if (volume_ == 0) {
+    onChangeVolume(volumeBeforeMute_);
+  } else if (delegateSilent) {
+    onChangeVolume(volume_);
+  }
+}
+
+void FFVideoPlayer::onToggleFullscreen(platform::Object* sender) {
+  if (delegate_ != nullptr && delegate_->allowEnterFIT()) {
+    delegate_->toggleFullscreen(orElse(sender, *this));
+  }
+}
+
+void FFVideoPlayer::deliverLatestImageAgain() {
+  const auto keep = self();
+  if (!engine_ || state_ == State::kPlaying || state_ == State::kDead) return;
+  if (delegate_ != nullptr) delegate_->prepareDeliverLastestImageAgain();
+  engine_->redeliver();
+}
+
+// --- what the engine tells ---
+
+void FFVideoPlayer::handle(EngineEvent event, std::uint32_t generation) {
+  if (generation != generation_ || state_ == State::kDead) return;  // overtaken by a seek
+  if (event == EngineEvent::kEnded) {
+    if (state_ == State::kPlaying) movieEnded();
+  } else if (delegate_ != nullptr) {
+    delegate_->onSkip(this);
+  }
+}
+
+void FFVideoPlayer::movieEnded() {
+  state_ = State::kAtEnd;
+  engine_->finish();
+  if (delegate_ != nullptr) delegate_->onStop(this);
+}
+
+// --- queries ---
+
+bool FFVideoPlayer::isPlaying() {
+  if (listening_) return delegate_ != nullptr && delegate_->isPlaying();
+  return state_.load(std::memory_order_relaxed) == State::kPlaying;
+}
+
+bool FFVideoPlayer::pausedByUser() {
+  if (listening_) return delegate_ != nullptr && delegate_->pausedByUser();
+  return state_.load(std::memory_order_relaxed) == State::kPaused;
+}
+
+float FFVideoPlayer::currentTime() {
+  if (listening_) return delegate_ != nullptr ? delegate_->currentTime() : 0.0F;
+  return engine_ ? static_cast<float>(engine_->positionSeconds()) : 0.0F;
+}
+
+std::int64_t FFVideoPlayer::duration() {
+  if (listening_) return static_cast<std::int64_t>(listenerDuration_.load());
+  return engine_ ? engine_->durationMicroseconds() / kMicrosecondsPerSecond : 0;
+}
+
+double FFVideoPlayer::fps() {
+  if (listening_) return delegate_ != nullptr ? double{delegate_->fps()} : 0.0;
+  return engine_ ? engine_->info().fps : 0.0;
+}
+
+int FFVideoPlayer::invalidImageBufferCount() {
+  return engine_ ? engine_->invalidImageBufferCount() : 0;
+}
+
+PlaybackStatistics FFVideoPlayer::statistics() {
+  return engine_ ? engine_->statistics() : PlaybackStatistics{};
+}
+
+int FFVideoPlayer::mediaType() { return engine_ ? int{engine_->info().type} : mediaType_; }
+
+}  // namespace avcapture

@@ -1,0 +1,69 @@
+#include "avcapture/Ffmpeg.h"
+
+#include <array>
+#include <cstdlib>
+#include <mutex>
+#include <new>
+#include <string_view>
+#include <utility>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+namespace avcapture {
+
+namespace {
+
+int levelFromEnvironment() {
+  static constexpr std::array<std::pair<std::string_view, int>, 6> kLevels{{
+      {"quiet", AV_LOG_QUIET},
+      {"error", AV_LOG_ERROR},
+      {"warning", AV_LOG_WARNING},
+      {"info", AV_LOG_INFO},
+      {"verbose", AV_LOG_VERBOSE},
+      {"debug", AV_LOG_DEBUG},
+  }};
+  // Read once, before any of our threads runs.
+  const char* wanted = std::getenv("MOVARA_FFMPEG_LOG");  // NOLINT(concurrency-mt-unsafe)
+  if (wanted != nullptr) {
+    for (const auto& [name, level] : kLevels) {
+      if (name == wanted) return level;
+    }
+  }
+  return AV_LOG_QUIET;
+}
+
+}  // namespace
+
+PacketPtr makePacket() {
+  PacketPtr packet(av_packet_alloc());
+  if (!packet) throw std::bad_alloc();
+  return packet;
+}
+
+FramePtr makeFrame() {
+  FramePtr frame(av_frame_alloc());
+  if (!frame) throw std::bad_alloc();
+  return frame;
+}
+
+CodecPtr openDecoder(const AVStream& stream, int threads) {
+  const AVCodec* codec = avcodec_find_decoder(stream.codecpar->codec_id);
+  if (codec == nullptr) return nullptr;
+  CodecPtr context(avcodec_alloc_context3(codec));
+  if (!context) throw std::bad_alloc();
+  if (avcodec_parameters_to_context(context.get(), stream.codecpar) < 0) return nullptr;
+  // Without it the decoder can't trim the priming samples that the container marks.
+  context->pkt_timebase = stream.time_base;
+  context->thread_count = threads;
+  if (avcodec_open2(context.get(), codec, nullptr) < 0) return nullptr;
+  return context;
+}
+
+void setUpFfmpegLog() {
+  static std::once_flag once;
+  std::call_once(once, [] { av_log_set_level(levelFromEnvironment()); });
+}
+
+}  // namespace avcapture

@@ -1,0 +1,54 @@
+// Owning handles for FFmpeg's objects, and its log kept quiet. [any-thread]
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavfilter/avfilter.h>
+#include <libavformat/avformat.h>
+#include <libavutil/frame.h>
+#include <libswresample/swresample.h>
+#include <libswscale/swscale.h>
+}
+
+namespace avcapture {
+
+// Deleter for functions that take the address of the pointer.
+template <auto Free>
+struct FreeByAddress {
+  template <class T>
+  void operator()(T* object) const {
+    Free(&object);
+  }
+};
+struct FreeScaler {
+  void operator()(SwsContext* context) const { sws_freeContext(context); }
+};
+
+using FormatPtr = std::unique_ptr<AVFormatContext, FreeByAddress<avformat_close_input>>;
+using CodecPtr = std::unique_ptr<AVCodecContext, FreeByAddress<avcodec_free_context>>;
+using PacketPtr = std::unique_ptr<AVPacket, FreeByAddress<av_packet_free>>;
+using FramePtr = std::unique_ptr<AVFrame, FreeByAddress<av_frame_free>>;
+using ResamplerPtr = std::unique_ptr<SwrContext, FreeByAddress<swr_free>>;
+using ScalerPtr = std::unique_ptr<SwsContext, FreeScaler>;
+using GraphPtr = std::unique_ptr<AVFilterGraph, FreeByAddress<avfilter_graph_free>>;
+
+// Throw std::bad_alloc when there is no memory.
+PacketPtr makePacket();
+FramePtr makeFrame();
+
+inline constexpr std::int64_t kMicrosecondsPerSecond = 1'000'000;
+inline constexpr AVRational kMicroseconds{1, 1'000'000};
+inline constexpr AVRational kMilliseconds{1, 1000};
+
+// Opens the decoder of a stream; null when there is none or it refuses. `threads` as
+// AVCodecContext::thread_count.
+CodecPtr openDecoder(const AVStream& stream, int threads);
+
+// Silences FFmpeg's log, once. The environment variable MOVARA_FFMPEG_LOG sets another level by its
+// name: quiet, error, warning, info, verbose, debug.
+void setUpFfmpegLog();
+
+}  // namespace avcapture

@@ -1,0 +1,33 @@
+// Reusable buffers of converted pictures.
+//
+// A picture goes back to the pool when its last holder lets it go, on whatever thread that is; a
+// pool that has ended by then frees it. [any-thread]
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "platform/View.h"
+
+namespace avcapture {
+
+// 24-bit R, G, B with rows padded to a multiple of 4 bytes, writable until it is handed on.
+struct Picture {
+  platform::Image image;
+  std::uint8_t* pixels = nullptr;  // image.pixels, writable
+  std::int64_t microseconds = 0;   // movie time
+  std::uint32_t milliseconds = 0;  // movie time
+};
+
+class FramePool {
+ public:
+  FramePool();
+  // A picture of that size, contents undefined. Throws std::bad_alloc.
+  std::shared_ptr<Picture> take(std::uint32_t width, std::uint32_t height);
+
+ private:
+  struct Store;
+  std::shared_ptr<Store> store_;
+};
+
+}  // namespace avcapture

@@ -1,0 +1,30 @@
+// One call of the engine into its listener.
+#pragma once
+
+#include <memory>
+
+#include "avcapture/Engine.h"
+
+namespace avcapture {
+
+// Made with the engine's mutex held, used and ended without it. Keeps the listener's owner alive,
+// and the engine from being detached, meanwhile.
+class Engine::ListenerCall {
+ public:
+  explicit ListenerCall(Engine& engine);
+  ~ListenerCall();
+  ListenerCall(const ListenerCall&) = delete;
+  ListenerCall& operator=(const ListenerCall&) = delete;
+
+  // Null when there is nobody to be called.
+  AVStreamDataListener* listener() const { return listener_; }
+  platform::Object* sender() const { return sender_; }
+
+ private:
+  Engine& engine_;
+  std::shared_ptr<platform::Object> owner_;
+  AVStreamDataListener* listener_ = nullptr;
+  platform::Object* sender_ = nullptr;
+};
+
+}  // namespace avcapture

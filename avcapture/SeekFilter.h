@@ -1,0 +1,53 @@
+// Finds the picture that shows at a seek's target: the last one that does not begin after it.
+// Not synchronised.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <utility>
+
+#include "avcapture/Ffmpeg.h"
+
+namespace avcapture {
+
+// A decoded picture and its movie time.
+struct DecodedFrame {
+  FramePtr frame;
+  std::int64_t microseconds = 0;
+};
+
+class SeekFilter {
+ public:
+  // A target of 0 lets everything through, also what begins before it.
+  void restart(std::int64_t target) {
+    passing_ = target <= 0;
+    target_ = target;
+    held_ = {};
+  }
+  // Hands what is to be shown of the frames so far to `out`, in order; stops when that answers
+  // false.
+  template <class Out>
+  bool push(DecodedFrame next, Out&& out) {
+    if (!passing_ && next.microseconds < target_) {
+      held_ = std::move(next);
+      return true;
+    }
+    const bool wantsHeld = !passing_ && next.microseconds > target_ && held_.frame;
+    passing_ = true;
+    if (wantsHeld && !out(std::move(held_))) return false;
+    return out(std::move(next));
+  }
+  // The movie ended: it has nothing later than what is held.
+  template <class Out>
+  bool finish(Out&& out) {
+    passing_ = true;
+    return !held_.frame || out(std::exchange(held_, {}));
+  }
+
+ private:
+  std::int64_t target_ = 0;
+  bool passing_ = true;
+  DecodedFrame held_;
+};
+
+}  // namespace avcapture

@@ -1,0 +1,68 @@
+#include "avcapture/VideoConverter.h"
+
+#include <new>
+
+extern "C" {
+#include <libavutil/opt.h>
+}
+
+namespace avcapture {
+
+namespace {
+
+// Where FFmpeg's own scale filter takes the chroma rows of 4:2:0 to be, in 1/256 of a row.
+constexpr int kChromaRow420 = 128;
+constexpr int kChromaUnset = -513;
+
+}  // namespace
+
+std::shared_ptr<Picture> VideoConverter::convert(FramePtr frame) {
+  frame = upright_.turn(std::move(frame));
+  if (!frame || frame->width <= 0 || frame->height <= 0) return nullptr;
+  const Shape shape{frame->width, frame->height, frame->format, frame->colorspace,
+                    frame->color_range};
+  if ((!scaler_ || !(shape == shape_)) && !rebuild(shape)) return nullptr;
+  std::shared_ptr<Picture> picture = pool_.take(static_cast<std::uint32_t>(frame->width),
+                                                static_cast<std::uint32_t>(frame->height));
+  std::uint8_t* const planes[4] = {picture->pixels};
+  const int strides[4] = {static_cast<int>(picture->image.bytesPerRow)};
+  const int rows =
+      sws_scale(scaler_.get(), frame->data, frame->linesize, 0, frame->height, planes, strides);
+  return rows == frame->height ? picture : nullptr;
+}
+
+bool VideoConverter::rebuild(const Shape& shape) {
+  scaler_.reset(sws_alloc_context());
+  if (!scaler_) throw std::bad_alloc();
+  SwsContext* scaler = scaler_.get();
+  const auto set = [scaler](const char* name, int value) {
+    av_opt_set_int(scaler, name, value, 0);
+  };
+  set("srcw", shape.width);
+  set("srch", shape.height);
+  set("src_format", shape.format);
+  set("dstw", shape.width);
+  set("dsth", shape.height);
+  set("dst_format", AV_PIX_FMT_RGB24);
+  set("sws_flags", SWS_BICUBIC);
+  set("src_v_chr_pos", shape.format == AV_PIX_FMT_YUV420P ? kChromaRow420 : kChromaUnset);
+  if (sws_init_context(scaler, nullptr, nullptr) < 0) {
+    scaler_.reset();
+    return false;
+  }
+  int* inverse = nullptr;
+  int* table = nullptr;
+  int inFull = 0, outFull = 0, brightness = 0, contrast = 0, saturation = 0;
+  if (sws_getColorspaceDetails(scaler, &inverse, &inFull, &table, &outFull, &brightness, &contrast,
+                               &saturation) >= 0) {
+    if (shape.range != AVCOL_RANGE_UNSPECIFIED) inFull = shape.range == AVCOL_RANGE_JPEG ? 1 : 0;
+    // Both sides by the frame's matrix; the output is R, G, B, for which it makes no difference.
+    const int* matrix = sws_getCoefficients(shape.matrix);
+    sws_setColorspaceDetails(scaler, matrix, inFull, matrix, outFull, brightness, contrast,
+                             saturation);
+  }
+  shape_ = shape;
+  return true;
+}
+
+}  // namespace avcapture
