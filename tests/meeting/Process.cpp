@@ -1,0 +1,86 @@
+#include "tests/meeting/Process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <stdexcept>
+#include <utility>
+
+extern char** environ;  // NOLINT(readability-redundant-declaration)
+
+namespace meeting {
+
+namespace {
+
+// False at the end of the pipe.
+bool readSome(int descriptor, std::string& text) {
+  char buffer[4096];
+  const ssize_t length = ::read(descriptor, buffer, sizeof buffer);
+  if (length > 0) text.append(buffer, static_cast<std::size_t>(length));
+  return length > 0;
+}
+
+}  // namespace
+
+Process::Process(const std::vector<std::string>& command) {
+  int out[2];
+  int err[2];
+  if (::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0)
+    throw std::runtime_error("no pipes");
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
+  std::vector<std::string> copy = command;
+  std::vector<char*> arguments;
+  for (std::string& argument : copy) arguments.push_back(argument.data());
+  arguments.push_back(nullptr);
+  const int failure =
+      ::posix_spawnp(&pid_, arguments[0], &actions, nullptr, arguments.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  ::close(out[1]);
+  ::close(err[1]);
+  out_ = out[0];
+  err_ = err[0];
+  if (failure != 0) throw std::runtime_error("cannot start " + command[0]);
+}
+
+Process::~Process() {
+  if (pid_ > 0) {
+    ::kill(pid_, SIGKILL);
+    finish();
+  }
+}
+
+bool Process::waitForError(const std::string& text) {
+  while (errText_.find(text) == std::string::npos)
+    if (!readSome(err_, errText_)) return false;
+  return true;
+}
+
+void Process::send(int signal) const { ::kill(pid_, signal); }
+
+Finished Process::finish() {
+  pollfd sources[] = {{out_, POLLIN, 0}, {err_, POLLIN, 0}};
+  std::string* texts[] = {&outText_, &errText_};
+  while (sources[0].fd >= 0 || sources[1].fd >= 0) {
+    if (::poll(sources, 2, -1) < 0) continue;
+    for (std::size_t i = 0; i < 2; ++i)
+      if (sources[i].revents != 0 && !readSome(sources[i].fd, *texts[i])) {
+        ::close(sources[i].fd);
+        sources[i].fd = -1;
+      }
+  }
+  int status = 0;
+  ::waitpid(std::exchange(pid_, -1), &status, 0);
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), outText_, errText_};
+}
+
+Finished run(const std::vector<std::string>& command) { return Process(command).finish(); }
+
+}  // namespace meeting

@@ -1,0 +1,299 @@
+// The program as a user meets it: arguments in; files, lines and an exit status out.
+#include <gtest/gtest.h>
+#include <png.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/meeting/Process.h"
+
+namespace meeting {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using Arguments = std::vector<std::string>;
+
+std::string readFile(const fs::path& path) {
+  std::ifstream file(path);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+class ProgramTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    std::string pattern = (fs::temp_directory_path() / "movara-meeting-XXXXXX").string();
+    folder_ = ::mkdtemp(pattern.data());
+  }
+  static void TearDownTestSuite() { fs::remove_all(folder_); }
+
+  static std::string in(const std::string& name) { return folder_ / name; }
+
+  // Three seconds of picture (odd width, so that rows are padded) and sound.
+  static std::string clip() {
+    const std::string path = in("clip.mkv");
+    if (!fs::exists(path)) make(path, "testsrc2=size=321x180:rate=30", 3);
+    return path;
+  }
+  // One second of a single colour.
+  static std::string redClip() {
+    const std::string path = in("red.mkv");
+    if (!fs::exists(path)) make(path, "color=0xC02020:size=320x180:rate=30", 1);
+    return path;
+  }
+  static void make(const std::string& path, const std::string& picture, int seconds) {
+    const Finished made = run({"ffmpeg",
+                               "-nostdin",
+                               "-v",
+                               "error",
+                               "-y",
+                               "-f",
+                               "lavfi",
+                               "-i",
+                               picture,
+                               "-f",
+                               "lavfi",
+                               "-i",
+                               "sine=frequency=440:sample_rate=48000",
+                               "-t",
+                               std::to_string(seconds),
+                               "-c:v",
+                               "libx264",
+                               "-preset",
+                               "ultrafast",
+                               "-pix_fmt",
+                               "yuv444p",
+                               "-c:a",
+                               "flac",
+                               path});
+    ASSERT_EQ(made.status, 0) << made.err;
+  }
+
+  static Arguments command(const Arguments& arguments) {
+    Arguments all{MEETING_PROGRAM};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return all;
+  }
+  static Finished meet(const Arguments& arguments) { return run(command(arguments)); }
+
+  static json report(const std::string& name) {
+    return json::parse(readFile(in(name)), nullptr, false);
+  }
+
+  static inline fs::path folder_;
+};
+
+TEST_F(ProgramTest, EachThingAUserCanGetWrongHasItsStatusAndOneLine) {
+  std::ofstream(in("text.mp4")) << "this is no movie\n";
+  std::ofstream(in("empty.mp4"));
+  const std::string whole = readFile(clip());
+  std::ofstream(in("truncated.mkv")) << whole.substr(0, 64);
+  fs::create_directories(in("hollow.bundle"));
+  fs::create_directories(in("text.bundle") + "/Contents/Linux");
+  std::ofstream(in("text.bundle") + "/Contents/Linux/text") << "no code\n";
+
+  struct Case {
+    Arguments arguments;
+    int status;
+    std::string says;
+  };
+  const Case cases[] = {
+      {{}, 2, "subcommand"},
+      {{"present"}, 2, "FILE"},
+      {{"present", clip(), "--attendees", "-1"}, 2, "attendees"},
+      {{"present", clip(), "--duration", "soon"}, 2, "duration"},
+      {{"present", clip(), "--session", "maybe"}, 2, "session"},
+      {{"present", clip(), "--no-such-option"}, 2, "no-such-option"},
+      {{"present", in("missing.mp4")}, 3, "no such file"},
+      {{"present", folder_.string()}, 3, "not a regular file"},
+      {{"present", "/dev/null"}, 3, "not a regular file"},
+      {{"present", in("empty.mp4")}, 4, "not a media file"},
+      {{"present", in("text.mp4")}, 4, "not a media file"},
+      {{"present", in("truncated.mkv")}, 4, "not a media file"},
+      {{"present", clip(), "--plugin", in("missing.bundle")}, 5, "no plug-in"},
+      {{"present", clip(), "--plugin", in("hollow.bundle")}, 5, "not a plug-in"},
+      {{"present", clip(), "--plugin", in("text.bundle")}, 5, "not a plug-in"},
+      {{"present", clip(), "--plugin", WRONG_BUNDLES "/noexports.bundle"}, 5, "missing"},
+      {{"present", clip(), "--plugin", WRONG_BUNDLES "/oldversion.bundle"}, 5, "version 4"},
+      {{"present", clip(), "--session", "refuse"}, 6, "refused"},
+      {{"present", clip(), "--session", "limit"}, 6, "attendee limit"},
+      {{"present", clip(), "--report", in("no/such/folder")}, 1, "cannot write"},
+  };
+  for (const Case& test : cases) {
+    const Finished finished = meet(test.arguments);
+    std::string label;
+    for (const std::string& argument : test.arguments) label += argument + ' ';
+    EXPECT_EQ(finished.status, test.status) << label << finished.err;
+    EXPECT_EQ(std::count(finished.err.begin(), finished.err.end(), '\n'), 1)
+        << label << finished.err;
+    EXPECT_EQ(finished.err.rfind("movara-meeting: ", 0), 0U) << label << finished.err;
+    EXPECT_NE(finished.err.find(test.says), std::string::npos) << label << finished.err;
+    EXPECT_EQ(finished.out, "") << label;
+  }
+}
+
+TEST_F(ProgramTest, HelpAndVersionAreNoErrors) {
+  for (const Arguments& arguments : {Arguments{"--help"}, {"--version"}, {"present", "--help"}}) {
+    const Finished finished = meet(arguments);
+    EXPECT_EQ(finished.status, 0);
+    EXPECT_NE(finished.out, "");
+    EXPECT_EQ(finished.err, "");
+  }
+}
+
+// Lines "timestamp, bytes, md5" of what the ffmpeg program decodes.
+std::vector<std::string> referenceChecksums(const std::string& path) {
+  const Finished reference = run({"ffmpeg",
+                                  "-nostdin",
+                                  "-v",
+                                  "error",
+                                  "-threads",
+                                  "1",
+                                  "-i",
+                                  path,
+                                  "-map",
+                                  "0:v:0",
+                                  "-fps_mode",
+                                  "passthrough",
+                                  "-enc_time_base",
+                                  "1:1000",
+                                  "-sws_flags",
+                                  "bicubic",
+                                  "-pix_fmt",
+                                  "rgb24",
+                                  "-f",
+                                  "framemd5",
+                                  "-"});
+  EXPECT_EQ(reference.status, 0) << reference.err;
+  std::vector<std::string> lines;
+  std::istringstream text(reference.out);
+  for (std::string line; std::getline(text, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    std::istringstream fields(line);
+    std::array<std::string, 6> field;
+    for (std::string& part : field) {
+      std::getline(fields, part, ',');
+      part.erase(0, part.find_first_not_of(' '));
+    }
+    lines.push_back(field[2] + ", " + field[4] + ", " + field[5]);
+  }
+  return lines;
+}
+
+std::vector<std::string> checksums(const std::string& path) {
+  std::vector<std::string> lines;
+  std::istringstream text(readFile(path));
+  for (std::string line; std::getline(text, line);)
+    if (!line.empty() && line[0] != '#') lines.push_back(line);
+  return lines;
+}
+
+TEST_F(ProgramTest, UnpacedSharesEveryPictureBitByBitAndAllTheSound) {
+  const Finished finished = meet({"present", clip(), "--unpaced", "--attendees", "2", "--framemd5",
+                                  in("md5"), "--report", in("unpaced.json")});
+  ASSERT_EQ(finished.status, 0) << finished.err;
+  const std::vector<std::string> expected = referenceChecksums(clip());
+  ASSERT_EQ(expected.size(), 90U);
+  EXPECT_EQ(checksums(in("md5")), expected);
+
+  const json all = report("unpaced.json");
+  const json presenter = all.value("presenter", json::object());
+  EXPECT_EQ(presenter.value("state", ""), "stopped");
+  EXPECT_GE(presenter.value("frames_sent", 0) + presenter.value("stills_sent", 0), 90);
+  EXPECT_EQ(presenter.value("dropped", -1), 0);
+  EXPECT_EQ(presenter.value("malformed", -1), 0);
+  EXPECT_EQ(presenter.value("duration_ms", 0), 3000);
+  EXPECT_EQ(presenter.value("audio_bytes_sent", 0), 3 * 48000 * 2) << "mono, 16 bit";
+  EXPECT_GT(presenter.value("first_frame_ms", -1.0), 0.0);
+  const json video = {{"width", 321}, {"height", 180}, {"fps", 30.0}};
+  EXPECT_EQ(presenter["video_format"], video);
+  const json audio = {{"channels", 1}, {"rate", 48000}, {"bits", 16}};
+  EXPECT_EQ(presenter["audio_format"], audio);
+  EXPECT_EQ(all.value("exit", -1), 0);
+
+  const json messages = all.value("messages", json::object());
+  EXPECT_EQ(messages.value("SVS_MSG_START_SESSION", 0), 3);
+  EXPECT_EQ(messages.value("SVS_MSG_STOP_SESSION", 0), 3);
+  EXPECT_EQ(messages.value("MM_MEDIASTREAMING_CMD_REGISTER", 0), 3);
+  EXPECT_EQ(messages.value("MM_MEDIASTREAMING_CMD_UNREGISTER", 0), 3);
+  EXPECT_FALSE(messages.contains("UNKNOWN")) << messages;
+  for (const json& attendee : all.value("attendees", json::array()))
+    EXPECT_GT(attendee.value("frames_received", 0), 0) << attendee;
+}
+
+// Mean of each colour over the middle of the picture.
+std::array<int, 3> meanColour(const std::string& path) {
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  if (png_image_begin_read_from_file(&image, path.c_str()) == 0) return {-1, -1, -1};
+  image.format = PNG_FORMAT_RGB;
+  std::vector<png_byte> pixels(PNG_IMAGE_SIZE(image));
+  png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr);
+  std::array<long, 3> sums{};
+  long count = 0;
+  for (png_uint_32 y = image.height / 4; y < image.height * 3 / 4; ++y)
+    for (png_uint_32 x = image.width / 4; x < image.width * 3 / 4; ++x, ++count)
+      for (std::size_t c = 0; c < 3; ++c) sums[c] += pixels[3 * (y * image.width + x) + c];
+  std::array<int, 3> means{};
+  for (std::size_t c = 0; c < 3; ++c) means[c] = static_cast<int>(sums[c] / std::max(count, 1L));
+  return means;
+}
+
+TEST_F(ProgramTest, PacedSnapshotsShowThePictureAtEveryParticipant) {
+  const Finished finished = meet({"present", redClip(), "--attendees", "2", "--snapshot",
+                                  in("pictures"), "--report", in("paced.json"), "--quiet"});
+  ASSERT_EQ(finished.status, 0) << finished.err;
+  EXPECT_EQ(finished.out + finished.err, "");
+  for (const char* name : {"presenter", "attendee-1", "attendee-2"}) {
+    const std::array<int, 3> mean = meanColour(in("pictures") + "/" + name + ".png");
+    EXPECT_NEAR(mean[0], 0xC0, 4) << name;
+    EXPECT_NEAR(mean[1], 0x20, 4) << name;
+    EXPECT_NEAR(mean[2], 0x20, 4) << name;
+  }
+  const json presenter = report("paced.json").value("presenter", json::object());
+  EXPECT_TRUE(presenter["pacing_ms"]["p99"].is_number()) << presenter;
+  EXPECT_TRUE(presenter["av_skew_ms"]["p99"].is_number()) << presenter;
+  EXPECT_EQ(presenter.value("position_ms", 0), 1000);
+}
+
+TEST_F(ProgramTest, DurationEndsTheMeetingInTheMiddle) {
+  const Finished finished =
+      meet({"present", clip(), "--duration", "0.5", "--report", in("short.json")});
+  EXPECT_EQ(finished.status, 0) << finished.err;
+  EXPECT_NE(finished.out.find("playing"), std::string::npos) << finished.out;
+  const json presenter = report("short.json").value("presenter", json::object());
+  EXPECT_EQ(presenter.value("state", ""), "playing");
+  EXPECT_LT(presenter.value("frames_sent", 1000), 90);
+}
+
+TEST_F(ProgramTest, AnInterruptEndsInOrder) {
+  struct Case {
+    int signal;
+    int status;
+  };
+  for (const Case& test : {Case{SIGINT, 130}, Case{SIGTERM, 143}}) {
+    Process process(command({"present", clip(), "--attendees", "1", "--report", in("int.json")}));
+    ASSERT_TRUE(process.waitForError("playing"));
+    process.send(test.signal);
+    const Finished finished = process.finish();
+    EXPECT_EQ(finished.status, test.status) << finished.err;
+    EXPECT_NE(finished.err.find("movara-meeting: interrupted\n"), std::string::npos)
+        << finished.err;
+    const json all = report("int.json");
+    EXPECT_EQ(all.value("exit", -1), test.status);
+    EXPECT_EQ(all["messages"].value("SVS_MSG_STOP_SESSION", 0), 2) << "everything released";
+  }
+}
+
+}  // namespace
+}  // namespace meeting
