@@ -1,0 +1,123 @@
+#include "platform/Exception.h"
+#include "tests/movara/common/PlayerFixture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr const char* kSync = "PDSyncSharingViewModeNotification";
+
+class BridgeLifecycle : public PlayerFixture {
+ protected:
+  std::size_t ticks() {
+    const auto codes = sink.takeCodes();
+    return static_cast<std::size_t>(std::count(codes.begin(), codes.end(), PLAYER_NOTIFY_TIMER));
+  }
+  std::shared_ptr<Listener> queries = Listener::to({kSync, PDQueryHOLStatusNotification});
+};
+
+TEST_F(BridgeLifecycle, AsksForModeAndStatusOnceOnTheNextPassOfAnyCommonMode) {
+  for (const auto mode : {platform::kDefaultRunLoopMode, platform::kModalPanelRunLoopMode,
+                          platform::kEventTrackingRunLoopMode, platform::kConnectionReplyMode}) {
+    makeSource();
+    EXPECT_THAT(queries->names, IsEmpty());
+    advance(0.0, mode);
+    advance(0.0, mode);
+    EXPECT_THAT(queries->names, ElementsAre(kSync, PDQueryHOLStatusNotification)) << mode;
+    queries->names.clear();
+    releasePlayer();
+  }
+}
+
+TEST_F(BridgeLifecycle, DestroyedBeforeTheNextPassItAsksNothing) {
+  makeSource();
+  releasePlayer();
+  advance(1.0);
+  EXPECT_THAT(queries->names, IsEmpty());
+}
+
+TEST_F(BridgeLifecycle, TicksTenTimesASecondInEachModeThatUsersStayIn) {
+  makeSource();
+  for (const auto mode : {platform::kDefaultRunLoopMode, platform::kModalPanelRunLoopMode,
+                          platform::kEventTrackingRunLoopMode}) {
+    for (int i = 0; i < 10; ++i) advance(0.1, mode);
+    EXPECT_EQ(ticks(), 10U) << mode;
+  }
+}
+
+TEST_F(BridgeLifecycle, ExceptionInTheTickIsLoggedAndTheTimerGoesOn) {
+  makeSource();
+  sink.inside = [](PLAYER_NOTIFY_CODE) { throw platform::Exception("Name", "reason"); };
+  advance(0.1);
+  EXPECT_THAT(recordedtrace::take(), ElementsAre("W Catch a exception onTimer"));
+  sink.inside = nullptr;
+  advance(0.1);
+  EXPECT_EQ(ticks(), 1U);
+}
+
+TEST_F(BridgeLifecycle, AnotherSinkTakesOverWithTimerAndObservers) {
+  makeSource();
+  RecordingSink other;
+  other.player = player;
+  player->setSink(&other);
+  advance(0.1);
+  EXPECT_THAT(sink.takeCodes(), IsEmpty());
+  EXPECT_THAT(other.takeCodes(), ElementsAre(PLAYER_NOTIFY_TIMER));
+  postNotification("PDDidChangeSharingViewModeNotification", {{"PDSharingViewMode", 1}});
+  EXPECT_TRUE(player->IsFullscreen());
+  releasePlayer();
+}
+
+TEST_F(BridgeLifecycle, WithoutSinkNothingReachesTheApplicationAndQueriesAnswerDefaults) {
+  makeSource();
+  const auto kept = std::static_pointer_cast<AVUIProxy>(bridge->shared_from_this());
+  view->playing = true;
+  player->setSink(nullptr);
+  player->setSink(nullptr);  // a second time is harmless
+  advance(1.0);
+  for (const char* name : {"PDDidChangeSharingViewModeNotification", "LUMNBRSetVloumeNotification",
+                           kMSVideoRenderSizeChangedNotification, HOLStatusNotification}) {
+    postNotification(name, {{"PDSharingViewMode", 1}, {"Status", true}});
+  }
+  std::uint8_t pixels[4 * 12]{};
+  avcapture::AudioBufferList block{1, {{2, sizeof(pixels), pixels}}};
+  avcapture::AudioStreamBasicDescription format{44'100.0, 0, 0, 4, 1, 4, 2, 16, 0};
+  kept->newImageArrive(pixels, 4, 4, 0);
+  kept->newAudioFramesArrive(nullptr, &block, 12, &format, 0);
+  kept->renderMovie(true);
+  kept->onPlay(nullptr);
+  kept->toggleFullscreen(nullptr);
+  kept->deliverVideoFormatOnMainThread();
+  kept->_deliverLatestImage();
+  EXPECT_THAT(sink.takeCodes(), IsEmpty());
+  EXPECT_FALSE(player->IsFullscreen());
+  EXPECT_FALSE(kept->isPlaying());
+  EXPECT_FALSE(kept->allow2Play());
+  EXPECT_EQ(kept->fps(), 0.0F);
+  EXPECT_EQ(kept->mediaSize(), (platform::Size{480.0, 360.0}));
+}
+
+TEST_F(BridgeLifecycle, CleanedUpItIsNotKeptAliveAndEndsOnce) {
+  makeSource();
+  const std::weak_ptr<platform::Object> watched = bridge->weak_from_this();
+  bridge->cleanUp();
+  advance(0.3);
+  EXPECT_THAT(sink.takeCodes(), IsEmpty());
+  EXPECT_FALSE(watched.expired());
+  releasePlayer();
+  EXPECT_FALSE(watched.expired()) << "carried past the player's end";
+  advance(0.2);
+  EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(BridgeLifecycle, SinkDetachedFromWithinTheTick) {
+  makeSource();
+  sink.inside = [this](PLAYER_NOTIFY_CODE) { releasePlayer(); };
+  advance(0.1);
+  EXPECT_EQ(ticks(), 1U);
+  advance(1.0);
+  EXPECT_EQ(ticks(), 0U);
+}
+
+}  // namespace

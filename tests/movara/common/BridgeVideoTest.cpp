@@ -1,0 +1,290 @@
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "platform/UserDefaults.h"
+#include "tests/movara/common/PlayerFixture.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::Field;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr const char* kFirstLiveLine = "I Total send 1 video current video is palying";
+
+class BridgeVideo : public PlayerFixture {
+ protected:
+  BridgeVideo() {
+    makeSource();
+    view->playing = true;
+  }
+
+  static std::vector<std::uint8_t> picture(std::uint8_t colour, std::uint32_t width = 8,
+                                           std::uint32_t height = 4) {
+    return std::vector<std::uint8_t>(4 * height * ((24 * width + 31) / 32), colour);
+  }
+  void arrive(std::vector<std::uint8_t> pixels, std::uint32_t timestamp, std::uint32_t width = 8,
+              std::uint32_t height = 4) {
+    bridge->newImageArrive(pixels.data(), width, height, timestamp);
+  }
+  // Past the first frame, whose format has been accepted.
+  void startAt(std::uint32_t timestamp) {
+    arrive(picture(1), timestamp);
+    runMainThread();
+    sink.samples.clear();
+    sink.videoFormats.clear();
+    recordedtrace::take();
+  }
+  void pause(int invalidBuffers = 1) {
+    view->playing = false;
+    view->invalidBuffers = invalidBuffers;
+  }
+  // Lets the still frame that was queued go out.
+  void waitForStill() {
+    runMainThread();
+    advance(0.101);
+  }
+  std::vector<std::uint64_t> timestamps() const {
+    std::vector<std::uint64_t> result;
+    for (const SentSample& sample : sink.samples) result.push_back(sample.record.dwTimestamp);
+    return result;
+  }
+};
+
+TEST_F(BridgeVideo, FirstFrameIsSentWithItsFormatWhichTheMainThreadAnnounces) {
+  const auto pixels = picture(7, 641, 3);
+  arrive(pixels, 40, 641, 3);
+  ASSERT_THAT(sink.samples, SizeIs(1));
+  const SentSample& sent = sink.samples[0];
+  EXPECT_EQ(sent.bytes, pixels);
+  EXPECT_EQ(sent.record.dwDataLength, 3U * 1'924U);
+  EXPECT_EQ(sent.record.dwTimestamp, 40U);
+  EXPECT_EQ(sent.record.bReserved, 0);
+  EXPECT_EQ(sent.record.nMediaType, MM_MEDIASTREAMING_MEDIATYPE_VIDEO);
+  EXPECT_EQ(sent.record.dwFormatLength, 16U);
+  EXPECT_EQ(sent.video.wWidth, 641);
+  EXPECT_EQ(sent.video.wHeight, 3);
+  EXPECT_EQ(sent.video.wFrameRate, 25.0F);
+  EXPECT_THAT(recordedtrace::take(), ElementsAre(kFirstLiveLine));
+
+  EXPECT_THAT(sink.videoFormats, IsEmpty());
+  runMainThread();
+  EXPECT_THAT(sink.videoFormats, ElementsAre(AllOf(Field(&tagMSVIDEOFORMATEX::wWidth, 641),
+                                                   Field(&tagMSVIDEOFORMATEX::wFrameRate, 25.0F))));
+  EXPECT_EQ(sink.wrongSecondArguments, 0);
+}
+
+TEST_F(BridgeVideo, FormatIsAnnouncedUntilAcceptedAndAgainAfterAReset) {
+  sink.answers[PLAYER_NOTIFY_VIDEO_FORMAT] = -1;
+  for (const std::uint32_t timestamp : {0U, 40U}) {
+    arrive(picture(1), timestamp);
+    runMainThread();
+  }
+  EXPECT_THAT(sink.videoFormats, SizeIs(2));
+  sink.answers.clear();
+  for (const std::uint32_t timestamp : {80U, 120U, 160U}) {
+    arrive(picture(1), timestamp);
+    runMainThread();
+  }
+  EXPECT_THAT(sink.videoFormats, SizeIs(3));
+  player->resetFormatSendStatus();
+  arrive(picture(1), 200);
+  runMainThread();
+  EXPECT_THAT(sink.videoFormats, SizeIs(4));
+}
+
+TEST_F(BridgeVideo, PlayingItDropsARepeatUnlessTheViewPreparedForOne) {
+  startAt(0);
+  arrive(picture(2), 40);
+  arrive(picture(3), 40);
+  EXPECT_THAT(timestamps(), ElementsAre(40));
+  bridge->prepareDeliverLastestImageAgain();
+  arrive(picture(3), 40);
+  EXPECT_THAT(timestamps(), ElementsAre(40, 40));
+  EXPECT_THAT(recordedtrace::take(), IsEmpty());
+}
+
+TEST_F(BridgeVideo, StillFrameRedrawnIsSentOnceFromTheMainThread) {
+  startAt(0);
+  pause();
+  view->position = 1.5F;
+  for (int i = 0; i < 3; ++i) arrive(picture(9), 40);
+  EXPECT_THAT(recordedtrace::take(),
+              ElementsAre("I timestampNow = 1500, mediaData.dwTimestamp = 40",
+                          "I timestampNow = 1500, mediaData.dwTimestamp = 40",
+                          "I same data[mediaData.dwTimestamp = 40], ingore this!",
+                          "I timestampNow = 1500, mediaData.dwTimestamp = 40",
+                          "I same data[mediaData.dwTimestamp = 40], ingore this!"));
+  EXPECT_THAT(sink.samples, IsEmpty());
+  runMainThread();
+  advance(0.099);
+  EXPECT_THAT(sink.samples, IsEmpty());
+  advance(0.002);
+  ASSERT_THAT(sink.samples, SizeIs(1));
+  EXPECT_EQ(sink.samples[0].bytes, picture(9));
+  EXPECT_EQ(sink.samples[0].record.bReserved, 1);
+  EXPECT_EQ(sink.samples[0].video.wWidth, 8);
+  EXPECT_TRUE(sink.samples[0].onMainThread);
+  EXPECT_THAT(recordedtrace::take(),
+              ElementsAre("I _deliverLatestImage, mediaData.dwTimestamp = 40"));
+  arrive(picture(9), 40);  // still the same
+  waitForStill();
+  EXPECT_THAT(sink.samples, SizeIs(1));
+}
+
+TEST_F(BridgeVideo, OfChangingStillFramesOnlyTheLastIsSent) {
+  startAt(0);
+  pause();
+  for (std::uint8_t colour = 1; colour <= 3; ++colour) {
+    arrive(picture(colour), 40);
+    runMainThread();
+    advance(0.06);
+  }
+  EXPECT_THAT(sink.samples, IsEmpty());
+  advance(0.06);
+  ASSERT_THAT(sink.samples, SizeIs(1));
+  EXPECT_EQ(sink.samples[0].bytes, picture(3));
+}
+
+TEST_F(BridgeVideo, PlayingOnBeforeTheStillFrameWentOutSendsAClearedCopy) {
+  startAt(0);
+  pause();
+  arrive(picture(5), 40);
+  view->playing = true;
+  arrive(picture(6), 80);
+  waitForStill();
+  EXPECT_THAT(timestamps(), ElementsAre(80, 0));
+  const tagMSDataStructure& cleared = sink.samples.back().record;
+  EXPECT_EQ(cleared.nMediaType, MM_MEDIASTREAMING_MEDIATYPE_NONE);
+  EXPECT_EQ(cleared.dwDataLength, 0U);
+  EXPECT_EQ(cleared.dwFormatLength, 0U);
+  EXPECT_EQ(cleared.pFormat, nullptr);
+  EXPECT_EQ(cleared.bReserved, 0);
+  EXPECT_NE(cleared.pData, nullptr);
+  arrive(picture(6), 0);  // now a repeat of timestamp 0
+  EXPECT_THAT(sink.samples, SizeIs(2));
+}
+
+TEST_F(BridgeVideo, NotPlayingWithAnotherBufferCountSendsLiveRepeatsIncluded) {
+  startAt(0);
+  pause(2);
+  arrive(picture(1), 40);
+  arrive(picture(1), 40);
+  EXPECT_THAT(timestamps(), ElementsAre(40, 40));
+}
+
+TEST_F(BridgeVideo, DroppedWhileNotPlaying) {
+  startAt(0);
+  pause();
+  sink.player = nullptr;  // nobody to ask
+  arrive(picture(1), 40);
+  sink.player = player;
+  bridge->newImageArrive(nullptr, 16, 16, 80);  // no pixels: its format counts
+  bridge->cleanUp();                            // no copy to keep it in
+  arrive(picture(1), 120);
+  waitForStill();
+  EXPECT_THAT(sink.samples, IsEmpty());
+}
+
+TEST_F(BridgeVideo, StillFrameLargerThanTheBufferIsSentWhole) {
+  startAt(0);
+  pause();
+  const auto large = picture(4, 1920, 1080);
+  ASSERT_GT(large.size(), PausedFrame::kInitialCapacity);
+  arrive(large, 40, 1920, 1080);
+  waitForStill();
+  ASSERT_THAT(sink.samples, SizeIs(1));
+  EXPECT_EQ(sink.samples[0].bytes, large);
+}
+
+TEST_F(BridgeVideo, StillFrameBeingSentKeepsItsPixelsWhenAnotherArrives) {
+  startAt(0);
+  pause();
+  arrive(picture(1), 40);
+  runMainThread();
+  sink.inside = [this](PLAYER_NOTIFY_CODE code) {
+    if (code == PLAYER_NOTIFY_MEDIA_SAMPLE) arrive(picture(2), 80);
+  };
+  advance(0.101);
+  sink.inside = nullptr;
+  waitForStill();
+  ASSERT_THAT(timestamps(), ElementsAre(40, 80));
+  EXPECT_EQ(sink.samples[0].bytes, picture(1));
+  EXPECT_EQ(sink.samples[1].bytes, picture(2));
+}
+
+TEST_F(BridgeVideo, FrameRateIsEstimatedOnceFromTwoPlayingFrames) {
+  view->frameRate = 0.0;
+  startAt(0);
+  arrive(picture(1), 40);
+  EXPECT_EQ(sink.samples.back().video.wFrameRate, 25.0F);
+  runMainThread();
+  EXPECT_THAT(recordedtrace::take(),
+              ElementsAre("W fps = 0, reset myVideoFormat.wFrameRate = 25",
+                          "W deliverVideoFormatOnMainThread already send out video format"));
+  arrive(picture(1), 60);
+  EXPECT_EQ(sink.samples.back().video.wFrameRate, 1.0F);
+  EXPECT_THAT(recordedtrace::take(), IsEmpty());
+}
+
+TEST_F(BridgeVideo, NoEstimateAcrossAJumpBackOrAfterAPreparedRedraw) {
+  view->frameRate = 0.0;
+  startAt(1000);
+  arrive(picture(1), 40);  // back
+  bridge->prepareDeliverLastestImageAgain();
+  arrive(picture(1), 80);
+  EXPECT_THAT(recordedtrace::take(), IsEmpty());
+  EXPECT_EQ(sink.samples.back().video.wFrameRate, 1.0F);
+}
+
+TEST_F(BridgeVideo, EveryTwoHundredthSampleOfBothPathsLeavesALine) {
+  for (std::uint32_t i = 0; i < 200; ++i) {
+    arrive(picture(1), i);
+    runMainThread();
+  }
+  EXPECT_THAT(recordedtrace::take(), ElementsAre(kFirstLiveLine));
+  pause();
+  arrive(picture(2), 300);
+  waitForStill();
+  EXPECT_THAT(recordedtrace::take(),
+              ElementsAre("I timestampNow = 0, mediaData.dwTimestamp = 300",
+                          "I _deliverLatestImage, mediaData.dwTimestamp = 300",
+                          "I Total send 201 video current video is paused"));
+}
+
+TEST_F(BridgeVideo, DumpedFramesAreWrittenUnderTheirCounterAndTimestamp) {
+  namespace fs = std::filesystem;
+  const fs::path home = fs::temp_directory_path() / ("framedump." + std::to_string(::getpid()));
+  const std::string formerHome = std::getenv("HOME");  // NOLINT(concurrency-mt-unsafe)
+  ::setenv("HOME", home.c_str(), 1);                   // NOLINT(concurrency-mt-unsafe)
+  fs::create_directories(home / "Desktop" / "time");
+  platform::UserDefaults::standard().set("DumpImages", "1");
+  startAt(0);
+  pause();
+  arrive(picture(2), 40);
+  waitForStill();
+  platform::UserDefaults::standard().set("DumpImages", "0");
+  view->playing = true;
+  arrive(picture(2), 80);
+  ::setenv("HOME", formerHome.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
+
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(home / "Desktop" / "time")) {
+    names.push_back(entry.path().filename().string());
+    char magic[4]{};
+    std::ifstream(entry.path()).read(magic, sizeof(magic));
+    EXPECT_THAT(std::string(magic, 2), testing::AnyOf("II", "MM"));
+  }
+  std::sort(names.begin(), names.end());
+  ASSERT_THAT(names, SizeIs(2));
+  EXPECT_THAT(names[0], testing::MatchesRegex("video_sended_1_0_[0-9]+.tif"));
+  EXPECT_THAT(names[1], testing::MatchesRegex("video_sended_2_40_[0-9]+_paused.tif"));
+  fs::remove_all(home);
+}
+
+}  // namespace

@@ -1,0 +1,147 @@
+// A player view that plays nothing: answers what a test sets and records what it is told.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "avcapture/KTVideoPlayer.h"
+#include "avcapture/LUMAVCaptureSession.h"
+
+using Calls = std::vector<std::string>;
+
+class FakeVideoPlayer final : public avcapture::KTVideoPlayer {
+ public:
+  using Value = platform::Value;
+
+  // Read by delivery threads.
+  std::atomic<bool> playing{false};
+  std::atomic<bool> paused{false};
+  std::atomic<float> position{0.0F};
+  std::atomic<double> frameRate{25.0};
+  std::atomic<int> invalidBuffers{1};
+
+  std::int64_t length = 90;
+  int volumeNow = 40;
+  int type = 3;
+  bool accepts = true;
+  bool refusedToPlay = false;
+  std::function<void()> whileOpening;
+  std::function<void()> whileDying;
+  avcapture::KTVideoPlayerDelegate* delegate = nullptr;
+  std::shared_ptr<avcapture::AVURLAsset> asset;
+  std::shared_ptr<platform::View> container = std::make_shared<platform::View>();
+  std::shared_ptr<platform::View> picture = std::make_shared<platform::View>();
+
+  Calls takeCalls() { return std::exchange(calls_, {}); }
+
+  void setPlayerFitMode(int mode) override { say("setPlayerFitMode", mode); }
+  void setPlayerType(int kind) override { say("setPlayerType", kind); }
+  void setDelegate(avcapture::KTVideoPlayerDelegate* listener) override {
+    say("setDelegate", listener != nullptr);
+    delegate = listener;
+  }
+  std::shared_ptr<avcapture::AVURLAsset> movie() override { return asset; }
+  bool setMovie(const std::shared_ptr<avcapture::AVURLAsset>& movie) override {
+    if (whileOpening) whileOpening();
+    if (accepts) asset = movie;
+    return accepts;
+  }
+  std::shared_ptr<platform::View> containerView() override { return container; }
+  std::shared_ptr<platform::View> renderView() override { return picture; }
+  void attachToSuperView(platform::View* superview) override {
+    say("attachToSuperView", superview != nullptr);
+    if (superview != nullptr) superview->addSubview(container);
+  }
+  void superFrameSizeChanged() override { say("superFrameSizeChanged"); }
+  void repositionPlayer(const Value& argument) override { say("repositionPlayer", argument); }
+  void onStart(platform::Object* sender) override {
+    say(sender == this ? "onStart by itself" : "onStart");
+    playing = !playing;
+    paused = !playing;
+  }
+  void onStop(platform::Object* /*sender*/) override { say("onStop"); }
+  void seek(float seconds) override { say("seek", seconds); }
+  void onChangeVolume(int volume) override { say("onChangeVolume", volume); }
+  void onUnMute(const Value& sender) override { say("onUnMute", sender); }
+  void onToggleFullscreen(platform::Object* /*sender*/) override {}
+  bool isPlaying() override { return playing; }
+  bool pausedByUser() override { return paused; }
+  float currentTime() override { return position; }
+  std::int64_t duration() override { return length; }
+  double fps() override { return frameRate; }
+  int invalidImageBufferCount() override { return invalidBuffers; }
+  avcapture::PlaybackStatistics statistics() override { return {}; }
+  bool notAllowPlayStaus() override { return refusedToPlay; }
+  int volume() override { return volumeNow; }
+  int mediaType() override { return type; }
+  void setMediaType(int kind) override { say("setMediaType", kind); }
+  void setDuration(float seconds) override { say("setDuration", seconds); }
+  void setNBRMode(bool on) override { say("setNBRMode", on); }
+  void active() override { say("active"); }
+  void deactive() override { say("deactive"); }
+  void roleChanged(bool presenter) override { say("roleChanged", presenter); }
+  void willChangeFitMode() override { say("willChangeFitMode"); }
+  void setFullscreen(const Value& on) override { say("setFullscreen", on); }
+  void showEmbedControlbar(const Value& show) override { say("showEmbedControlbar", show); }
+  void setStatusViewType(const Value& code) override {
+    say("setStatusViewType", code);
+    shown_ = code.intValue();
+  }
+  int statusViewType() override { return shown_; }
+  void deliverLatestImageAgain() override { say("deliverLatestImageAgain"); }
+  void willDie() override {
+    say("willDie");
+    if (whileDying) whileDying();
+  }
+
+ private:
+  void say(const std::string& message) { calls_.push_back(message); }
+  void say(const std::string& message, const Value& argument) {
+    calls_.push_back(message + " " + argument.description());
+  }
+
+  Calls calls_;
+  int shown_ = 0;
+};
+
+class FakeSession final : public avcapture::LUMAVCaptureSession {
+ public:
+  explicit FakeSession(const platform::Dictionary& given) : params(given) {}
+  void stopAudioDeliverThreadIfNeed() override {
+    ++stops;
+    if (whileStopping) whileStopping();
+  }
+
+  platform::Dictionary params;
+  int stops = 0;
+  std::function<void()> whileStopping;
+};
+
+// The view and session that were made last; both are also kept by the player.
+struct FakeFramework {
+  static inline std::shared_ptr<FakeVideoPlayer> view;
+  static inline std::shared_ptr<FakeSession> session;
+  static inline int sessionsMade = 0;
+
+  static void install() {
+    sessionsMade = 0;
+    avcapture::KTVideoPlayer::setFactory([]() -> std::shared_ptr<avcapture::KTVideoPlayer> {
+      return view = std::make_shared<FakeVideoPlayer>();
+    });
+    avcapture::LUMAVCaptureSession::setFactory(
+        [](const platform::Dictionary& params) -> std::shared_ptr<avcapture::LUMAVCaptureSession> {
+          ++sessionsMade;
+          return session = std::make_shared<FakeSession>(params);
+        });
+  }
+  static void uninstall() {
+    view = nullptr;
+    session = nullptr;
+    avcapture::KTVideoPlayer::setFactory(nullptr);
+    avcapture::LUMAVCaptureSession::setFactory(nullptr);
+  }
+};
