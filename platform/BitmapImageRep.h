@@ -17,7 +17,8 @@ struct PLATFORM_API BitmapImageRep {
   std::uint32_t samplesPerPixel = 3;
   std::size_t bytesPerRow = 0;
 
-  // A complete TIFF file, or empty when the picture is empty or cannot be encoded. [any-thread]
+  // A complete, uncompressed TIFF file of 1 (grey) or 3 (R, G, B) samples per pixel, or empty when
+  // the picture is empty or cannot be encoded. [any-thread]
   std::vector<std::uint8_t> tiffRepresentation() const;
 };
 

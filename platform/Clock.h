@@ -1,6 +1,7 @@
 // The monotonic clock that run loops read. Tests put a ManualClock in its place and step it.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 
@@ -11,9 +12,11 @@ namespace platform {
 using Duration = std::chrono::nanoseconds;
 using TimePoint = std::chrono::steady_clock::time_point;
 
-// Seconds as the platform's interfaces take them.
+// Seconds as the platform's interfaces take them; cut to 30 years, so that deadlines fit.
 inline Duration seconds(double value) {
-  return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(value));
+  constexpr double kMost = 1e9;
+  return std::chrono::duration_cast<Duration>(
+      std::chrono::duration<double>(std::clamp(value, -kMost, kMost)));
 }
 
 class PLATFORM_API Clock {

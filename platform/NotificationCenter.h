@@ -3,7 +3,9 @@
 // Handlers run on the posting thread, in order of registration. Observers are not retained; one
 // that has died is skipped, one that is kept alive by nobody else lives through its handler. A
 // handler may add and remove observers and post again: an observer removed during a posting is no
-// longer called by it, one added during a posting is not called by it. [any-thread]
+// longer called by it, one added during a posting is not called by it. What a handler throws goes
+// to the poster; the handlers after it are not called. No lock is held during a call: a handler
+// that is already running on another thread may outlast removeObserver. [any-thread]
 #pragma once
 
 #include <functional>

@@ -41,17 +41,17 @@ bool isMainThread() {
 RunLoop& RunLoop::main() {
   // Never destroyed: what it still holds when the process ends may have its code in a library that
   // is taken down before this one.
-  static RunLoop* const loop = LoopAccess::make(true).release();
+  static RunLoop* const loop = LoopAccess::make().release();
   return *loop;
 }
 
 RunLoop& RunLoop::current() {
   if (isMainThread()) return main();
-  static thread_local const std::unique_ptr<RunLoop> loop = LoopAccess::make(false);
+  static thread_local const std::unique_ptr<RunLoop> loop = LoopAccess::make();
   return *loop;
 }
 
-RunLoop::RunLoop(bool isMain) : impl_(std::make_unique<Impl>(isMain)) {}
+RunLoop::RunLoop() : impl_(std::make_unique<Impl>()) {}
 
 RunLoop::~RunLoop() {
   // Targets end while the loop is still whole: their destructors may cancel what they asked for.

@@ -5,8 +5,13 @@
 // Deadlines are absolute on a monotonic clock, so a repeating timer does not drift; a timer that
 // was held up fires once and continues on its grid.
 //
-// Threads: schedule and cancel on the loop's own thread, except performOnMainThread, stop and wake,
-// which any thread may call. Messages run on the loop's thread.
+// Messages may schedule, cancel, stop and run the loop again. One that throws ends every run that
+// is on, unless code between catches it; nothing else is lost and the loop can be run again. A
+// repeating timer goes on after its message has thrown; while its message runs, runs inside of it
+// do not fire it again. Targets are let go outside of all locks.
+//
+// Threads: schedule, invalidate and cancel on the loop's own thread; performOnMainThread,
+// dispatchOnMainThread, stop and wake on any. Messages run on the loop's thread.
 #pragma once
 
 #include <functional>
@@ -68,13 +73,16 @@ class PLATFORM_API RunLoop {
   // Makes an already scheduled timer fire in a further mode as well.
   void addTimer(const std::shared_ptr<Timer>& timer, Mode mode);
 
-  // Serves `mode` until stop() or the deadline.
+  // Serves `mode` until stop() or the deadline; what is due at the deadline is still served. On a
+  // clock that does not run by itself, runUntil also returns when nothing is ready.
   void run(Mode mode = kDefaultRunLoopMode);
   void runUntil(TimePoint deadline, Mode mode = kDefaultRunLoopMode);
-  // Serves what is due in `mode` now, each piece in order of its deadline, without waiting; what
-  // gets due or is queued meanwhile waits for the next pass. Returns how many were served.
+  // Serves what is due in `mode` now without waiting: main-thread messages first, then the rest in
+  // order of deadline. What gets due or is queued meanwhile waits for the next pass. Returns how
+  // many were served.
   std::size_t runReady(Mode mode = kDefaultRunLoopMode);
-  // Ends the innermost run. [any-thread]
+  // Ends the innermost run, after the message that it is at. While none is on, the next run or
+  // runUntil ends at once instead, so that a stop that comes early is not lost. [any-thread]
   void stop();
 
   // Serves main-thread messages, nothing else, until `done` answers true; it is asked again after
@@ -87,7 +95,7 @@ class PLATFORM_API RunLoop {
   struct Impl;
 
  private:
-  explicit RunLoop(bool isMain);
+  RunLoop();
   friend struct LoopAccess;
   std::unique_ptr<Impl> impl_;
 };
@@ -104,12 +112,14 @@ PLATFORM_API void cancelPerform(const Object& target, Selector message, const Va
 PLATFORM_API void cancelPerforms(const Object& target);
 
 // Sends `message` on the main thread, in whatever mode its loop runs. With `wait` it returns when
-// the message has run, and runs it at once when called on the main thread; without, the message is
-// queued. The target is kept alive until then. [any-thread]
+// the message has run, and runs it at once when called on the main thread; what the message throws
+// is then thrown here, on the waiting thread, and the main loop does not see it. Without, the
+// message is queued; queued ones keep their order. The target is kept alive until then.
+// [any-thread]
 PLATFORM_API void performOnMainThread(std::shared_ptr<Object> target, Selector message,
                                       Value argument, bool wait);
 
-// The same for a closure. [any-thread]
+// Queues a closure in the same way, without waiting. [any-thread]
 PLATFORM_API void dispatchOnMainThread(std::function<void()> work);
 
 // An array of objects that can be asked to let them go on a later turn of the run loop.

@@ -3,7 +3,8 @@
 // Looked up, in this order: a value set in this process; the environment variable
 // MOVARA_DEFAULT_<key>; a line "key = value" of the defaults file, which is $MOVARA_DEFAULTS_FILE
 // or movara/defaults below $XDG_CONFIG_HOME (else ~/.config). Environment and file are read once.
-// [any-thread]
+// In the file, blanks around key and value do not count, the last line of a key does, and lines
+// that begin with '#' are comments. [any-thread]
 #pragma once
 
 #include <atomic>

@@ -21,6 +21,8 @@ template <class... Cases>
 struct Overloaded : Cases... {
   using Cases::operator()...;
 };
+template <class... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>;  // clang 14 does not find it by itself
 
 using Number = std::variant<std::int64_t, double>;
 

@@ -22,19 +22,21 @@ namespace platform {
 // 0, false and 0.0; a string reads as the number that it begins with, a bool as 1 or 0.
 class PLATFORM_API Value {
  public:
-  Value() = default;                                                      // nil
-  Value(bool value) : data_(value) {}                                     // NOLINT(*-explicit-*)
-  Value(std::int32_t value) : data_(static_cast<std::int64_t>(value)) {}  // NOLINT(*-explicit-*)
-  Value(std::int64_t value) : data_(value) {}                             // NOLINT(*-explicit-*)
-  Value(float value) : data_(static_cast<double>(value)) {}               // NOLINT(*-explicit-*)
-  Value(double value) : data_(value) {}                                   // NOLINT(*-explicit-*)
-  Value(std::string value) : data_(std::move(value)) {}                   // NOLINT(*-explicit-*)
-  Value(const char* value) : data_(std::string(value)) {}                 // NOLINT(*-explicit-*)
-  Value(std::shared_ptr<Object> value) : data_(std::move(value)) {}       // NOLINT(*-explicit-*)
+  Value() = default;  // nil
+  // Implicit on purpose: a literal is a value.
+  // NOLINTBEGIN(google-explicit-constructor)
+  Value(bool value) : data_(value) {}
+  Value(std::int32_t value) : data_(static_cast<std::int64_t>(value)) {}
+  Value(std::int64_t value) : data_(value) {}
+  Value(float value) : data_(static_cast<double>(value)) {}
+  Value(double value) : data_(value) {}
+  Value(std::string value) : data_(std::move(value)) {}
+  Value(const char* value) : data_(std::string(value)) {}
+  Value(std::shared_ptr<Object> value) : data_(std::move(value)) {}
   template <class T>
-  requires std::is_base_of_v<Object, T> Value(
-      const std::shared_ptr<T>& value)  // NOLINT(*-explicit-*)
+  requires std::is_base_of_v<Object, T> Value(const std::shared_ptr<T>& value)
       : data_(std::static_pointer_cast<Object>(value)) {}
+  // NOLINTEND(google-explicit-constructor)
 
   bool isNil() const { return std::holds_alternative<std::monostate>(data_); }
   // Whether it is a bool, an integer or a float.
