@@ -32,9 +32,9 @@ class SeekFilter {
       held_ = std::move(next);
       return true;
     }
-    const bool wantsHeld = !passing_ && next.microseconds > target_ && held_.frame;
     passing_ = true;
-    if (wantsHeld && !out(std::move(held_))) return false;
+    DecodedFrame held = std::exchange(held_, {});
+    if (held.frame && next.microseconds > target_ && !out(std::move(held))) return false;
     return out(std::move(next));
   }
   // The movie ended: it has nothing later than what is held.

@@ -1,8 +1,11 @@
 // What arrives at the stream listener, against what the ffmpeg program makes of the same file.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cmath>
 #include <fstream>
-#include <numeric>
+#include <iterator>
+#include <ostream>
 
 #include "tests/avcapture/Support.h"
 
@@ -25,7 +28,6 @@ void PrintTo(const Clip& clip, std::ostream* out) { *out << clip.name; }
 
 #define PICTURE "-f lavfi -i testsrc2=s=320x240:r=25 "
 #define SOUND "-f lavfi -i sine=f=440:r=44100 "
-
 const Clip kClips[] = {
     {"h264.mp4", PICTURE SOUND "-t 1 -ac 2 -c:v libx264 -bf 2 -pix_fmt yuv420p -c:a aac", "320x240",
      kMediaTypeAudioVideo},
@@ -42,10 +44,11 @@ const Clip kClips[] = {
      kMediaTypeAudioVideo},
     {"mpeg4.avi", PICTURE SOUND "-t 1 -c:v mpeg4 -bf 2 -c:a libmp3lame", "320x240",
      kMediaTypeAudioVideo},
-    {"odd.mp4", "-f lavfi -i testsrc2=s=317x239:r=25 -t 1 -c:v libx264 -pix_fmt yuv444p", "317x239",
-     kMediaTypeVideo},
-    {"odd_height.avi", "-f lavfi -i testsrc2=s=317x239:r=25 -t 1 -c:v mpeg4", "317x239",
-     kMediaTypeVideo},
+    {"odd.mp4",
+     "-f lavfi -i testsrc2=s=320x240:r=25 -t 1 -vf scale=317:239 -c:v libx264 -pix_fmt yuv444p",
+     "317x239", kMediaTypeVideo},
+    {"odd_height.avi", "-f lavfi -i testsrc2=s=320x240:r=25 -t 1 -vf scale=317:239 -c:v mpeg4",
+     "317x239", kMediaTypeVideo},
     {"variable.mkv",
      PICTURE "-t 2 -vf select='not(mod(n,3))+eq(mod(n,7),1)' -fps_mode vfr -c:v libx264 -bf 2 "
              "-pix_fmt yuv420p",
@@ -56,6 +59,10 @@ const Clip kClips[] = {
     {"sound.wav", "-f lavfi -i sine=f=440:r=8000 -t 1 -ac 1", "", kMediaTypeAudio, 0},
     {"sound.flac", "-f lavfi -i sine=f=440:r=96000 -t 1 -ac 6 -sample_fmt s32", "", kMediaTypeAudio,
      0},
+    {"cover_art.m4a",
+     SOUND PICTURE "-map 0 -map 1 -t 1 -frames:v 1 -c:v mjpeg -disposition:v attached_pic -c:a aac",
+     "", kMediaTypeAudio, 0},
+    {"mpeg2.ts", PICTURE "-t 1 -c:v mpeg2video", "320x240", kMediaTypeVideo},
     {"no_sound.webm", PICTURE "-t 1 -c:v libvpx-vp9 -cpu-used 8 -deadline realtime", "320x240",
      kMediaTypeVideo},
 };
@@ -90,6 +97,104 @@ INSTANTIATE_TEST_SUITE_P(Media, EveryClip, ::testing::ValuesIn(kClips), [](const
   std::replace(name.begin(), name.end(), '.', '_');
   return name;
 });
+
+// How a camera was held: the first two columns of the display matrix, in units of 1.
+struct Held {
+  const char* how;
+  double a, b, c, d;
+  const char* size;
+};
+
+class EveryAttitude : public PlayerTest, public ::testing::WithParamInterface<Held> {};
+
+void putBigEndian(std::string& bytes, std::size_t at, double units) {
+  const auto value = static_cast<std::uint32_t>(std::lround(units * 65536));
+  for (unsigned i = 0; i < 4; ++i) bytes[at + i] = static_cast<char>(value >> (24 - 8 * i));
+}
+
+TEST_P(EveryAttitude, StandsUpright) {
+  const Held& held = GetParam();
+  std::ifstream whole(clip("level.mp4", PICTURE "-t 0.4 -c:v libx264 -pix_fmt yuv420p"),
+                      std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(whole), {}};
+  const std::size_t matrix = bytes.find("tkhd") + 44;
+  putBigEndian(bytes, matrix, held.a);
+  putBigEndian(bytes, matrix + 4, held.b);
+  putBigEndian(bytes, matrix + 12, held.c);
+  putBigEndian(bytes, matrix + 16, held.d);
+  const std::string path = scratchPath(std::string(held.how) + ".mp4");
+  writeFile(path, bytes);
+  open(path);
+  playToTheEnd();
+  EXPECT_THAT(recorder->frames(), ElementsAreArray(expectedFrames(path, held.size)));
+}
+
+const Held kAttitudes[] = {
+    {"level", 1, 0, 0, 1, "320x240"},
+    {"clockwise", 0, 1, -1, 0, "240x320"},
+    {"upside_down", -1, 0, 0, -1, "320x240"},
+    {"counterclockwise", 0, -1, 1, 0, "240x320"},
+    {"mirrored", -1, 0, 0, 1, "320x240"},
+    {"flipped", 1, 0, 0, -1, "320x240"},
+    {"transposed", 0, 1, 1, 0, "240x320"},
+    {"transposed_twice", 0, -1, -1, 0, "240x320"},
+    {"askew", 0.866, 0.5, -0.5, 0.866, "320x240"},
+};
+INSTANTIATE_TEST_SUITE_P(Camera, EveryAttitude, ::testing::ValuesIn(kAttitudes),
+                         [](const auto& each) { return std::string(each.param.how); });
+
+using Delivery = PlayerTest;
+
+TEST_F(Delivery, FollowsAChangeOfSizeInTheMiddle) {
+  const std::string large = clip("large.ts", PICTURE "-t 1 -c:v mpeg2video");
+  const std::string small =
+      clip("small.ts", "-f lavfi -i testsrc2=s=160x120:r=25 -t 1 -c:v mpeg2video");
+  const std::string both = clip("both.ts", "-i concat:" + large + "|" + small + " -c copy");
+  open(both);
+  playToTheEnd();
+  const std::vector<Frame> frames = recorder->frames();
+  ASSERT_GE(frames.size(), 48U);
+  EXPECT_EQ(frames.front().width, 320U);
+  EXPECT_EQ(frames.back().width, 160U);
+  EXPECT_EQ(frames.back().height, 120U);
+}
+
+TEST_F(Delivery, DescribesSoundAndCutsItToEvenBlocks) {
+  open(standardClip());
+  playToTheEnd();
+  const AudioStreamBasicDescription description = recorder->description();
+  EXPECT_EQ(description.mSampleRate, 44100.0);
+  EXPECT_EQ(description.mFormatID, kAudioFormatLinearPCM);
+  EXPECT_EQ(description.mBytesPerPacket, 4U);
+  EXPECT_EQ(description.mChannelsPerFrame, 2U);
+  EXPECT_EQ(description.mBitsPerChannel, 16U);
+  const std::vector<std::uint32_t> times = recorder->soundTimes();
+  ASSERT_GE(times.size(), 50U);
+  for (std::uint32_t i = 0; i < 50; ++i) EXPECT_EQ(times[i], i * 20);
+}
+
+// While the picture's listener does not return, sound goes on; when it does, pictures whose time
+// has passed are left out, and the rest come in order.
+TEST_F(Delivery, DropsLatePicturesWhenPaced) {
+  openPaced(standardClip());
+  std::atomic<bool> held{true};
+  recorder->onImage = [&] { held.wait(true); };
+  player->onStart(nullptr);
+  ASSERT_TRUE(pumpUntil([&] {
+    const std::vector<std::uint32_t> times = recorder->soundTimes();
+    return !times.empty() && times.back() >= 500;
+  }));
+  held = false;
+  held.notify_all();
+  ASSERT_TRUE(pumpUntil([&] { return delegate.count("stop") > 0; }));
+  const PlaybackStatistics statistics = player->statistics();
+  EXPECT_GE(statistics.framesDropped, 1U);
+  EXPECT_EQ(statistics.framesDropped + statistics.framesDelivered, 25U);
+  const std::vector<Frame> frames = recorder->frames();
+  EXPECT_TRUE(std::is_sorted(frames.begin(), frames.end(), [](const Frame& a, const Frame& b) {
+    return a.timestamp < b.timestamp;
+  }));
+}
 
 }  // namespace
 

@@ -106,7 +106,7 @@ class Delegate final : public KTVideoPlayerDelegate {
 
 // A player view with its delegate, and a session that delivers to a recorder.
 class PlayerTest : public ::testing::Test {
- protected:
+ public:
   // Unpaced and silent unless a test wants otherwise.
   void open(const std::string& path,
             PlaybackOptions options = {.paced = false, .decoderThreads = 1, .localSound = false});
