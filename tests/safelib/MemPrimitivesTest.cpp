@@ -39,12 +39,4 @@ TEST(MemPrimitives, CopyRefusesBadLengthsAndOverlap) {
   }
 }
 
-TEST(MemPrimitives, FillChecksItsArguments) {
-  Bytes buffer{1, 2, 3};
-  EXPECT_EQ(cs_memset_s(nullptr, 1, 7), 400);
-  EXPECT_EQ(cs_memset_s(buffer.data(), 0, 7), 401);
-  EXPECT_EQ(cs_memset_s(buffer.data(), 2, 7), 0);
-  EXPECT_THAT(buffer, testing::ElementsAre(7, 7, 3));
-}
-
 }  // namespace

@@ -8,23 +8,25 @@
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
+#include <string_view>
 
 namespace fs = std::filesystem;
 
 namespace {
 
+// The caller's environment without its trace settings, and `additions`.
 std::vector<std::string> childEnvironment(const Environment& additions) {
   std::vector<std::string> result;
   for (char** entry = environ; *entry != nullptr; ++entry) {
-    const std::string text = *entry;
-    if (!text.starts_with("MOVARA_TRACE_")) result.push_back(text);
+    if (!std::string_view(*entry).starts_with("MOVARA_TRACE_")) result.emplace_back(*entry);
   }
-  for (const auto& [name, value] : additions) result.push_back(name + "=" + value);
+  result.insert(result.end(), additions.begin(), additions.end());
   return result;
 }
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
   std::vector<char*> result;
+  result.reserve(texts.size() + 1);
   for (std::string& text : texts) result.push_back(text.data());
   result.push_back(nullptr);
   return result;
@@ -76,7 +78,7 @@ void BundleTree::padHostPath(std::size_t bytes) {
 }
 
 fs::path BundleTree::addTraceBundle(const fs::path& folder, const fs::path& code) {
-  const fs::path target = folder / "lumtrace.bundle/Contents/Linux/lumtrace";
+  fs::path target = folder / "lumtrace.bundle/Contents/Linux/lumtrace";
   fs::create_directories(target.parent_path());
   fs::copy_file(code, target);
   return target;

@@ -3,7 +3,6 @@
 
 #include <filesystem>
 #include <string>
-#include <utility>
 #include <vector>
 
 struct Outcome {
@@ -12,7 +11,7 @@ struct Outcome {
   std::vector<std::string> err;  // and of standard error
 };
 
-using Environment = std::vector<std::pair<std::string, std::string>>;
+using Environment = std::vector<std::string>;  // "NAME=value"
 
 std::vector<std::string> linesOf(const std::filesystem::path& file);
 

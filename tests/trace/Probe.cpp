@@ -6,8 +6,9 @@
 #include <thread>
 #include <vector>
 
-#include "tests/trace/ProbeOddities.h"
 #include "trace/unifiedtram.h"
+
+void logOddities();  // ProbeOddities.cpp
 
 namespace {
 
@@ -48,6 +49,7 @@ void callLevels() {
 
 void callFromThreads(int threads, int lines) {
   std::vector<std::thread> running;
+  running.reserve(static_cast<std::size_t>(threads));
   for (int thread = 0; thread < threads; ++thread) {
     running.emplace_back([thread, lines] {
       for (int line = 0; line < lines; ++line) {

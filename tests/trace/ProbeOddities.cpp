@@ -1,5 +1,4 @@
-#include "tests/trace/ProbeOddities.h"
-
+// Calls of the trace front end that no careful caller makes.
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -32,6 +31,7 @@ TRACE_PRINTF(2, 3) int trace(const char* tag2, const char* format, ...) {
 
 }  // namespace
 
+void logOddities();
 void logOddities() {
   // The first record makes the bundle set itself up, which must not disturb errno either.
   errno = ENOENT;

@@ -1,4 +1,0 @@
-// Calls of the trace front end that no careful caller makes.
-#pragma once
-
-void logOddities();
