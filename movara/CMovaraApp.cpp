@@ -119,7 +119,11 @@ void CMovaraApp::tearDown() {
       player()->setSink(nullptr);
     }
     m_svsMgr.setPlayer(nullptr);
-    m_pAVRender.exchange(nullptr)->release();
+    CAVPlayer* const last = m_pAVRender.exchange(nullptr);
+    if (last->retainCount() > 1) {
+      last->parentViewChanged(nullptr);  // it goes on opening, and outlives the view
+    }
+    last->release();
   }
   if (m_containerView) {
     m_containerView->removeFromSuperview();

@@ -63,6 +63,9 @@ UCFResult CMovaraApp::CreateActiveUI(void* parentView, tagUCFRect* rect) {
 
   placeViews(static_cast<platform::View*>(parentView), *rect);
   setItemState(UCF_ITEM_800, 0);
+  if (m_bTornDown) {
+    return UCF_OK;
+  }
   m_svsMgr.removeAllActiveStatusFromBuffer();
   if (!m_svsMgr.IsSourceChannel()) {
     activateListener();

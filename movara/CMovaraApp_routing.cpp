@@ -10,6 +10,9 @@ UCFResult CMovaraApp::RouteMessage(enumMODULE_TYPE /*from*/, enumMODULE_TYPE /*t
                                    unsigned long type, unsigned long uMsg, void* wParam,
                                    void* /*lParam*/) {
   const Entry entry(*this);
+  if (m_bTornDown) {
+    return UCF_OK;
+  }
   if (m_bIgoreAllMessage) {
     MacInfoTrace2(kTraceModule,
                   "CMovaraApp::RouteMessage, m_bIgoreAllMessage = TRUE, just ignore all message");

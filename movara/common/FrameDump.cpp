@@ -13,14 +13,16 @@ namespace {
 
 constexpr std::size_t kBytesPerPixel = 3;
 
-constinit const platform::FloatDefault dumpImages{"DumpImages"};
-
 // Pictures dumped by this process, by whatever bridge.
 constinit std::atomic<int> dumped{0};
 
 }  // namespace
 
-bool isOn() { return dumpImages.value() != 0.0F; }
+bool isOn() {
+  // Not at namespace scope: its end would have to be registered while the module is being loaded.
+  static const platform::FloatDefault dumpImages{"DumpImages"};
+  return dumpImages.value() != 0.0F;
+}
 
 void write(Kind kind, const void* pixels, std::size_t length, std::uint32_t width,
            std::uint32_t height, std::uint32_t timestamp) {

@@ -1,0 +1,162 @@
+// The built bundle between a recording host and a player view that plays nothing, on a stepped
+// clock. Everything goes through the host contract.
+#pragma once
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+
+#include <memory>
+
+#include "mmp/ParticipantRecords.h"
+#include "mmp/StatusRecords.h"
+#include "platform/RunLoop.h"
+#include "tests/contract/RecordingHost.h"
+#include "tests/contract/TraceLines.h"
+#include "tests/movara/common/FakeVideoPlayer.h"
+#include "ucf/Exports.h"
+#include "ucf/IUCFObjectRuntime.h"
+#include "ucf/SessionMessages.h"
+
+namespace contract {
+
+// The five exports of the bundle, which stays loaded.
+struct Module {
+  UCFInitializeFn initialize = function<UCFInitializeFn>("UCFInitialize");
+  UCFCleanupFn cleanup = function<UCFCleanupFn>("UCFCleanup");
+  UCFCreateInstanceFn createInstance = function<UCFCreateInstanceFn>("UCFCreateInstance");
+  UCFDeleteInstanceFn deleteInstance = function<UCFDeleteInstanceFn>("UCFDeleteInstance");
+  UCFGetInterfaceVersionFn getInterfaceVersion =
+      function<UCFGetInterfaceVersionFn>("UCFGetInterfaceVersion");
+
+  static const Module& loaded() {
+    static const Module module;
+    return module;
+  }
+
+ private:
+  template <class Function>
+  static Function function(const char* name) {
+    static void* const code = dlopen(MOVARA_BUNDLE_CODE, RTLD_NOW | RTLD_LOCAL);
+    return reinterpret_cast<Function>(code ? dlsym(code, name) : nullptr);
+  }
+};
+
+constexpr UCFCtx kEmbedded = 0;
+constexpr UCFCtx kOutside = 1;
+
+class ContractTest : public testing::Test {
+ protected:
+  ContractTest() {
+    clock();
+    FakeFramework::install();
+    takeTraceLines();
+  }
+  ~ContractTest() override {
+    release();
+    advance(1.0);  // what the player left behind ends
+    FakeFramework::uninstall();
+    EXPECT_EQ(host.variantsHeld, 0) << "variants that were not given back";
+  }
+
+  void create(UCFCtx context = kEmbedded, const char* file = "talk.mov") {
+    std::string name = file ? file : "";
+    ASSERT_EQ(Module::loaded().createInstance(&host, nullptr, context, file ? name.data() : nullptr,
+                                              nullptr, 0, &object),
+              UCF_OK);
+    runtime = face<IUCFObjectRuntime>(UCF_IID_OBJECT_RUNTIME);
+    router = face<IUCFMsgRouter>(UCF_IID_OBJECT_MSG_ROUTER);
+  }
+  void createListener(UCFCtx context = kEmbedded) {
+    host.role = UCF_ROLE_ATTENDEE;
+    host.runtimeMode = UCF_RUNTIME_MODE_LISTENER;
+    create(context);
+  }
+  void activate() {
+    ASSERT_EQ(object->CreateActiveUI(parent.get(), &rect), UCF_OK);
+    ASSERT_NE(view(), nullptr);
+    // As the framework does while it opens a movie.
+    view()->whileOpening = [this] { view()->delegate->renderMovie(view()->accepts); };
+  }
+  void release() {
+    if (object) {
+      std::exchange(object, nullptr)->Release();
+    }
+  }
+  // From creation to a joined channel with an open file.
+  void present() {
+    create();
+    activate();
+    startSource();
+    channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+    channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+    forget();
+  }
+  void startSource() {
+    session(SESSION_MSG_JOIN_CONFIRM);
+    ticks(5);
+  }
+  // Forgets what has been recorded so far.
+  void forget() {
+    host.take();
+    takeTraceLines();
+    if (view()) {
+      view()->takeCalls();
+    }
+  }
+
+  void session(unsigned long message, void* payload = nullptr) { route(0, message, payload); }
+  template <class Record>
+  void status(unsigned long message, Record record) {
+    record.head = {0, RecordingHost::kSourceID};
+    route(2, message, &record);
+  }
+  void channelStatus(std::uint32_t value) {
+    tagMSChannelStatus record{};
+    record.dwStatus = value;
+    status(MM_MEDIASTREAMING_MSSTATUS_CHANNEL_STATUS, record);
+  }
+  void route(unsigned long type, unsigned long message, void* payload) {
+    EXPECT_EQ(
+        router->RouteMessage(MODULE_TYPE_MMP, MODULE_TYPE_SVS, type, message, payload, nullptr),
+        UCF_OK);
+  }
+  void mediaInfo(tagStmMediaInfo info) {
+    runtime->OnParameterData(0, reinterpret_cast<unsigned char*>(&info), sizeof(info));
+  }
+
+  static std::shared_ptr<platform::ManualClock> clock() {
+    static const auto instance = [] {
+      auto manual = std::make_shared<platform::ManualClock>();
+      platform::RunLoop::main().setClock(manual);
+      return manual;
+    }();
+    return instance;
+  }
+  static void advance(double seconds) {
+    clock()->advance(platform::seconds(seconds));
+    platform::RunLoop::main().runReady();
+  }
+  static void ticks(int count) {
+    for (int i = 0; i < count; ++i) {
+      advance(0.1);
+    }
+  }
+  static FakeVideoPlayer* view() { return FakeFramework::view.get(); }
+  static int shown() { return view()->statusViewType(); }
+
+  template <class Face>
+  Face* face(UCFInterfaceID id) {
+    void* out = nullptr;
+    EXPECT_EQ(object->GetUCFInterface(id, &out), UCF_OK);
+    return static_cast<Face*>(out);
+  }
+
+  RecordingHost host;
+  IUCFObjectBase* object = nullptr;
+  IUCFObjectRuntime* runtime = nullptr;
+  IUCFMsgRouter* router = nullptr;
+  std::shared_ptr<platform::View> parent = std::make_shared<platform::View>();
+  tagUCFRect rect = {10, 20, 650, 380};
+};
+
+}  // namespace contract

@@ -1,0 +1,229 @@
+// A host in one object: container, runtime and router. Keeps a line for everything that it is asked
+// or told, in order, and answers as the test says. [main-thread; samples also delivery-thread]
+#pragma once
+
+#include <atomic>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "mmp/RequestRecords.h"
+#include "ucf/IUCFContainerBase.h"
+#include "ucf/IUCFContainerRuntime.h"
+#include "ucf/IUCFMsgRouter.h"
+
+namespace contract {
+
+using Lines = std::vector<std::string>;
+
+inline std::string hex(const void* data, std::size_t length) {
+  std::string text;
+  for (const auto* byte = static_cast<const unsigned char*>(data); length > 0; ++byte, --length) {
+    constexpr const char* kDigits = "0123456789abcdef";
+    text += kDigits[*byte >> 4];
+    text += kDigits[*byte & 15];
+  }
+  return text;
+}
+
+class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, public IUCFMsgRouter {
+ public:
+  static constexpr std::uint64_t kSessionID = 0x0102030405060708;
+  static constexpr std::uint64_t kSourceID = 42;
+
+  virtual ~RecordingHost() = default;
+
+  // Answers.
+  bool hasRuntime = true;
+  bool hasRouter = true;
+  std::uint32_t role = UCF_ROLE_PRESENTER;
+  std::uint32_t runtimeMode = 0;
+  bool ownDocument = true;
+  bool liveMeeting = true;
+  bool canSend = true;
+  bool throwsOnSend = false;
+  std::map<std::uint32_t, std::string> properties = {{UCF_PROPERTY_FILE_PATH, "/m/talk.mov"}};
+  std::map<std::uint32_t, tagUCFVariant> shared;
+  std::function<UCFResult(tagQuery&)> answerQuery = [](tagQuery&) { return UCF_OK; };
+  // Runs within each call, after its line was kept.
+  std::function<void(const std::string& line)> within;
+
+  std::atomic<int> samples{0};
+  int variantsHeld = 0;  // filled and not given back yet
+
+  Lines take() { return std::exchange(lines_, {}); }
+
+  // Container.
+  UCFResult GetUCFInterface(UCFInterfaceID id, void** out) override {
+    if (id == UCF_IID_CONTAINER_RUNTIME && hasRuntime) {
+      *out = static_cast<IUCFContainerRuntime*>(this);
+      return UCF_OK;
+    }
+    if (id == UCF_IID_OBJECT_MSG_ROUTER && hasRouter) {
+      *out = static_cast<IUCFMsgRouter*>(this);
+      return UCF_OK;
+    }
+    return UCF_E_NOINTERFACE;
+  }
+  void FreeVariant(tagUCFVariant* /*variant*/) override { --variantsHeld; }
+  UCFResult GetProperty(std::uint32_t id, tagUCFVariant* out) override {
+    say("property " + std::to_string(id));
+    const auto found = properties.find(id);
+    if (found == properties.end()) {
+      return 1;
+    }
+    out->vt = UCFVT_STR;
+    out->pszVal = found->second.c_str();
+    ++variantsHeld;
+    return UCF_OK;
+  }
+  UCFResult GetSharedProperty(std::uint32_t id, tagUCFVariant* out) override {
+    const auto found = shared.find(id);
+    if (found == shared.end()) {
+      return 1;
+    }
+    *out = found->second;
+    ++variantsHeld;
+    return UCF_OK;
+  }
+  UCFResult SetSharedProperty(std::uint32_t id, tagUCFVariant* in) override {
+    say("shared " + std::to_string(id) + " type " + std::to_string(in->vt) + " " +
+        std::to_string(in->lVal));
+    shared[id] = *in;
+    return UCF_OK;
+  }
+
+  // Runtime.
+  std::uint32_t CanSend() override { return canSend ? 1 : 0; }
+  std::uint32_t GetRuntimeMode() override { return runtimeMode; }
+  UCFResult SendDataToAll(void* data, std::uint32_t length, std::uint32_t reserved) override {
+    say("to all " + hex(data, length) + (reserved != 0 ? " reserved" : ""));
+    return send();
+  }
+  UCFResult SendDataToUser(void* data, std::uint32_t length, std::uint32_t user,
+                           std::uint32_t reserved) override {
+    say("to " + std::to_string(user) + " " + hex(data, length) +
+        (reserved != 0 ? " reserved" : ""));
+    return send();
+  }
+  UCFResult SetParameterData(std::uint32_t id, void* data, std::uint32_t length) override {
+    say("publish " + std::to_string(id) + " " + hex(data, length));
+    return UCF_OK;
+  }
+  std::uint32_t RequestParameterData(std::int32_t id) override {
+    if (id == UCF_QUERY_OWN_DOCUMENT) {
+      return ownDocument ? 1 : 0;
+    }
+    if (id == UCF_QUERY_LIVE_MEETING) {
+      return liveMeeting ? 1 : 0;
+    }
+    say("request " + std::to_string(id));
+    return 0;
+  }
+  std::uint32_t GetCurrentRole() override { return role; }
+  UCFResult GetOwnIdentity(void* out) override {
+    std::memcpy(out, "\x05\x00\x00\x00\x0a\x0b\x0c\x0d", 8);
+    return UCF_OK;
+  }
+  UCFResult GetPresenterUserId(std::uint32_t* out) override {
+    *out = 9;
+    return UCF_OK;
+  }
+  UCFResult SetItemState(std::uint32_t item, std::uint32_t state, std::uint32_t reserved) override {
+    say("item " + std::to_string(item) + "=" + std::to_string(state) +
+        (reserved != 0 ? " reserved" : ""));
+    return UCF_OK;
+  }
+
+  // Router.
+  UCFResult RouteMessage(enumMODULE_TYPE from, enumMODULE_TYPE to, unsigned long type,
+                         unsigned long uMsg, void* wParam, void* lParam) override {
+    if (from != MODULE_TYPE_SVS) {
+      say("from " + std::to_string(from));
+    }
+    if (to == MODULE_TYPE_CONF) {
+      *static_cast<std::uint64_t*>(wParam) = kSessionID;
+      *static_cast<std::uint64_t*>(lParam) = kSourceID;
+      say("ids " + std::to_string(type));
+      return 1;
+    }
+    if (type != SVS_MSG_MS_COMMAND) {
+      say("session " + std::to_string(type));
+      return 1;
+    }
+    return command(uMsg, wParam);
+  }
+
+ private:
+  UCFResult command(unsigned long command, void* record) {
+    const auto number = [](auto value) { return " " + std::to_string(value); };
+    switch (command) {
+      case MM_MEDIASTREAMING_CMD_REGISTER: {
+        const auto* const r = static_cast<const tagMSRegisterInfo*>(record);
+        say("register" + number(static_cast<std::int64_t>(r->dwDuration)) +
+            number(r->eMediaContent));
+        return 1;
+      }
+      case MM_MEDIASTREAMING_CMD_UNREGISTER:
+        say("unregister");
+        return 1;
+      case MM_MEDIASTREAMING_CMD_SOURCE_STATUS: {
+        const auto* const r = static_cast<const tagMSSourceStatus*>(record);
+        say("status" + number(r->eStatus) + number(r->lPosition) +
+            (r->dwSeekMark == MM_MEDIASTREAMING_SEEK_MARK ? " seek" : ""));
+        return 1;
+      }
+      case MM_MEDIASTREAMING_CMD_MEDIA_FORMAT: {
+        const auto* const r = static_cast<const tagMSMediaFormat*>(record);
+        say("format" + number(r->eMediaType) + " " + hex(r->pFormat, r->dwFormatSize));
+        return 1;
+      }
+      case MM_MEDIASTREAMING_CMD_SET_RENDER: {
+        const auto* const r = static_cast<const tagMSRenderInfo*>(record);
+        say("render" + number(r->eRenderType) + (r->hRender == 0 ? " none" : " view"));
+        return 1;
+      }
+      case MM_MEDIASTREAMING_CMD_UPDATE_RENDER: {
+        const auto* const r = static_cast<const tagMSRenderUpdate*>(record);
+        const auto* const view = static_cast<const tagMSRenderView*>(r->pUpdateParam);
+        say("update render" + number(r->dwUpdateKind) + number(view->nViewKind) +
+            (r->hRender != 0 && view->hRenderView == r->hRender ? " view" : " none"));
+        return 1;
+      }
+      case MM_MEDIASTREAMING_CMD_VOLUME:
+        say("volume" + number(static_cast<const tagMSVolumeInfo*>(record)->wVolumeLevel));
+        return 1;
+      case MM_MEDIASTREAMING_CMD_QUERY: {
+        auto& query = *static_cast<tagQuery*>(record);
+        say("query" + number(query.nQueryType) + number(query.dwResult));
+        return answerQuery(query);
+      }
+      case MM_MEDIASTREAMING_CMD_MEDIA_DATA:
+        ++samples;
+        return 1;
+      default:
+        say("command" + number(command));
+        return 1;
+    }
+  }
+
+  UCFResult send() const {
+    if (throwsOnSend) {
+      throw std::runtime_error("line is down");
+    }
+    return UCF_OK;
+  }
+  void say(const std::string& line) {
+    lines_.push_back(line);
+    if (within) {
+      within(line);
+    }
+  }
+
+  Lines lines_;
+};
+
+}  // namespace contract

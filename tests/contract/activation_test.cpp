@@ -1,0 +1,266 @@
+// Which side an object is on, and what its activation and deactivation tell platform and host.
+#include "tests/contract/ContractFixture.h"
+
+namespace contract {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+struct ChannelRow {
+  const char* name;
+  std::uint32_t role;
+  std::uint32_t mode;
+  bool ownDocument;
+  bool source;
+  bool agendaLine;
+};
+
+TEST_F(ContractTest, DocumentAndRuntimeModeDecideTheChannelNotTheRole) {
+  const ChannelRow rows[] = {
+      {"presenter", 1, 0, true, true, false},
+      {"attendee in own document", 2, 0, true, true, false},
+      {"forced listener", 1, 1, true, false, false},
+      {"agenda document, attendee", 2, 0, false, false, true},
+      {"agenda document, presenter", 1, 0, false, false, false},
+      {"other mode", 1, 2, true, true, false},
+  };
+  for (const ChannelRow& row : rows) {
+    SCOPED_TRACE(row.name);
+    host.role = row.role;
+    host.runtimeMode = row.mode;
+    host.ownDocument = row.ownDocument;
+    create();
+    const Lines trace = takeTraceLines();
+    EXPECT_EQ(count(trace, "Chanel type is source, just presenter, this = 0x"), row.source ? 1 : 0);
+    EXPECT_EQ(count(trace, "Chanel type is listen, this = 0x"), row.source ? 0 : 1);
+    EXPECT_EQ(count(trace, "current doc is agenda doc. regard it as listender in attendee side"),
+              row.agendaLine ? 1 : 0);
+    release();
+  }
+}
+
+struct PathRow {
+  UCFCtx context;
+  const char* file;
+  std::map<std::uint32_t, std::string> properties;
+  Lines asked;
+  const char* path;  // null: nothing to open
+};
+
+TEST_F(ContractTest, TheSharedFilesPathComesFromTheContainerOrTheHost) {
+  const PathRow rows[] = {
+      {kEmbedded, "name.mov", {{8, "/eight.mov"}, {5, "/five.mov"}}, {"property 8"}, "/eight.mov"},
+      {kEmbedded, "name.mov", {{5, "/five.mov"}}, {"property 8", "property 5"}, "/five.mov"},
+      {kEmbedded, "name.mov", {}, {"property 8", "property 5"}, nullptr},
+      {kEmbedded, nullptr, {{8, "/eight.mov"}}, {}, nullptr},
+      {kOutside, "/name.mov", {{8, "/eight.mov"}}, {}, "/name.mov"},
+      {kOutside, nullptr, {}, {}, nullptr},
+  };
+  for (const PathRow& row : rows) {
+    SCOPED_TRACE(std::string(row.path ? row.path : "nothing"));
+    host.properties = row.properties;
+    create(row.context, row.file);
+    Lines expected = {row.context == kEmbedded ? "ids 107" : "ids 100", "session 101"};
+    expected.insert(expected.end(), row.asked.begin(), row.asked.end());
+    EXPECT_EQ(host.take(), expected);
+    activate();
+    startSource();
+    ASSERT_EQ(view()->asset != nullptr, row.path != nullptr);
+    if (row.path) {
+      EXPECT_EQ(view()->asset->path(), row.path);
+    }
+    release();
+    advance(1.0);
+    host.take();
+  }
+}
+
+TEST_F(ContractTest, ARecordingKnowsItsMediaFromTheFileName) {
+  const std::pair<const char*, int> rows[] = {
+      {"talk.final.MP3", 1}, {"clip.mov", 3}, {"talk", 3}, {"mp3", 3}, {"", 0}, {nullptr, 0}};
+  host.liveMeeting = false;
+  for (const auto& [file, content] : rows) {
+    host.runtimeMode = UCF_RUNTIME_MODE_LISTENER;
+    create(kEmbedded, file);
+    activate();
+    EXPECT_THAT(view()->takeCalls(), testing::Contains("setMediaType " + std::to_string(content)))
+        << (file ? file : "null");
+    release();
+  }
+}
+
+TEST_F(ContractTest, ASourcesFirstAndLaterActivation) {
+  create();
+  host.take();
+  activate();
+  EXPECT_THAT(host.take(), ElementsAre("query 1 0", "item 800=0", "query 1 0"));
+  EXPECT_EQ(shown(), 103);
+  ASSERT_EQ(parent->subviews().size(), 1);
+  EXPECT_EQ(parent->subviews()[0]->frame(), (platform::Rect{{10, 20}, {640, 360}}));
+  EXPECT_EQ(view()->container->superview(), parent->subviews()[0].get());
+  const Lines trace = takeTraceLines();
+  EXPECT_EQ(count(trace, "2 videostream_MMS Active UI, My role now is presenter"), 1);
+  EXPECT_EQ(count(trace, "Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE"), 1);
+
+  view()->position = 12.3456F;
+  view()->takeCalls();
+  object->DestroyActiveUI();
+  EXPECT_THAT(view()->takeCalls(), ElementsAre("deactive"));
+  EXPECT_THAT(host.take(),
+              ElementsAre("item 800=0", "item 801=0", "item 802=0", "item 803=0", "status 4 0",
+                          "shared 1058 type 6 12345", "shared 1062 type 6 40",
+                          "shared 1056 type 6 2", "shared 1063 type 1 0", "shared 1057 type 1 0"));
+  EXPECT_TRUE(parent->subviews().empty());
+
+  object->CreateActiveUI(parent.get(), &rect);
+  EXPECT_THAT(host.take(), ElementsAre("item 800=0", "query 1 0"));
+  EXPECT_EQ(parent->subviews().size(), 1) << "the same view again";
+}
+
+TEST_F(ContractTest, TheFirstProbeArmsTheCountdownOnlyWhenItSucceedsWithZero) {
+  struct Row {
+    UCFResult result;
+    std::uint64_t answer;
+    bool armed;
+  };
+  for (const Row& row : {Row{1, 0, true}, Row{1, 5, false}, Row{0, 0, false}}) {
+    host.answerQuery = [&row](tagQuery& query) {
+      query.dwResult = row.answer;
+      return row.result;
+    };
+    create();
+    activate();
+    host.answerQuery = [](tagQuery&) { return UCF_OK; };
+    ticks(4);
+    host.take();
+    ticks(1);
+    EXPECT_EQ(view()->asset != nullptr, row.armed) << row.result << " " << row.answer;
+    release();
+    advance(1.0);
+  }
+}
+
+TEST_F(ContractTest, AListenersFirstAndLaterActivation) {
+  createListener();
+  host.take();
+  activate();
+  EXPECT_THAT(host.take(),
+              ElementsAre("query 1 0", "query 0 42", "item 800=0", "request 0", "request 1",
+                          "to 9 1000000002000000050000000a0b0c0d", "query 1 0"));
+  EXPECT_EQ(shown(), 203);
+  forget();
+  object->CreateActiveUI(parent.get(), &rect);
+  EXPECT_EQ(count(takeTraceLines(),
+                  "CMovaraApp::CreateActiveUI active again, tell mmp the render of listener"),
+            1);
+  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+  EXPECT_THAT(host.take(), ElementsAre("item 800=0", "query 1 0", "render 130 view", "status 3 0",
+                                       "update render 4 2 view"));
+  object->DestroyActiveUI();
+  EXPECT_THAT(host.take(), testing::IsSupersetOf({"status 4 0", "render 128 none"}));
+}
+
+TEST_F(ContractTest, AListenerTakesOverAChannelThatIsJoinedAlready) {
+  host.answerQuery = [](tagQuery& query) {
+    query.dwChannelStatus = MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS;
+    return UCFResult{1};
+  };
+  for (const UCFCtx context : {kEmbedded, kOutside}) {
+    createListener(context);
+    activate();
+    EXPECT_EQ(shown(), 1);
+    EXPECT_EQ(std::ranges::count(host.take(), "update render 4 2 view"),
+              context == kEmbedded ? 1 : 0)
+        << "told once, when there is a view";
+    release();
+  }
+}
+
+TEST_F(ContractTest, ARecordingIsJoinedFromTheStart) {
+  host.liveMeeting = false;
+  createListener();
+  host.take();
+  activate();
+  EXPECT_EQ(shown(), 1);
+  EXPECT_THAT(view()->takeCalls(),
+              testing::IsSupersetOf({"setMediaType 3", "setNBRMode 1", "roleChanged 0"}));
+  EXPECT_THAT(host.take(), ElementsAre("item 800=0", "request 0", "request 1",
+                                       "to 9 1000000002000000050000000a0b0c0d", "status 3 0",
+                                       "render 130 view", "update render 4 2 view", "query 1 0"));
+  EXPECT_TRUE(view()->delegate->isEmbed());
+}
+
+TEST_F(ContractTest, BadArgumentsUseUpTheFirstActivationAndNothingElse) {
+  createListener();
+  host.take();
+  EXPECT_EQ(object->CreateActiveUI(nullptr, &rect), UCF_E_INVALID_ARG);
+  EXPECT_THAT(host.take(), ElementsAre("query 1 0", "query 0 42"));
+  EXPECT_EQ(object->CreateActiveUI(parent.get(), nullptr), UCF_E_INVALID_ARG);
+  EXPECT_THAT(host.take(), IsEmpty());
+  EXPECT_EQ(view(), nullptr);
+  activate();
+  EXPECT_THAT(host.take(), testing::Not(testing::Contains("query 0 42")));
+}
+
+TEST_F(ContractTest, UsageModeDecidesAboutItemStates) {
+  for (const std::uint32_t mode : {10U, 11U, 12U}) {
+    create();
+    activate();
+    host.take();
+    object->IsReleaseOnKillActive(static_cast<UCFUsageMode>(mode));
+    object->OnKillActive();
+    object->DestroyActiveUI();
+    const Lines lines = host.take();
+    EXPECT_EQ(count(lines, "item "), mode == 11 ? 0 : 6) << mode;
+    object->OnSetActive(1);
+    EXPECT_THAT(host.take(), ElementsAre("item 801=0"));
+    release();
+  }
+}
+
+TEST_F(ContractTest, FollowsMovesAndParentsWhileItIsActive) {
+  for (const UCFCtx context : {kEmbedded, kOutside}) {
+    create(context);
+    activate();
+    auto* const root = context == kEmbedded ? parent->subviews()[0].get() : parent.get();
+    EXPECT_EQ(view()->container->superview(), root);
+    view()->takeCalls();
+    tagUCFRect moved{0, 0, 100, 50};
+    object->OnPositionChanged(&moved);
+    EXPECT_THAT(view()->takeCalls(), ElementsAre("superFrameSizeChanged"));
+
+    const auto other = std::make_shared<platform::View>();
+    object->OnParentWindowChanged(other.get());
+    auto* const now = context == kEmbedded ? other->subviews()[0].get() : other.get();
+    EXPECT_EQ(view()->container->superview(), now);
+    if (context == kEmbedded) {
+      EXPECT_EQ(now->frame(), (platform::Rect{{0, 0}, {100, 50}}));
+    }
+    object->DestroyActiveUI();
+    object->OnParentWindowChanged(parent.get());
+    EXPECT_TRUE(parent->subviews().empty()) << "an inactive document does not move";
+    release();
+  }
+}
+
+TEST_F(ContractTest, ReleaseEndsInOrder) {
+  present();
+  forget();
+  release();
+  EXPECT_THAT(
+      host.take(),
+      ElementsAre("item 800=0", "item 801=0", "item 802=0", "item 803=0", "status 4 0",
+                  "shared 1058 type 6 0", "shared 1062 type 6 40", "shared 1056 type 6 2",
+                  "shared 1063 type 1 0", "shared 1057 type 1 0", "unregister", "session 102"));
+  EXPECT_THAT(view()->takeCalls(), ElementsAre("deactive", "willDie", "setDelegate 0"));
+  const Lines trace = takeTraceLines();
+  EXPECT_THAT(trace, testing::SizeIs(testing::Ge(4)));
+  EXPECT_THAT(trace[0], testing::StartsWith("2 videostream_MMS CMovaraApp::Release(), this = 0x"));
+  EXPECT_THAT(trace[1],
+              testing::StartsWith("2 videostream_MMS CMovaraApp::DestroyActiveUI, this = 0x"));
+  EXPECT_EQ(count(trace, "CMovaraApp are going to die, this = "), 1);
+}
+
+}  // namespace
+}  // namespace contract

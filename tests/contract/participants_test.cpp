@@ -1,0 +1,180 @@
+// What the instances of one document tell each other, and the video size that the client reports.
+#include "platform/NotificationCenter.h"
+#include "tests/contract/ContractFixture.h"
+
+namespace contract {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::vector<unsigned char> commandRecord(std::uint32_t stated, std::int32_t command,
+                                         std::size_t bytes) {
+  std::vector<unsigned char> record(std::max(bytes, std::size_t{16}));
+  record[8] = 7;  // the sender's user id
+  std::memcpy(record.data(), &stated, sizeof(stated));
+  std::memcpy(record.data() + 4, &command, sizeof(command));
+  record.resize(bytes);
+  record.shrink_to_fit();
+  return record;
+}
+
+TEST_F(ContractTest, APresenterWhoseJoinFailedAnswersTheQuestionForIt) {
+  for (const bool failed : {false, true}) {
+    create();
+    if (failed) {
+      session(SESSION_MSG_JOIN_FAILED);
+    }
+    forget();
+    for (std::uint32_t bytes = 0; bytes <= 24; ++bytes) {
+      for (const std::uint32_t stated : {bytes, bytes + 4}) {
+        auto record = commandRecord(stated, SVS_QUERY_JOINSEESION_FAILED_CMD, bytes);
+        runtime->OnCommandData(record.data(), bytes, 0, 0);
+        const bool wellFormed = bytes >= 8 && stated == bytes;
+        EXPECT_EQ(
+            count(takeTraceLines(), "Receive OnCommandData(SVS_QUERY_JOINSEESION_FAILED_CMD)"),
+            wellFormed ? 1 : 0);
+        EXPECT_EQ(host.take(),
+                  failed && wellFormed && bytes >= 16 ? Lines{"to 7 0800000003000000"} : Lines{})
+            << bytes << " " << stated;
+      }
+    }
+    host.role = UCF_ROLE_ATTENDEE;
+    auto record = commandRecord(16, SVS_QUERY_JOINSEESION_FAILED_CMD, 16);
+    runtime->OnCommandData(record.data(), 16, 0, 0);
+    EXPECT_THAT(host.take(), IsEmpty()) << "only a presenter answers";
+    host.role = UCF_ROLE_PRESENTER;
+    runtime->OnCommandData(nullptr, 16, 0, 0);
+    release();
+  }
+}
+
+TEST_F(ContractTest, NewsOfAFailedJoinCountsForAttendees) {
+  for (const std::uint32_t role : {0U, 1U, 2U, 3U}) {
+    host.runtimeMode = UCF_RUNTIME_MODE_LISTENER;
+    host.role = role;
+    create();
+    activate();
+    for (const std::int32_t command : {0, 1, 4, -1}) {
+      auto record = commandRecord(8, command, 8);
+      runtime->OnCommandData(record.data(), 8, 0, 0);
+    }
+    EXPECT_EQ(shown(), 203);
+    auto record = commandRecord(8, SVS_JOINSESSION_FAILED_CMD, 8);
+    runtime->OnCommandData(record.data(), 8, 0, 0);
+    EXPECT_EQ(shown(), (role & 2) != 0 ? 204 : 203) << role;
+    release();
+  }
+}
+
+TEST_F(ContractTest, NewsThatCannotBeSentAreDropped) {
+  host.canSend = false;
+  create();
+  forget();
+  session(SESSION_MSG_JOIN_FAILED);
+  EXPECT_THAT(host.take(), IsEmpty());
+  host.canSend = true;
+  host.throwsOnSend = true;
+  session(SESSION_MSG_LEFT);
+  EXPECT_THAT(host.take(), ElementsAre("to all 0800000003000000"));
+  EXPECT_EQ(count(takeTraceLines(), "4 videostream_MMS CMainWnd::Send(int 3, ...) exceptional"), 1);
+}
+
+TEST_F(ContractTest, AListenerRegistersWithThePresentersMediaInfo) {
+  createListener();
+  activate();
+  forget();
+  mediaInfo({90700, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO, 3});
+  EXPECT_THAT(host.take(), IsEmpty()) << "held";
+  EXPECT_EQ(count(takeTraceLines(), "Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE"), 1);
+  EXPECT_THAT(view()->takeCalls(), ElementsAre("setMediaType 3", "setDuration 90"));
+  EXPECT_EQ(view()->delegate->duration(), 90.0F);
+  mediaInfo({1000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO, 1});
+  EXPECT_THAT(view()->takeCalls(), IsEmpty()) << "once";
+
+  session(SESSION_MSG_JOIN_CONFIRM);
+  EXPECT_THAT(host.take(), ElementsAre("register 90 3"));
+  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+  EXPECT_THAT(host.take(), ElementsAre("status 3 0", "render 130 view"));
+  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+  EXPECT_THAT(host.take(), ElementsAre("status 3 0", "update render 4 2 view"));
+
+  // The platform creates the channel again: the listener asks, and registers at once.
+  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+  EXPECT_THAT(host.take(), ElementsAre("request 0"));
+  mediaInfo({-1500, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO, 1});
+  EXPECT_THAT(host.take(), ElementsAre("register -1 1", "status 3 0"));
+}
+
+TEST_F(ContractTest, ParameterDataOfWrongLengthOrIdIsIgnored) {
+  createListener();
+  forget();
+  const tagStmMediaInfo info{90000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO, 1};
+  for (std::uint32_t bytes = 0; bytes < sizeof(info); ++bytes) {
+    std::vector<unsigned char> data(bytes);
+    if (bytes > 0) {
+      std::memcpy(data.data(), &info, bytes);
+    }
+    runtime->OnParameterData(0, data.data(), bytes);
+  }
+  runtime->OnParameterData(0, nullptr, 12);
+  auto whole = info;
+  for (const std::uint32_t id : {1U, 2U, 0xFFFFFFFFU}) {
+    runtime->OnParameterData(id, reinterpret_cast<unsigned char*>(&whole), sizeof(whole));
+  }
+  EXPECT_THAT(takeTraceLines(), IsEmpty());
+  mediaInfo(whole);
+  EXPECT_EQ(count(takeTraceLines(), "listen register info to buffer, this = 0x"), 1);
+}
+
+TEST_F(ContractTest, ASourceRefusesMediaInfo) {
+  create();
+  activate();
+  forget();
+  mediaInfo({90000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO, 1});
+  EXPECT_THAT(takeTraceLines(),
+              ElementsAre("4 videostream_MMS Listener should not receive this message"));
+  EXPECT_THAT(view()->takeCalls(), IsEmpty());
+}
+
+TEST_F(ContractTest, AListenersVolumeAndTheClientsVideoSizeArePassedOn) {
+  createListener();
+  activate();
+  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+  forget();
+  view()->delegate->volumeChange(nullptr, 200);
+  EXPECT_THAT(host.take(), ElementsAre("volume 200"));
+  EXPECT_EQ(count(takeTraceLines(), "Volume changed, tell mmp session current volume = 200"), 1);
+
+  using platform::Dictionary;
+  using platform::Value;
+  const auto post = [](const Dictionary& size) {
+    platform::NotificationCenter::defaultCenter().post("MSVideoRenderSizeChanged", nullptr, &size);
+  };
+  const Value own = static_cast<std::int32_t>(RecordingHost::kSourceID);
+  for (const Dictionary& bad : {Dictionary{{"MSVideoRenderSourceID", own}},
+                                Dictionary{{"MSVideoRenderSourceID", own},
+                                           {"MSVideoRenderWidth", 640},
+                                           {"MSVideoRenderHeight", 0}},
+                                Dictionary{{"MSVideoRenderSourceID", own},
+                                           {"MSVideoRenderWidth", -640},
+                                           {"MSVideoRenderHeight", 360}},
+                                Dictionary{{"MSVideoRenderSourceID", 41},
+                                           {"MSVideoRenderWidth", 640},
+                                           {"MSVideoRenderHeight", 360}}}) {
+    post(bad);
+    EXPECT_EQ(count(takeTraceLines(), "docid , or width, or height invalid, this = 0x"), 1);
+  }
+  EXPECT_THAT(view()->takeCalls(), IsEmpty());
+  const Dictionary size = {
+      {"MSVideoRenderSourceID", own}, {"MSVideoRenderWidth", 640}, {"MSVideoRenderHeight", 360}};
+  post(size);
+  post(size);
+  EXPECT_THAT(view()->takeCalls(), testing::SizeIs(1)) << "placed once for the new size";
+  EXPECT_EQ(view()->delegate->mediaSize(), (platform::Size{640, 360}));
+  EXPECT_THAT(takeTraceLines(),
+              testing::Contains("2 videostream_MMS video size info = " + size.description()));
+}
+
+}  // namespace
+}  // namespace contract
