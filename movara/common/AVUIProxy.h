@@ -130,6 +130,7 @@ class AVUIProxy final : public platform::Object,
   void waitForVideoFormatDelivery();
   tagMSDataStructure liveSample(void* pixels, std::uint32_t width, std::uint32_t height,
                                 std::uint32_t timestamp);
+  bool holdsPausedFrame(const tagMSDataStructure& sample);
   bool keepPausedFrame(const tagMSDataStructure& sample);
   void forgetPausedFrame();
   void deliverPausedFrame(const tagMSDataStructure& sample);

@@ -115,21 +115,25 @@ void AVUIProxy::forgetPausedFrame() {
   myPausedFrameHeld = false;
 }
 
-// Whether there is something new to send.
+bool AVUIProxy::holdsPausedFrame(const tagMSDataStructure& sample) {
+  const std::lock_guard guard(myLock);
+  return myVideoPausedVideo && myVideoPausedVideo->holds(sample);
+}
+
 bool AVUIProxy::keepPausedFrame(const tagMSDataStructure& sample) {
   const std::lock_guard guard(myLock);
-  if (!myVideoPausedVideo) return false;
-  if (myVideoPausedVideo->holds(sample)) {
-    MacInfoTrace2(kTraceModule, "same data[mediaData.dwTimestamp = %d], ingore this!",
-                  static_cast<int>(sample.dwTimestamp));
-    return false;
-  }
-  if (!myVideoPausedVideo->store(sample)) return false;
+  if (!myVideoPausedVideo || !myVideoPausedVideo->store(sample)) return false;
   myPausedFrameHeld = true;
   return true;
 }
 
+// Nothing is sent now: the main thread does it when the picture has stopped changing.
 void AVUIProxy::deliverPausedFrame(const tagMSDataStructure& sample) {
+  if (holdsPausedFrame(sample)) {
+    MacInfoTrace2(kTraceModule, "same data[mediaData.dwTimestamp = %d], ingore this!",
+                  static_cast<int>(sample.dwTimestamp));
+    return;
+  }
   if (!keepPausedFrame(sample)) return;
   platform::performOnMainThread(shared_from_this(), &AVUIProxy::_deliverLatestImageOnMainThread,
                                 kStillFrameDelay, false);
