@@ -1,5 +1,6 @@
 #include "meeting/Report.h"
 
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <nlohmann/json.hpp>
@@ -12,7 +13,10 @@ namespace {
 
 using nlohmann::json;
 
-json orNull(const std::optional<double>& value) { return value ? json(*value) : json(nullptr); }
+// Milliseconds, to the microsecond.
+json orNull(const std::optional<double>& value) {
+  return value ? json(std::round(*value * 1000) / 1000) : json(nullptr);
+}
 
 json asJson(const Percentiles& percentiles) {
   return {{"p50", orNull(percentiles.p50)},

@@ -42,11 +42,12 @@ int present(const meeting::Options& options) {
     std::fputs(meeting::reportAsTable(meeting.report(), bold).c_str(), stdout);
   }
   if (!outcome.line.empty()) complain(outcome.line);
-  if (!options.reportFile.empty() && !writeReport(options.reportFile, meeting.report())) {
-    complain("cannot write " + options.reportFile);
-    return static_cast<int>(ExitStatus::outputFailed);
-  }
-  return outcome.exitStatus;
+  if (options.reportFile.empty() || writeReport(options.reportFile, meeting.report()))
+    return outcome.exitStatus;
+  // What has gone wrong before matters more.
+  if (!outcome.line.empty()) return outcome.exitStatus;
+  complain("cannot write " + options.reportFile);
+  return static_cast<int>(ExitStatus::outputFailed);
 }
 
 }  // namespace
