@@ -168,7 +168,7 @@ class CMovaraApp final : public IUCFObjectBase,
   std::int32_t onVolumeChanged();
   std::int32_t onVideoSize(const platform::Dictionary* info);
   std::int32_t onTimer();
-  std::int32_t onQueryPlayAllowed(std::int32_t* answer);
+  std::int32_t onQueryPlayAllowed(std::int32_t* allowed);
   MM_MEDIASTREAMING_SOURCE_STATUS sourceStatus();
   long positionMs();
   bool hasActivePlayer();
