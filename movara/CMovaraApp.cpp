@@ -9,9 +9,14 @@
 #include "movara/player/KTAVPlayer.h"
 #include "platform/Exception.h"
 
+CMovaraApp::CMovaraApp(IUCFContainerBase* container, UCFCtx ctx)
+    : m_pContainer(container), m_ctx(ctx) {}
+
+// With the object constructed by the delegate, an exception from the host ends in the destructor,
+// which takes back what has been started.
 CMovaraApp::CMovaraApp(IUCFContainerBase* container, char* /*name*/, UCFCtx ctx, void* fileName,
                        void* /*reserved*/, unsigned char /*reserved2*/, unsigned char& /*ok*/)
-    : m_pContainer(container), m_ctx(ctx) {
+    : CMovaraApp(container, ctx) {
   void* router = nullptr;
   if (m_pContainer) {
     m_pContainer->GetUCFInterface(UCF_IID_OBJECT_MSG_ROUTER, &router);
@@ -155,7 +160,12 @@ UCFResult CMovaraApp::GetUCFInterface(UCFInterfaceID id, void** out) {
 
 unsigned int CMovaraApp::GetCurrentRole() { return m_pRuntime ? m_pRuntime->GetCurrentRole() : 0; }
 
-bool CMovaraApp::isInstanceDestroyed(const std::exception& exception) {
-  const auto* const raised = dynamic_cast<const platform::Exception*>(&exception);
-  return raised && raised->name() == avcapture::kAVInstanceDestoriedException;
+bool CMovaraApp::isInstanceDestroyed(const std::exception_ptr& exception) {
+  try {
+    std::rethrow_exception(exception);
+  } catch (const platform::Exception& raised) {
+    return raised.name() == avcapture::kAVInstanceDestoriedException;
+  } catch (...) {
+    return false;
+  }
 }

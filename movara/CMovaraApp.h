@@ -120,6 +120,7 @@ class CMovaraApp final : public IUCFObjectBase,
   static constexpr std::int32_t kRegisterNow = 1;
 
   // Construction and end.
+  CMovaraApp(IUCFContainerBase* container, UCFCtx ctx);
   void decideChannel(const char* fileName);
   std::string sharedFilePath(const char* fileName);
   void decideMediaContent(const char* fileName);
@@ -141,7 +142,7 @@ class CMovaraApp final : public IUCFObjectBase,
   void savePlayerState();
 
   // Routed messages.
-  bool isAgendaDocument();
+  bool isClosedToMessages();
   void handleSessionMessage(unsigned long uMsg, void* wParam);
   void onJoinConfirmed();
   void startSource();
@@ -179,7 +180,7 @@ class CMovaraApp final : public IUCFObjectBase,
   void onProviderCrashed();
 
   // An exception of that name is never swallowed: its player, and maybe this object, has ended.
-  static bool isInstanceDestroyed(const std::exception& exception);
+  static bool isInstanceDestroyed(const std::exception_ptr& exception);
   CAVPlayer* player() const { return m_pAVRender.load(std::memory_order_acquire); }
   bool isEmbedded() const { return m_ctx == 0; }
 

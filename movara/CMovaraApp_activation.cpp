@@ -171,7 +171,7 @@ bool CMovaraApp::activateSource() {
   if (m_svsMgr.GetSVSState() == SVS_JOINSESSION_SUCCESS) {
     try {
       m_svsMgr.SetSVSState(SVS_INIT);
-    } catch (const std::exception&) {
+    } catch (...) {
       return false;
     }
     m_nRegisterCountdown = kRegisterCountdownTicks;

@@ -26,7 +26,7 @@ constexpr std::array<PlayStatusRow, 6> kPlayStatusTable = {{
 
 void CMovaraApp::handleMediaStreamMessage(unsigned long uMsg, void* wParam) {
   constexpr unsigned long kUnnamedAndIgnored = 1;
-  if (isAgendaDocument()) {
+  if (isClosedToMessages()) {
     return;
   }
   switch (uMsg) {

@@ -203,7 +203,9 @@ std::int32_t CMovaraApp::onVideoSize(const platform::Dictionary* info) {
   const platform::Value& width = info->get(kMSVideoRenderWidthKey);
   const platform::Value& height = info->get(kMSVideoRenderHeightKey);
   const bool complete = !source.isNil() && !width.isNil() && !height.isNil();
-  const auto sourceID = static_cast<std::uint64_t>(std::int64_t{source.intValue()});
+  // The low 32 bits, widened with their sign.
+  const auto sourceID =
+      static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(source.longValue())});
   if (!complete || sourceID != m_svsMgr.sourceID() || width.intValue() < 1 ||
       height.intValue() < 1) {
     MacInfoTrace2(kTraceModule, "docid , or width, or height invalid, this = 0x%x ",

@@ -31,8 +31,8 @@ bool CMovaraApp::RenderFileName(std::string path) {
     } else {
       result = player()->RenderFileName(path.c_str());
     }
-  } catch (const std::exception& exception) {
-    if (isInstanceDestroyed(exception)) {
+  } catch (...) {
+    if (isInstanceDestroyed(std::current_exception())) {
       throw;
     }
     m_svsMgr.SetSVSState(SVS_OPENFILE_FAILED);

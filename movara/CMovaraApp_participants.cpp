@@ -37,7 +37,8 @@ void CMovaraApp::SendCMD(std::int32_t command, void* payload, std::int32_t lengt
     memcpy_s(buffer.data() + sizeof(header), payloadBytes, payload, payloadBytes);
   }
   try {
-    if (m_pRuntime->CanSend() == 0) {
+    // The host may release the object from within its answer.
+    if (m_pRuntime->CanSend() == 0 || !m_pRuntime) {
       return;
     }
     if (user == SVS_USER_EVERYBODY) {
@@ -64,7 +65,9 @@ void CMovaraApp::GetRemoteJoinSessionFailedMsg() {
   std::uint32_t presenter = 0;
   m_pRuntime->GetPresenterUserId(&presenter);
   unsigned char identity[kIdentityBytes] = {};
-  m_pRuntime->GetOwnIdentity(identity);
+  if (m_pRuntime) {
+    m_pRuntime->GetOwnIdentity(identity);
+  }
   SendCMD(SVS_QUERY_JOINSEESION_FAILED_CMD, identity, kIdentityBytes, presenter);
 }
 

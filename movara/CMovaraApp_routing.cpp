@@ -42,12 +42,15 @@ UCFResult CMovaraApp::RouteMessage(enumMODULE_TYPE /*from*/, enumMODULE_TYPE /*t
   return UCF_OK;
 }
 
-bool CMovaraApp::isAgendaDocument() {
-  return m_pRuntime && m_pRuntime->RequestParameterData(UCF_QUERY_OWN_DOCUMENT) == 0;
+// Whether routed messages are dropped: in the agenda document, and when the host has released the
+// object from within the question.
+bool CMovaraApp::isClosedToMessages() {
+  return m_pRuntime &&
+         (m_pRuntime->RequestParameterData(UCF_QUERY_OWN_DOCUMENT) == 0 || m_bTornDown);
 }
 
 void CMovaraApp::handleSessionMessage(unsigned long uMsg, void* wParam) {
-  if (isAgendaDocument()) {
+  if (isClosedToMessages()) {
     return;
   }
   switch (uMsg) {
@@ -88,8 +91,8 @@ void CMovaraApp::onJoinConfirmed() {
   }
   try {
     startSource();
-  } catch (const std::exception& exception) {
-    if (isInstanceDestroyed(exception)) {
+  } catch (...) {
+    if (isInstanceDestroyed(std::current_exception())) {
       throw;
     }
   }

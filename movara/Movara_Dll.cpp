@@ -38,7 +38,7 @@ MOVARA_API UCFResult UCFCreateInstance(IUCFContainerBase* container, char* name,
       return UCF_OK;
     }
   } catch (...) {
-    MacWarnTrace2(kTraceModule, "UCFCreateInstance failed");
+    // Nothing is thrown out of the module: a failure is a result.
   }
   return UCF_E_CREATE_FAILED;
 }

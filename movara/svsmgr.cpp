@@ -70,28 +70,25 @@ void SVSMgr::ExecuteMSCommand(MM_MEDIASTREAMING_COMMAND command) {
   const auto found =
       std::find_if(m_vecCommands.begin(), m_vecCommands.end(),
                    [command](const auto& entry) { return entry.eCommand == command; });
-  if (found == m_vecCommands.end() || !m_pMsgRouter) {
-    return;
+  if (found != m_vecCommands.end() && m_pMsgRouter) {
+    sendHeld(found);
   }
-  // Out of the buffer before it is sent: the router may come back and flush again.
-  const Payload payload = std::move(found->pPayload);
-  m_vecCommands.erase(found);
-  send(command, payload.get());
 }
 
 void SVSMgr::ExecuteAllMsCommand() {
   warnOffMainThread("SVSMgr::ExecuteAllMsCommand, should in mainThread");
-  if (!m_pMsgRouter) {
-    return;
+  // What is held from within the router's answers is not part of this flush.
+  for (auto left = m_vecCommands.size(); left > 0 && !m_vecCommands.empty() && m_pMsgRouter;
+       --left) {
+    sendHeld(m_vecCommands.begin());
   }
-  // What the router's answers add while this runs is not part of this flush.
-  const auto commands = std::exchange(m_vecCommands, {});
-  for (const auto& [command, payload] : commands) {
-    if (!m_pMsgRouter) {
-      return;  // released by the host from within the flush
-    }
-    send(command, payload.get());
-  }
+}
+
+// Out of the buffer before it is sent: the router may come back and flush or purge.
+void SVSMgr::sendHeld(HeldCommands::iterator held) {
+  const tagMediaStreamingCommand entry = std::move(*held);
+  m_vecCommands.erase(held);
+  send(entry.eCommand, entry.pPayload.get());
 }
 
 void SVSMgr::removeAllActiveStatusFromBuffer() {

@@ -90,6 +90,8 @@ class SVSMgr {
     Payload pPayload;
   };
 
+  using HeldCommands = std::vector<tagMediaStreamingCommand>;
+
   bool isState(SvsState a, SvsState b) const { return m_eState == a || m_eState == b; }
   bool mayUpdateListener() const { return m_bDataReady && m_pMsgRouter && !IsSourceChannel(); }
   tagMSHead head() const { return {m_nSessionID, m_nSourceID}; }
@@ -97,6 +99,7 @@ class SVSMgr {
                   void* lParam) const;
   bool send(MM_MEDIASTREAMING_COMMAND command, void* record) const;
   void hold(MM_MEDIASTREAMING_COMMAND command, Payload payload);
+  void sendHeld(HeldCommands::iterator held);
   bool registerListener(Payload payload);
   bool registerSource(Payload payload, unsigned long duration,
                       MM_MEDIASTREAMING_MEDIACONTENENT content);
@@ -108,7 +111,7 @@ class SVSMgr {
   std::uint64_t m_nSourceID = 0;   // the head of every record
   std::unique_ptr<RequestLock> m_pLock;
   SvsState m_eState = SVS_INIT;
-  std::vector<tagMediaStreamingCommand> m_vecCommands;  // oldest first
-  CAVPlayer* m_pPlayer = nullptr;                       // not owned
-  unsigned long m_nRender = 0;                          // last accepted by SetRender
+  HeldCommands m_vecCommands;      // oldest first
+  CAVPlayer* m_pPlayer = nullptr;  // not owned
+  unsigned long m_nRender = 0;     // last accepted by SetRender
 };

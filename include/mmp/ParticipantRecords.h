@@ -7,7 +7,7 @@
 #include "mmp/Layout.h"
 
 // Parameter data ids of a document.
-inline constexpr std::uint32_t STM_PARAMETER_MEDIA_INFO = 0;        // tagStmMediaInfo, from the presenter
+inline constexpr std::uint32_t STM_PARAMETER_MEDIA_INFO = 0;  // tagStmMediaInfo, from the presenter
 inline constexpr std::uint32_t STM_PARAMETER_PROVIDER_CRASHED = 1;  // no data that is read
 
 struct tagStmMediaInfo {

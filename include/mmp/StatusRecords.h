@@ -24,7 +24,7 @@ struct tagMSPlayPosition {
 MMP_RECORD(tagMSPlayPosition, 24);
 MMP_FIELD(tagMSPlayPosition, dwPosition, 16, 8);
 
-// MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_STATUS: 20 bytes on the wire.
+// MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_STATUS; its first 20 bytes are read.
 struct tagMSPlayStatus {
   tagMSHead head;
   std::uint32_t dwPlayStatus;  // MM_MEDIA_STREAMING_PLAYSTATUS
@@ -33,7 +33,7 @@ struct tagMSPlayStatus {
 MMP_RECORD(tagMSPlayStatus, 24);
 MMP_FIELD(tagMSPlayStatus, dwPlayStatus, 16, 4);
 
-// MM_MEDIASTREAMING_MSSTATUS_CHANNEL_STATUS: 28 bytes on the wire.
+// MM_MEDIASTREAMING_MSSTATUS_CHANNEL_STATUS; its first 28 bytes are read.
 struct tagMSChannelStatus {
   tagMSHead head;
   std::uint64_t dwUnused;  // 0 in records that the module builds itself

@@ -7,7 +7,8 @@
 #include "ucf/Types.h"
 
 // Ids of RequestParameterData that ask about the document instead of requesting data.
-inline constexpr std::int32_t UCF_QUERY_OWN_DOCUMENT = -2;  // nonzero: own document; 0: agenda document
+inline constexpr std::int32_t UCF_QUERY_OWN_DOCUMENT =
+    -2;  // nonzero: own document; 0: agenda document
 inline constexpr std::int32_t UCF_QUERY_LIVE_MEETING = -4;  // 0: recording playback (NBR mode)
 
 // Runtime mode that makes every participant a listener.
