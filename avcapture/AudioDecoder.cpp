@@ -105,7 +105,7 @@ bool AudioDecoder::convert(AVFrame& frame) {
   }
   samples_.resize(static_cast<std::size_t>(frame.nb_samples) * format.bytesPerFrame());
   std::uint8_t* out[1] = {samples_.data()};
-  const std::uint8_t** in = const_cast<const std::uint8_t**>(frame.extended_data);
+  auto* in = const_cast<const std::uint8_t**>(frame.extended_data);
   return swr_convert(resampler_.get(), out, frame.nb_samples, in, frame.nb_samples) ==
          frame.nb_samples;
 }

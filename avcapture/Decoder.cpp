@@ -11,6 +11,8 @@ namespace {
 // Below, a second thread costs more than it gives.
 constexpr int kPixelsWorthTwoThreads = 1280 * 720;
 constexpr int kPixelsWorthFourThreads = 3840 * 2160;
+// Failures in a row; a decoder that goes on failing must not keep us for ever.
+constexpr int kMostDamaged = 64;
 
 }  // namespace
 
@@ -37,15 +39,16 @@ void Decoder::send(const AVPacket* packet) {
 
 FramePtr Decoder::receive() {
   FramePtr frame = makeFrame();
-  for (;;) {
+  for (int damaged = 0; damaged < kMostDamaged; ++damaged) {
     const int result = avcodec_receive_frame(codec_.get(), frame.get());
-    if (result == 0) break;
+    if (result == 0) {
+      completePts(*frame);
+      return frame;
+    }
     if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
     if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return nullptr;
-    // A damaged picture: the next one may be well.
   }
-  completePts(*frame);
-  return frame;
+  return nullptr;
 }
 
 void Decoder::completePts(AVFrame& frame) {

@@ -261,6 +261,16 @@ void Engine::finish() {
 
 std::uint32_t Engine::seek(std::int64_t microseconds, bool notify) {
   const Lock lock(mutex_);
+  return beginGeneration(microseconds, notify);
+}
+
+std::uint32_t Engine::rewind() {
+  const Lock lock(mutex_);
+  playing_ = false;
+  return beginGeneration(0, false);
+}
+
+std::uint32_t Engine::beginGeneration(std::int64_t microseconds, bool notify) {
   ++generation_;
   target_ = microseconds;
   position_ = microseconds;

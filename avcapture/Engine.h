@@ -26,6 +26,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "avcapture/AudioDecoder.h"
 #include "avcapture/BoundedQueue.h"
@@ -84,6 +85,8 @@ class Engine : public std::enable_shared_from_this<Engine> {
   // owner when it has completed. A later seek replaces one that has not completed. Returns the
   // number of the generation that it begins.
   std::uint32_t seek(std::int64_t microseconds, bool notify);
+  // Stands still at the beginning, whose picture is delivered as a still. Returns as seek does.
+  std::uint32_t rewind();
   // Delivers the picture that shows as a still, unless playing.
   void redeliver();
   void setVolume(int volume) { volume_.store(volume, std::memory_order_relaxed); }
@@ -112,16 +115,16 @@ class Engine : public std::enable_shared_from_this<Engine> {
   // The picture thread's own.
   struct PictureStage {
     std::uint32_t generation = 0;
-    bool arrived = false;              // the generation's first picture, or that it has none
+    bool arrived = false;                // the generation's first picture, or that it has none
     std::shared_ptr<Picture> next{};     // converted, waits for its time
     std::shared_ptr<Picture> current{};  // shown last in this generation
-    std::int64_t end = 0;              // when the picture delivered last ends
+    std::int64_t end = 0;                // when the picture delivered last ends
   };
   // The sound thread's own.
   struct SoundStage {
     std::uint32_t generation = 0;
     std::optional<SoundBlock> next{};  // waits for its time
-    std::int64_t end = 0;            // when the block delivered last ends
+    std::int64_t end = 0;              // when the block delivered last ends
   };
 
   Engine(const PlaybackOptions& options, EngineOutputs outputs);
@@ -135,7 +138,8 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void wakeAll();
   bool isOwnThread() const;
 
-  // The clock and the end: Engine.cpp; all with the mutex held.
+  // Generations, the clock and the end: Engine.cpp; all with the mutex held.
+  std::uint32_t beginGeneration(std::int64_t microseconds, bool notify);
   void startClockWhenReady();
   bool starved() const;
   bool endIsNew();
@@ -213,6 +217,9 @@ class Engine : public std::enable_shared_from_this<Engine> {
   bool stillWanted_ = false;
   PacketQueue videoPackets_, audioPackets_;
   BoundedQueue<DecodedFrame, 3> frames_;
+  // Converted, on their way back to be let go by the decode thread: the decoder's buffers stay with
+  // the thread that manages them.
+  std::vector<FramePtr> spent_;
   bool framesEnded_ = false;                        // none follows those in frames_
   bool pictureReady_ = false, soundReady_ = false;  // enough to start the clock
   bool pictureEnded_ = false, soundEnded_ = false;  // delivered to the end

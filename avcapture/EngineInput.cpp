@@ -106,6 +106,7 @@ void Engine::decodeLoop() {
 // Waits for room. False when nobody wants the frame any more.
 bool Engine::passOn(DecodedFrame frame, std::uint32_t generation) {
   Lock lock(mutex_);
+  spent_.clear();
   decodeWake_.wait(lock, [&] { return quit_ || generation != generation_ || !frames_.full(); });
   if (quit_ || generation != generation_) return false;
   frames_.push(std::move(frame));

@@ -44,13 +44,14 @@ void Engine::takeFrame(Lock& lock, PictureStage& stage) {
   decodeWake_.notify_one();
   if (stage.arrived && isLate(decoded.microseconds)) {
     ++framesDropped_;
+    spent_.push_back(std::move(decoded.frame));
     return;
   }
   const bool first = !stage.arrived;
   lock.unlock();
   const Timeline& timeline = videoDecoder_->timeline();
   const std::uint32_t milliseconds = timeline.milliseconds(decoded.frame->pts);
-  std::shared_ptr<Picture> picture = converter_->convert(std::move(decoded.frame));
+  std::shared_ptr<Picture> picture = converter_->convert(*decoded.frame);
   if (picture) {
     picture->microseconds = decoded.microseconds;
     picture->milliseconds = milliseconds;
@@ -58,6 +59,7 @@ void Engine::takeFrame(Lock& lock, PictureStage& stage) {
     if (first) outputs_.show({picture, &picture->image});
   }
   lock.lock();
+  spent_.push_back(std::move(decoded.frame));
   if (!picture || stage.generation != generation_) return;
   stage.next = std::move(picture);
   stage.arrived = pictureReady_ = true;

@@ -182,10 +182,8 @@ void FFVideoPlayer::onStop(platform::Object* sender) {
   const auto keep = self();
   if (state_ == State::kDead) return;
   if (engine_) {
-    const bool wasPlaying = state_ == State::kPlaying;
     state_ = State::kStopped;
-    if (wasPlaying) engine_->pause();
-    generation_ = engine_->seek(0, false);
+    generation_ = engine_->rewind();
   }
   if (delegate_ != nullptr) delegate_->onStop(orElse(sender, *this));
 }

@@ -59,26 +59,25 @@ std::optional<DisplayMatrix> displayMatrixOf(const AVStream& stream) {
   return readMatrix(bytes, size);
 }
 
-FramePtr Upright::turn(FramePtr frame) {
+const AVFrame* Upright::turn(AVFrame& frame) {
   std::optional<DisplayMatrix> matrix = matrix_;
-  if (const AVFrameSideData* own =
-          av_frame_get_side_data(frame.get(), AV_FRAME_DATA_DISPLAYMATRIX)) {
+  if (const AVFrameSideData* own = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX)) {
     matrix = readMatrix(own->data, own->size);
   }
   const std::string filters = matrix ? uprightFilters(*matrix) : std::string();
-  if (filters.empty()) return frame;
-  const Shape shape{frame->width, frame->height, frame->format, filters};
+  if (filters.empty()) return &frame;
+  const Shape shape{frame.width, frame.height, frame.format, filters};
   if (!graph_ || !(shape == shape_)) {
-    if (!rebuild(*frame, filters)) return nullptr;
+    if (!rebuild(frame, filters)) return nullptr;
     shape_ = shape;
   }
-  FramePtr upright = makeFrame();
-  if (av_buffersrc_add_frame(in_, frame.get()) < 0 ||
-      av_buffersink_get_frame(out_, upright.get()) < 0) {
+  av_frame_unref(upright_.get());
+  if (av_buffersrc_add_frame_flags(in_, &frame, AV_BUFFERSRC_FLAG_KEEP_REF) < 0 ||
+      av_buffersink_get_frame(out_, upright_.get()) < 0) {
     graph_.reset();
     return nullptr;
   }
-  return upright;
+  return upright_.get();
 }
 
 bool Upright::rebuild(const AVFrame& frame, const std::string& filters) {

@@ -22,8 +22,9 @@ class Upright {
   Upright(const std::optional<DisplayMatrix>& matrix, AVRational timeBase)
       : matrix_(matrix), timeBase_(timeBase) {}
 
-  // The same picture, upright; null when that is not possible.
-  FramePtr turn(FramePtr frame);
+  // The same picture, upright: `frame` itself, or one that is valid until the next call; null when
+  // that is not possible.
+  const AVFrame* turn(AVFrame& frame);
 
  private:
   bool rebuild(const AVFrame& frame, const std::string& filters);
@@ -38,6 +39,7 @@ class Upright {
   std::optional<DisplayMatrix> matrix_;
   AVRational timeBase_;
   Shape shape_;
+  FramePtr upright_ = makeFrame();
   GraphPtr graph_;
   AVFilterContext* in_ = nullptr;   // in graph_
   AVFilterContext* out_ = nullptr;  // in graph_

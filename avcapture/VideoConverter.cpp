@@ -16,9 +16,9 @@ constexpr int kChromaUnset = -513;
 
 }  // namespace
 
-std::shared_ptr<Picture> VideoConverter::convert(FramePtr frame) {
-  frame = upright_.turn(std::move(frame));
-  if (!frame || frame->width <= 0 || frame->height <= 0) return nullptr;
+std::shared_ptr<Picture> VideoConverter::convert(AVFrame& decoded) {
+  const AVFrame* frame = upright_.turn(decoded);
+  if (frame == nullptr || frame->width <= 0 || frame->height <= 0) return nullptr;
   const Shape shape{frame->width, frame->height, frame->format, frame->colorspace,
                     frame->color_range};
   if ((!scaler_ || !(shape == shape_)) && !rebuild(shape)) return nullptr;

@@ -20,7 +20,7 @@ class VideoConverter {
       : upright_(displayMatrixOf(stream), stream.time_base) {}
 
   // Null when the picture has no conversion. Throws std::bad_alloc.
-  std::shared_ptr<Picture> convert(FramePtr frame);
+  std::shared_ptr<Picture> convert(AVFrame& decoded);
 
  private:
   // What decides how pixels are converted.

@@ -167,7 +167,7 @@ TEST_F(Controls, FirstPictureShowsInTheViewBeforeAnybodyListens) {
 
 TEST_F(Controls, LatestPictureIsDeliveredAgainUnlessPlaying) {
   openPaced(seekClip());
-  int invalidSeen = -1;
+  std::atomic<int> invalidSeen{-1};
   recorder->onImage = [&] { invalidSeen = player->invalidImageBufferCount(); };
   player->deliverLatestImageAgain();  // nothing has been shown yet: the first
   ASSERT_TRUE(pumpUntil([&] { return recorder->frames().size() == 1; }));
