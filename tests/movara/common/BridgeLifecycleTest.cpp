@@ -98,19 +98,6 @@ TEST_F(BridgeLifecycle, WithoutSinkNothingReachesTheApplicationAndQueriesAnswerD
   EXPECT_EQ(kept->mediaSize(), (platform::Size{480.0, 360.0}));
 }
 
-TEST_F(BridgeLifecycle, CleanedUpItIsNotKeptAliveAndEndsOnce) {
-  makeSource();
-  const std::weak_ptr<platform::Object> watched = bridge->weak_from_this();
-  bridge->cleanUp();
-  advance(0.3);
-  EXPECT_THAT(sink.takeCodes(), IsEmpty());
-  EXPECT_FALSE(watched.expired());
-  releasePlayer();
-  EXPECT_FALSE(watched.expired()) << "carried past the player's end";
-  advance(0.2);
-  EXPECT_TRUE(watched.expired());
-}
-
 TEST_F(BridgeLifecycle, SinkDetachedFromWithinTheTick) {
   makeSource();
   sink.inside = [this](PLAYER_NOTIFY_CODE) { releasePlayer(); };

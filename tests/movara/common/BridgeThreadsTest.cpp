@@ -61,6 +61,21 @@ TEST_F(BridgeThreads, DetachingServesTheAudioThreadThatWaitsForTheMainThread) {
   EXPECT_LE(sink.samples.size(), 1U);
 }
 
+TEST_F(BridgeThreads, DetachingFromInsideTheFormatLetsTheAudioThreadGo) {
+  sink.inside = [this](PLAYER_NOTIFY_CODE code) {
+    if (code == PLAYER_NOTIFY_AUDIO_FORMAT) player->setSink(nullptr);
+  };
+  std::atomic<bool> ended{false};
+  std::thread audio([&] {
+    audioBlock(44'100.0);
+    ended = true;
+    platform::RunLoop::main().wake();
+  });
+  platform::RunLoop::main().waitServingMessages([&] { return ended.load(); });
+  audio.join();
+  EXPECT_TRUE(sink.samples.empty()) << "a sample after detaching";
+}
+
 TEST_F(BridgeThreads, DetachingFromInsideTheSinkDoesNotWaitForItself) {
   sink.inside = [this](PLAYER_NOTIFY_CODE code) {
     if (code == PLAYER_NOTIFY_MEDIA_SAMPLE) releasePlayer();

@@ -146,29 +146,6 @@ TEST_F(PlayerControls, FlagsInTheStore) {
   EXPECT_THAT(view->takeCalls(), ElementsAre("roleChanged 0", "roleChanged 1", "setMediaType 1"));
 }
 
-TEST_F(PlayerControls, AppearanceGoesToTheView) {
-  makeSource();
-  platform::View host;
-  player->parentViewChanged(&host);
-  view->takeCalls();
-  EXPECT_TRUE(player->active());
-  EXPECT_TRUE(player->isActive());
-  EXPECT_TRUE(player->deactive());
-  EXPECT_FALSE(player->isActive());
-  player->setFullscreen(1);
-  player->setFullscreen(0);
-  EXPECT_TRUE(player->showEmbedControlbar(1));
-  player->willChangeFitMode();
-  player->SetDuration(9.5F);
-  EXPECT_THAT(view->takeCalls(),
-              ElementsAre("attachToSuperView 1", "active", "deactive", "setFullscreen 1",
-                          "setFullscreen 0", "showEmbedControlbar 1", "willChangeFitMode",
-                          "setDuration " + Value(9.5F).description()));
-  EXPECT_THAT(recordedtrace::take(),
-              ElementsAre("I Im going to fullscreen now", "I im going to exit fullscreen now",
-                          "I willChangeFitMode"));
-}
-
 TEST_F(PlayerControls, StartPlayRepeatsOnlyARefusedStart) {
   makeSource();
   player->startPlay();

@@ -194,14 +194,6 @@ TEST_F(PlayerLifecycle, WithoutViewNothingHappens) {
   EXPECT_FALSE(player->movieOpened());
 }
 
-TEST_F(PlayerLifecycle, PresentersDataCompleteAsksForTheViewMode) {
-  makeListener();
-  runMainThread();
-  const auto listener = Listener::to({"PDSyncSharingViewModeNotification"});
-  player->onPDDataFinish();
-  EXPECT_EQ(listener->names.size(), 1U);
-}
-
 TEST_F(PlayerLifecycle, EndsInOrderAndItsPartsLater) {
   makeSourceWithoutMovie();
   player->RenderFileName(kPath);
