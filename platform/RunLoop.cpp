@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "platform/Exception.h"
 #include "platform/RunLoopImpl.h"
 
 namespace platform {
@@ -105,12 +106,24 @@ std::size_t RunLoop::runReady(Mode mode) {
 
 void RunLoop::stop() { impl_->mailbox.stop(); }
 
+namespace {
+
+// The one who waits, often a destructor, has no part in what a message of somebody else throws.
+void serveDroppingExceptions(const Mailbox::Work& work) {
+  try {
+    work();
+  } catch (const Exception&) {
+  }
+}
+
+}  // namespace
+
 void RunLoop::waitServingMessages(const std::function<bool()>& done) {
   for (;;) {
     const std::uint64_t seen = impl_->mailbox.events();
     if (done()) return;
     if (const Mailbox::Work work = impl_->mailbox.take()) {
-      work();
+      serveDroppingExceptions(work);
     } else {
       impl_->mailbox.wait(seen, std::nullopt);
     }

@@ -78,6 +78,7 @@ void AVUIProxy::setSink(ISVSPlayerNotifySink* sink) {
   }
   // Messages served while the gate closes may let everybody else's reference go.
   const auto self = shared_from_this();
+  endAudioFormatDelivery();  // the caller may be inside it
   myAvApp.close();
   cleanUp();
 }

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -76,7 +77,7 @@ class AVUIProxy final : public platform::Object,
   // Whether `asbd` differs from the current format in rate, channels or sample width. [audio
   // delivery thread]
   bool isAudioFormatChanged(const avcapture::AudioStreamBasicDescription* asbd) const;
-  // Runs while the audio delivery thread waits for it.
+  // Runs while the audio delivery thread waits for it, or for the bridge to be detached.
   void deliverAudioFormatOnMainThreadDirectly();
 
   // What the user did on the view.
@@ -127,6 +128,7 @@ class AVUIProxy final : public platform::Object,
   // Steps of a frame's way. [video delivery thread]
   void fillVideoFormat(std::uint32_t width, std::uint32_t height);
   void publishVideoFormat();
+  void refreshDeliveredVideoFormat();  // [main-thread]
   void waitForVideoFormatDelivery();
   tagMSDataStructure liveSample(void* pixels, std::uint32_t width, std::uint32_t height,
                                 std::uint32_t timestamp);
@@ -138,6 +140,8 @@ class AVUIProxy final : public platform::Object,
   void sendLiveSample(tagMSDataStructure& sample);
 
   void fillAudioFormat(const avcapture::AudioStreamBasicDescription& asbd);
+  void waitForAudioFormatDelivery();  // [audio delivery thread]
+  void endAudioFormatDelivery();      // lets that one go on
   void reportStatus(std::int32_t listenerStatus);
 
   // Handlers of the observed notifications.
@@ -158,7 +162,7 @@ class AVUIProxy final : public platform::Object,
   std::atomic<std::int32_t> myFormatNotifyStatus{0};
   std::atomic<std::uint32_t> myPreviousVideoTimestamp{kNoTimestamp};
   std::atomic<std::uint32_t> myTotalVideoSended{0};
-  std::atomic<bool> myPausedFrameHeld{false};  // set by the video delivery thread only
+  std::atomic<bool> myPausedFrameHeld{false};  // cleared on main as well, by cleanUp
 
   // Of the video delivery thread; live samples point at the format.
   tagMSVIDEOFORMATEX myVideoFormat{};
@@ -174,9 +178,12 @@ class AVUIProxy final : public platform::Object,
   tagMSVIDEOFORMATEX myDeliveredVideoFormat{};
   tMSAUDIOFORMATEX myDeliveredAudioFormat{};
 
-  std::mutex myLock;                            // guards the following two
+  std::mutex myLock;                            // guards the following
   tagMSVIDEOFORMATEX myPublishedVideoFormat{};  // equals myVideoFormat
   std::unique_ptr<PausedFrame> myVideoPausedVideo;
+  tMSAUDIOFORMATEX myPublishedAudioFormat{};  // what the delivery under way is about
+  bool myAudioFormatUnderWay = false;
+  std::condition_variable myAudioFormatArrived;
 };
 
 inline CAVPlayer* AVUIProxy::player() const {

@@ -30,10 +30,7 @@ void AVUIProxy::newAudioFramesArrive(platform::Object* /*sender*/,
   if (asbd != nullptr) {
     const bool changed = isAudioFormatChanged(asbd);
     fillAudioFormat(*asbd);
-    if (changed) {
-      platform::performOnMainThread(shared_from_this(),
-                                    &AVUIProxy::deliverAudioFormatOnMainThreadDirectly, {}, true);
-    }
+    if (changed) waitForAudioFormatDelivery();
   }
 
   ISVSPlayerNotifySink* const sink = myAvApp.sink();
@@ -68,11 +65,41 @@ void AVUIProxy::fillAudioFormat(const avcapture::AudioStreamBasicDescription& as
   myAudioFormat.cbSize = sizeof(myAudioFormat);
 }
 
+// The wait is the bridge's own, so that setSink can end it: the application may be released from
+// within the very message that is being waited for.
+void AVUIProxy::waitForAudioFormatDelivery() {
+  {
+    const std::lock_guard guard(myLock);
+    myPublishedAudioFormat = myAudioFormat;
+    myAudioFormatUnderWay = true;
+  }
+  if (platform::isMainThread()) {
+    deliverAudioFormatOnMainThreadDirectly();
+    return;
+  }
+  platform::performOnMainThread(shared_from_this(),
+                                &AVUIProxy::deliverAudioFormatOnMainThreadDirectly, {}, false);
+  std::unique_lock lock(myLock);
+  myAudioFormatArrived.wait(lock, [this] { return !myAudioFormatUnderWay; });
+}
+
+void AVUIProxy::endAudioFormatDelivery() {
+  const std::lock_guard guard(myLock);
+  myAudioFormatUnderWay = false;
+  myAudioFormatArrived.notify_all();
+}
+
 void AVUIProxy::deliverAudioFormatOnMainThreadDirectly() {
+  // On every way out: an exception is the run loop's, not the audio thread's.
+  const auto end = [](AVUIProxy* bridge) { bridge->endAudioFormatDelivery(); };
+  const std::unique_ptr<AVUIProxy, decltype(end)> ended(this, end);
   MacWarnTrace2(kTraceModule, "deliverAudioFormatOnMainThreadDirectly when audio format changed.");
   ISVSPlayerNotifySink* const sink = myAvApp.sink();
   if (sink == nullptr) return;
-  myDeliveredAudioFormat = myAudioFormat;
+  {
+    const std::lock_guard guard(myLock);
+    myDeliveredAudioFormat = myPublishedAudioFormat;
+  }
   sink->OnNotify(PLAYER_NOTIFY_AUDIO_FORMAT,
                  reinterpret_cast<unsigned long>(&myDeliveredAudioFormat), 0);
 }

@@ -80,15 +80,27 @@ void AVUIProxy::fillVideoFormat(std::uint32_t width, std::uint32_t height) {
   format.wWidth = static_cast<std::uint16_t>(width);
   format.wHeight = static_cast<std::uint16_t>(height);
   format.wFrameRate = fps() > 0.0F ? fps() : 1.0F;
-  if (sameFormat(format, myVideoFormat)) return;
-  myVideoFormat = format;
-  publishVideoFormat();
+  const bool changed = !sameFormat(format, myVideoFormat);
+  myVideoFormat = format;  // always: the receiver of the last sample could write to it
+  if (changed) publishVideoFormat();
 }
 
-// For the main thread, which must not look at myVideoFormat.
+// For the main thread, which must not look at myVideoFormat. A format that the application holds on
+// to, because its request is waiting for the channel, follows.
 void AVUIProxy::publishVideoFormat() {
+  {
+    const std::lock_guard guard(myLock);
+    myPublishedVideoFormat = myVideoFormat;
+  }
+  if ((myFormatNotifyStatus & kVideoFormatAccepted) != 0) {
+    platform::performOnMainThread(shared_from_this(), &AVUIProxy::refreshDeliveredVideoFormat, {},
+                                  false);
+  }
+}
+
+void AVUIProxy::refreshDeliveredVideoFormat() {
   const std::lock_guard guard(myLock);
-  myPublishedVideoFormat = myVideoFormat;
+  myDeliveredVideoFormat = myPublishedVideoFormat;
 }
 
 void AVUIProxy::waitForVideoFormatDelivery() {
@@ -168,10 +180,7 @@ void AVUIProxy::sendLiveSample(tagMSDataStructure& sample) {
 }
 
 void AVUIProxy::deliverVideoFormatOnMainThread() {
-  {
-    const std::lock_guard guard(myLock);
-    myDeliveredVideoFormat = myPublishedVideoFormat;
-  }
+  refreshDeliveredVideoFormat();
   if ((myFormatNotifyStatus & kVideoFormatAccepted) != 0) {
     MacWarnTrace2(kTraceModule, "deliverVideoFormatOnMainThread already send out video format");
     return;
@@ -196,6 +205,11 @@ void AVUIProxy::_deliverLatestImageOnMainThread(const platform::Value& delay) {
 
 void AVUIProxy::_deliverLatestImage() {
   PausedFrame::Pin pin;
+  const auto dropPin = [this](PausedFrame::Pin* held) {
+    const std::lock_guard guard(myLock);
+    held->buffer = nullptr;
+  };
+  const std::unique_ptr<PausedFrame::Pin, decltype(dropPin)> pinGuard(&pin, dropPin);
   tagMSVIDEOFORMATEX format{};
   {
     const std::lock_guard guard(myLock);
@@ -222,8 +236,6 @@ void AVUIProxy::_deliverLatestImage() {
     framedump::write(framedump::Kind::kPaused, pin.record.pData, pin.buffer->capacity,
                      format.wWidth, format.wHeight, timestamp);
   }
-  const std::lock_guard guard(myLock);
-  pin.buffer = nullptr;
 }
 
 void AVUIProxy::prepareDeliverLastestImageAgain() { myPreviousVideoTimestamp = kNoTimestamp; }

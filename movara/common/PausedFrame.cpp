@@ -38,7 +38,7 @@ bool PausedFrame::holds(const tagMSDataStructure& sample) const {
 
 bool PausedFrame::store(const tagMSDataStructure& sample) {
   const auto length = static_cast<std::uint32_t>(sample.dwDataLength);
-  if (!provideBuffer(length)) return false;
+  if (sample.dwDataLength >= SAFE_LIB_MAX_MEM || !provideBuffer(length)) return false;
   if (length != 0 && memmove_s(record_.pData, static_cast<std::uint32_t>(buffer_->capacity),
                                sample.pData, length) != 0) {
     return false;

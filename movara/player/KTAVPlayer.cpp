@@ -110,7 +110,7 @@ int CAVPlayer::RenderFileName(const char* path) {
   PlayerGuard whileOpening(*this);
   try {
     setMovie(m_pMovie);
-  } catch (const platform::Exception&) {
+  } catch (...) {
     KTVideoPlayer::leaveCrashSection();
     throw;
   }
