@@ -114,7 +114,11 @@ void CMovaraApp::tearDown() {
   if (!m_bTornDown) {
     m_bTornDown = true;
     MacInfoTrace2(kTraceModule, "CMovaraApp are going to die, this = %x", traceAddress(this));
-    m_svsMgr.StopStreamingVideoSession();
+    try {
+      m_svsMgr.StopStreamingVideoSession();
+    } catch (...) {
+      // A host that throws here does not keep the object from ending.
+    }
   }
   if (player()) {
     {

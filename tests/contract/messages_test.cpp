@@ -106,17 +106,6 @@ TEST_F(ContractTest, AnAgendaDocumentDropsMessagesSilently) {
               testing::Each(testing::HasSubstr("CMovaraApp::RouteMessage, type")));
 }
 
-struct ChannelStatusRow {
-  const char* name;
-  std::function<void(ContractTest&)> before;
-};
-
-// What is left of the status view, and the line that says how the status was taken.
-struct Outcome {
-  int shown;
-  const char* line;
-};
-
 TEST_F(ContractTest, ChannelStatusFollowsItsTable) {
   constexpr const char* kFailed = "SVS_REGISTERCHANNEL_FAILED back, this = 0x";
   constexpr const char* kJoined = "CHANNEL_STATUS_JOIN_SUCCESS back, this = 0x";

@@ -270,23 +270,6 @@ TEST_F(SvsMgrTest, ReportsTheRoutersAnswerWhereItCounts) {
   }
 }
 
-TEST_F(SvsMgrTest, MessagesWithoutARecordHaveTheirTypesAndReceivers) {
-  SVSMgr manager;
-  manager.SetMsgRouter(&router, 1);
-  manager.SetMsgRouter(&router, 0);
-  manager.StartStreamingVideoSession();
-  manager.StopStreamingVideoSession();
-  manager.stopAdvancePage();
-  std::vector<std::pair<unsigned, unsigned long>> seen;
-  for (const Routed& message : router.take()) {
-    EXPECT_EQ(message.from, MODULE_TYPE_SVS);
-    EXPECT_EQ(message.uMsg, 0);
-    seen.emplace_back(message.to, message.type);
-  }
-  EXPECT_THAT(seen, ElementsAre(std::pair(2, 107), std::pair(2, 100), std::pair(1, 101),
-                                std::pair(1, 102), std::pair(1, 110)));
-}
-
 TEST_F(SvsMgrTest, ReleasesAListenersRequestsStepByStep) {
   const auto manager = make(kListener);
   manager->RegisterStreamingVideoSharing(1, kContent);
@@ -484,15 +467,6 @@ TEST_F(SvsMgrTest, WarnsOffTheMainThreadAndCarriesOn) {
           "UpdateMuteStatus, should in mainThread", "SetSourceMediaFormat, should in mainThread",
           "QueryState, should in mainThread", "ExecuteMSCommand, should in mainThread",
           "ExecuteAllMsCommand, should in mainThread", "SetSVSState, should in mainThread"));
-}
-
-TEST_F(SvsMgrTest, HeldRequestsEndWithTheirManagerUnsent) {
-  {
-    const auto manager = make(kListener);
-    manager->RegisterStreamingVideoSharing(1, kContent);
-    manager->SetRender(1, MM_MEDIASTREAMING_RENDER_ATTACH);
-  }
-  EXPECT_THAT(router.takeCommands(), IsEmpty());
 }
 
 }  // namespace
