@@ -2,6 +2,7 @@
 
 #include <SDL2/SDL.h>
 #include <SDL2/SDL_audio.h>
+#include <alsa/asoundlib.h>
 
 #include <algorithm>
 
@@ -20,6 +21,10 @@ std::size_t bytesOf(int milliseconds, const SoundFormat& format) {
          format.bytesPerFrame();
 }
 
+// On a machine without a sound card ALSA would write a page to standard error.
+void ignoreAlsaComplaint(const char* /*file*/, int /*line*/, const char* /*function*/,
+                         int /*error*/, const char* /*format*/, ...) {}
+
 }  // namespace
 
 AudioDevice::~AudioDevice() {
@@ -32,6 +37,7 @@ bool AudioDevice::open(const SoundFormat& format) {
   format_ = format;
   if (!initialised_) {
     SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
+    snd_lib_error_set_handler(&ignoreAlsaComplaint);
     initialised_ = SDL_InitSubSystem(SDL_INIT_AUDIO) == 0;
     if (!initialised_) return false;
   }

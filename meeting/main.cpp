@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <variant>
@@ -53,6 +54,8 @@ int present(const meeting::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Standard error is for one clear line; who wants the plug-in's warnings there says so.
+  setenv("MOVARA_TRACE_LEVEL", "error", 0);  // NOLINT(concurrency-mt-unsafe): the only thread
   try {
     const auto parsed = meeting::parseOptions(argc, argv);
     if (const auto* information = std::get_if<meeting::Information>(&parsed)) {

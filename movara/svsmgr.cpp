@@ -77,7 +77,7 @@ void SVSMgr::ExecuteMSCommand(MM_MEDIASTREAMING_COMMAND command) {
 
 void SVSMgr::ExecuteAllMsCommand() {
   warnOffMainThread("SVSMgr::ExecuteAllMsCommand, should in mainThread");
-  // What is held from within the router's answers is not part of this flush.
+  // At most as many as are held now: the router's answers may hold more, and without end.
   for (auto left = m_vecCommands.size(); left > 0 && !m_vecCommands.empty() && m_pMsgRouter;
        --left) {
     sendHeld(m_vecCommands.begin());
