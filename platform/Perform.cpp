@@ -1,6 +1,8 @@
 // Messages to be sent later, or on the main thread.
 #include <algorithm>
-#include <future>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
 #include <utility>
 
 #include "platform/RunLoop.h"
@@ -11,6 +13,38 @@ namespace platform {
 namespace {
 
 Mailbox& mainMailbox() { return LoopAccess::of(RunLoop::main()).mailbox; }
+
+// A call that one thread makes and another waits for.
+class WaitedForCall {
+ public:
+  template <class Work>
+  void run(const Work& work) {
+    std::exception_ptr error;
+    try {
+      work();
+    } catch (...) {
+      error = std::current_exception();
+    }
+    const std::lock_guard lock(mutex_);
+    error_ = std::move(error);
+    done_ = true;
+    finished_.notify_all();
+  }
+  // Throws what the work threw. By then only the waiting thread holds the exception.
+  void wait() {
+    std::unique_lock lock(mutex_);
+    finished_.wait(lock, [this] { return done_; });
+    std::exception_ptr error = std::exchange(error_, nullptr);
+    lock.unlock();
+    if (error) std::rethrow_exception(std::move(error));
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable finished_;
+  bool done_ = false;         // guarded by mutex_
+  std::exception_ptr error_;  // guarded by mutex_
+};
 
 // Taken back, a message stays out of the schedule; what it held is let go when the result ends.
 template <class Matches>
@@ -57,12 +91,10 @@ void performOnMainThread(std::shared_ptr<Object> target, Selector message, Value
     message.send(*target, argument);
     return;
   }
-  // Shared, because the main thread is still leaving the task when the waiting thread goes on.
-  const auto task =
-      std::make_shared<std::packaged_task<void()>>([&] { message.send(*target, argument); });
-  std::future<void> finished = task->get_future();
-  mainMailbox().post([task] { (*task)(); });
-  finished.get();
+  // Shared, because the main thread is still leaving it when the waiting thread goes on.
+  const auto call = std::make_shared<WaitedForCall>();
+  mainMailbox().post([&, call] { call->run([&] { message.send(*target, argument); }); });
+  call->wait();
 }
 
 void dispatchOnMainThread(std::function<void()> work) {

@@ -26,6 +26,14 @@ class RunScope {
   Mailbox& mailbox_;
 };
 
+// The one who waits, often a destructor, has no part in what a message of somebody else throws.
+void serveDroppingExceptions(const Mailbox::Work& work) {
+  try {
+    work();
+  } catch (const Exception&) {
+  }
+}
+
 // The first deadline after `now` on the grid of a repeating timer.
 TimePoint nextOnGrid(TimePoint last, Duration interval, TimePoint now) {
   if (now < last) return last + interval;
@@ -105,18 +113,6 @@ std::size_t RunLoop::runReady(Mode mode) {
 }
 
 void RunLoop::stop() { impl_->mailbox.stop(); }
-
-namespace {
-
-// The one who waits, often a destructor, has no part in what a message of somebody else throws.
-void serveDroppingExceptions(const Mailbox::Work& work) {
-  try {
-    work();
-  } catch (const Exception&) {
-  }
-}
-
-}  // namespace
 
 void RunLoop::waitServingMessages(const std::function<bool()>& done) {
   for (;;) {

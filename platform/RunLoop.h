@@ -87,8 +87,8 @@ class PLATFORM_API RunLoop {
 
   // Serves main-thread messages, nothing else, until `done` answers true; it is asked again after
   // each message and each wake(). For code that must wait for a thread that may itself be waiting
-  // in performOnMainThread. On another loop than the main one it only waits.
-  // A platform::Exception out of a message ends that message, not the wait.
+  // in performOnMainThread. A platform::Exception out of a message ends that message, not the wait.
+  // On another loop than the main one it only waits.
   void waitServingMessages(const std::function<bool()>& done);
   // Makes waitServingMessages ask again. [any-thread]
   void wake();

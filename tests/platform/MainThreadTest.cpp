@@ -1,6 +1,7 @@
 // What other threads send to the main thread.
 #include <gmock/gmock.h>
 
+#include <array>
 #include <atomic>
 #include <thread>
 
@@ -95,6 +96,7 @@ TEST_F(MainThreadTest, MessagesQueuedByAMessageWaitForTheNextPass) {
 TEST_F(MainThreadTest, WaitServingMessagesServesThemAndNothingElse) {
   std::atomic<bool> ended{false};
   performAfterDelay(recorder, &Recorder::note, "timer", Duration::zero());
+  dispatchOnMainThread([] { throw Exception("name", "ends its own message only"); });
   onOtherThread([this, &ended] {
     performOnMainThread(recorder, &Recorder::note, "message", true);
     ended = true;
@@ -121,12 +123,12 @@ TEST_F(MainThreadTest, WaitServingMessagesWorksInsideOfARun) {
 }
 
 TEST_F(MainThreadTest, ManyThreadsLoseNothing) {
-  constexpr int kThreads = 4;
-  constexpr int kMessages = 500;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([this] {
-      for (int n = 0; n < kMessages; ++n) {
+  constexpr std::size_t kThreads = 4;
+  constexpr std::size_t kMessages = 500;
+  std::array<std::thread, kThreads> threads;
+  for (auto& thread : threads) {
+    thread = std::thread([this] {
+      for (std::size_t n = 0; n < kMessages; ++n) {
         performOnMainThread(recorder, &Recorder::tick, {}, n % 50 == 0);
       }
     });

@@ -84,7 +84,7 @@ TEST_F(RunLoopTest, CancelsByTargetMessageAndArgument) {
     performAfterDelay(other, &Recorder::note, "a", milliseconds(0));
     cancel();
     other->messages.clear();
-    const auto messages = step(milliseconds(0));
+    auto messages = step(milliseconds(0));
     EXPECT_EQ(loop.runReady(kOtherMode), 0U);
     EXPECT_THAT(other->messages, ElementsAre("a"));
     return messages;
