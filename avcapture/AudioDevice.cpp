@@ -2,6 +2,7 @@
 
 #include <SDL2/SDL.h>
 #include <SDL2/SDL_audio.h>
+#include <SDL2/SDL_thread.h>
 #include <alsa/asoundlib.h>
 
 #include <algorithm>
@@ -30,6 +31,7 @@ void ignoreAlsaComplaint(const char* /*file*/, int /*line*/, const char* /*funct
 AudioDevice::~AudioDevice() {
   close();
   if (initialised_) SDL_QuitSubSystem(SDL_INIT_AUDIO);
+  SDL_TLSCleanup();  // SDL keeps its last error per thread, and this thread is not SDL's
 }
 
 bool AudioDevice::open(const SoundFormat& format) {

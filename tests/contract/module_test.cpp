@@ -40,8 +40,9 @@ TEST(Bundle, HasOneStaticInitialiser) {
   const std::string prefix = "_GLOBAL__sub_I_";
   std::vector<std::string> found;
   for (const std::string& name : definedSymbols(MOVARA_BUNDLE_CODE, SHT_SYMTAB)) {
-    // Sanitizers add constructors of their own, of priority 99.
-    if (name.starts_with(prefix) && !name.starts_with(prefix + "00099_")) {
+    // Sanitizers add constructors of their own, of priority 99; the compiler may split one in two.
+    if (name.starts_with(prefix) && !name.starts_with(prefix + "00099_") &&
+        !name.ends_with(".cold")) {
       found.push_back(name);
     }
   }

@@ -20,6 +20,10 @@ void* countedAllocation(std::size_t size) {
 
 void* operator new(std::size_t size) { return countedAllocation(size); }
 void* operator new[](std::size_t size) { return countedAllocation(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  if (counting) ++allocations;
+  return std::malloc(size != 0 ? size : 1);
+}
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
