@@ -14,6 +14,10 @@ class BoundedQueue {
   bool empty() const { return size_ == 0; }
   bool full() const { return size_ == N; }
 
+  const T& front() const {
+    assert(!empty());
+    return entries_[first_];
+  }
   void push(T entry) {
     assert(!full());
     entries_[(first_ + size_) % N] = std::move(entry);

@@ -34,6 +34,7 @@ std::unique_ptr<Decoder> Decoder::open(const AVStream& stream, const Timeline& t
 }
 
 void Decoder::send(const AVPacket* packet) {
+  if (packet != nullptr && packet->size == 0) return;  // would be taken for the end
   if (avcodec_send_packet(codec_.get(), packet) == AVERROR(ENOMEM)) throw std::bad_alloc();
 }
 
@@ -61,6 +62,9 @@ void Decoder::completePts(AVFrame& frame) {
   nextPts_ = frame.pts + std::max<std::int64_t>(0, length);
 }
 
-void Decoder::flush() { avcodec_flush_buffers(codec_.get()); }
+void Decoder::flush() {
+  avcodec_flush_buffers(codec_.get());
+  nextPts_ = timeline_.start;  // a stream without timestamps can only begin anew
+}
 
 }  // namespace avcapture

@@ -150,21 +150,24 @@ bool Demuxer::reposition(std::int64_t microseconds) {
   AVFormatContext* format = format_.get();
   return avformat_seek_file(format, -1, kFirst, target, target, 0) >= 0 ||
          av_seek_frame(format, -1, target, AVSEEK_FLAG_BACKWARD) >= 0 ||
-         avformat_seek_file(format, -1, kFirst, target, kLast, 0) >= 0;
+         avformat_seek_file(format, -1, kFirst, target, kLast, 0) >= 0 ||
+         av_seek_frame(format, -1, 0, AVSEEK_FLAG_BYTE) >= 0;  // without timestamps: the beginning
 }
 
-// Reads on to the first packet of the picture (of the sound, when there is none).
+// Reads on to the first packet of the picture (of the sound, when there is none) that decoding can
+// start from. Without one there is none at or before the target either.
 bool Demuxer::startsAtOrBefore(std::int64_t microseconds) {
   const AVStream* leading = video_ != nullptr ? video_ : audio_;
   while (PacketPtr packet = readFile()) {
-    const bool leads = packet->stream_index == leading->index;
+    const bool leads =
+        packet->stream_index == leading->index && (packet->flags & AV_PKT_FLAG_KEY) != 0;
     const std::int64_t pts = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
     peeked_.push_back(std::move(packet));
     if (leads) {
       return pts == AV_NOPTS_VALUE || timeline(*leading).microseconds(pts) <= microseconds;
     }
   }
-  return true;  // nothing left: the target is behind the last packet
+  return false;
 }
 
 void Demuxer::seek(std::int64_t microseconds) {

@@ -155,7 +155,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void pictureLoop();
   void pictureStep(Lock& lock, PictureStage& stage);
   void takeFrame(Lock& lock, PictureStage& stage);
-  bool isLate(std::int64_t microseconds) const;
+  bool nextIsDue() const;
   void deliverStill(Lock& lock, PictureStage& stage);
   void playPicture(Lock& lock, PictureStage& stage);
   void deliverPicture(Lock& lock, PictureStage& stage);

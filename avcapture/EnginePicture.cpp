@@ -33,16 +33,17 @@ void Engine::pictureStep(Lock& lock, PictureStage& stage) {
   }
 }
 
-// More than a frame's time behind, with a newer picture waiting.
-bool Engine::isLate(std::int64_t microseconds) const {
+// Whether the time of the picture that waits in the queue has come: the one before it is late.
+bool Engine::nextIsDue() const {
   return options_.paced && playing_ && clock_.running() && !frames_.empty() &&
-         clock_.now() > microseconds + framePeriod_;
+         frames_.front().microseconds <= clock_.now();
 }
 
 void Engine::takeFrame(Lock& lock, PictureStage& stage) {
   DecodedFrame decoded = frames_.pop();
   decodeWake_.notify_one();
-  if (stage.arrived && isLate(decoded.microseconds)) {
+  // Dropped before the work of converting it, never after: a slow machine still shows pictures.
+  if (stage.arrived && nextIsDue()) {
     ++framesDropped_;
     spent_.push_back(std::move(decoded.frame));
     return;
@@ -60,6 +61,7 @@ void Engine::takeFrame(Lock& lock, PictureStage& stage) {
   }
   lock.lock();
   spent_.push_back(std::move(decoded.frame));
+  if (!picture) ++framesDropped_;
   if (!picture || stage.generation != generation_) return;
   stage.next = std::move(picture);
   stage.arrived = pictureReady_ = true;
@@ -74,10 +76,7 @@ void Engine::deliverStill(Lock& lock, PictureStage& stage) {
 }
 
 void Engine::playPicture(Lock& lock, PictureStage& stage) {
-  if (isLate(stage.next->microseconds)) {
-    ++framesDropped_;
-    stage.next.reset();
-  } else if (reached(lock, pictureWake_, stage.next->microseconds)) {
+  if (reached(lock, pictureWake_, stage.next->microseconds)) {
     deliverPicture(lock, stage);
   }
 }

@@ -25,8 +25,8 @@ std::shared_ptr<const platform::Image> imageOf(const FrameRef& frame) {
 AttendeeChannel::AttendeeChannel(std::shared_ptr<DocumentStream> stream,
                                  std::weak_ptr<PlatformPeer> peer)
     : stream_(std::move(stream)), peer_(std::move(peer)) {
-  stream_->add(*this);
   worker_ = std::thread([this] { work(); });
+  stream_->add(*this);
 }
 
 AttendeeChannel::~AttendeeChannel() {

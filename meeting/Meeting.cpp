@@ -37,8 +37,11 @@ void serveMainLoopFor(platform::Duration duration) {
   loop.runUntil(loop.now() + duration);
 }
 
-std::optional<Failure> checkWritable(const std::string& path) {
+std::optional<Failure> checkWritable(const std::string& path, const std::string& media) {
   if (path.empty()) return std::nullopt;
+  std::error_code none;
+  if (std::filesystem::equivalent(path, media, none))
+    return Failure{ExitStatus::usage, "would overwrite the shared file: " + path};
   if (std::ofstream(path, std::ios::app)) return std::nullopt;
   return Failure{ExitStatus::outputFailed, "cannot write " + path};
 }
@@ -81,8 +84,8 @@ void Meeting::interrupt(int signal) {
 // Everything that can go wrong before anything has been started.
 std::optional<Failure> Meeting::prepare() {
   if (auto failure = checkMediaFile(options_.file)) return failure;
-  if (auto failure = checkWritable(options_.reportFile)) return failure;
-  if (auto failure = checkWritable(options_.frameMd5File)) return failure;
+  if (auto failure = checkWritable(options_.reportFile, options_.file)) return failure;
+  if (auto failure = checkWritable(options_.frameMd5File, options_.file)) return failure;
   auto loaded = PluginModule::load(options_.plugin);
   if (auto* failure = std::get_if<Failure>(&loaded)) return std::move(*failure);
   module_ = std::get<PluginModule>(std::move(loaded));
@@ -90,7 +93,10 @@ std::optional<Failure> Meeting::prepare() {
                                  .decoderThreads = options_.decoderThreads,
                                  .localSound = !options_.unpaced});
   std::unique_ptr<FrameMd5Writer> md5;
-  if (!options_.frameMd5File.empty()) md5 = FrameMd5Writer::create(options_.frameMd5File);
+  if (!options_.frameMd5File.empty()) {
+    md5 = FrameMd5Writer::create(options_.frameMd5File);
+    if (!md5) return Failure{ExitStatus::outputFailed, "cannot write " + options_.frameMd5File};
+  }
   recorder_ =
       std::make_unique<StreamRecorder>(std::make_shared<platform::SteadyClock>(), std::move(md5));
   recorder_->setStateChanged([this](StreamState state) { onStreamState(state); });

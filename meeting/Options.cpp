@@ -33,7 +33,7 @@ void addPresent(CLI::App& app, Options& options) {
   present->add_option("--attendees", options.attendees, "Attendees that watch (default 0)")
       ->check(CLI::Range(0, kMaxAttendees));
   present->add_option("--duration", options.duration, "End after this many seconds of playing")
-      ->check(CLI::PositiveNumber);
+      ->check(CLI::Range(0.001, 1e9));
   present->add_flag("--unpaced", options.unpaced,
                     "Send every picture once, as fast as it is taken, instead of in real time");
   present->add_option("--report", options.reportFile, "Write what was sent as JSON");

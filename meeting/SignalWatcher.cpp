@@ -20,6 +20,7 @@ sigset_t watchedSignals() {
   ::sigemptyset(&set);
   ::sigaddset(&set, SIGINT);
   ::sigaddset(&set, SIGTERM);
+  ::sigaddset(&set, SIGHUP);
   return set;
 }
 

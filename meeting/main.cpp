@@ -2,6 +2,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -18,7 +21,10 @@ namespace {
 
 using meeting::ExitStatus;
 
-void complain(const std::string& line) {
+// One line, whatever a file is called.
+void complain(std::string line) {
+  std::replace_if(
+      line.begin(), line.end(), [](unsigned char c) { return std::iscntrl(c); }, '?');
   std::fprintf(stderr, "movara-meeting: %s\n", line.c_str());
 }
 
@@ -55,6 +61,7 @@ int present(const meeting::Options& options) {
 
 int main(int argc, char** argv) {
   // Standard error is for one clear line; who wants the plug-in's warnings there says so.
+  std::signal(SIGPIPE, SIG_IGN);             // a reader that has gone is a failed write
   setenv("MOVARA_TRACE_LEVEL", "error", 0);  // NOLINT(concurrency-mt-unsafe): the only thread
   try {
     const auto parsed = meeting::parseOptions(argc, argv);

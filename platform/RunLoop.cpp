@@ -118,7 +118,7 @@ void RunLoop::waitServingMessages(const std::function<bool()>& done) {
   for (;;) {
     const std::uint64_t seen = impl_->mailbox.events();
     if (done()) return;
-    if (const Mailbox::Work work = impl_->mailbox.take()) {
+    if (const Mailbox::Work work = isMainThread() ? impl_->mailbox.take() : nullptr) {
       serveDroppingExceptions(work);
     } else {
       impl_->mailbox.wait(seen, std::nullopt);

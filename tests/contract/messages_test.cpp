@@ -59,6 +59,7 @@ TEST_F(ContractTest, SessionMessagesMoveTheStateAndEndTheObjectsEars) {
       if (*row.line != '\0') {
         EXPECT_THAT(trace, Contains(row.line));
       }
+      EXPECT_EQ(count(trace, "reach max limit!"), std::string(row.name) == "limit" ? 1 : 0);
 
       route(2, 77, nullptr);
       const Lines after = takeTraceLines();

@@ -16,6 +16,9 @@ void* countedAllocation(std::size_t size) {
   throw std::bad_alloc();
 }
 
+// Not inlined: the compiler would see half of a pair and warn of a mismatch.
+[[gnu::noinline]] void release(void* memory) { std::free(memory); }
+
 }  // namespace
 
 void* operator new(std::size_t size) { return countedAllocation(size); }
@@ -24,10 +27,10 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   if (counting) ++allocations;
   return std::malloc(size != 0 ? size : 1);
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept { release(memory); }
+void operator delete[](void* memory) noexcept { release(memory); }
+void operator delete(void* memory, std::size_t) noexcept { release(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
 
 namespace {
 
