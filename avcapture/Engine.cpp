@@ -50,7 +50,7 @@ MediaType typeOf(bool video, bool audio) {
 std::shared_ptr<Engine> Engine::open(const std::string& path, const PlaybackOptions& options,
                                      EngineOutputs outputs) {
   try {
-    const std::shared_ptr<Engine> engine(new Engine(options, std::move(outputs)));
+    std::shared_ptr<Engine> engine(new Engine(options, std::move(outputs)));
     if (!engine->openFile(path)) return nullptr;
     engine->startThreads();
     return engine;

@@ -24,7 +24,7 @@ class PresenterChannel final : public PlatformPort {
   bool registerSource(const tagMSRegisterInfo& info);
   bool unregister(const tagMSUnRegisterInfo& info);
   bool sourceStatus(const tagMSSourceStatus& status);
-  bool mediaFormat(const tagMSMediaFormat& format);
+  bool mediaFormat(const tagMSMediaFormat& record);
   bool mediaData(const tagMSDataStructure& data);
 
   std::shared_ptr<DocumentStream> stream_;

@@ -11,7 +11,7 @@ constexpr std::uint32_t kMaxCommandBytes = 64U * 1024;
 
 Bytes copyOf(const void* data, std::uint32_t length) {
   const auto* bytes = static_cast<const unsigned char*>(data);
-  return Bytes(bytes, bytes + length);
+  return {bytes, bytes + length};
 }
 
 bool isAcceptable(const void* data, std::uint32_t length) {

@@ -21,7 +21,7 @@ class Ticker {
  private:
   struct Target : platform::Object {
     explicit Target(std::function<void()> work) : tick(std::move(work)) {}
-    void fire() { tick(); }
+    void fire() { tick(); }  // NOLINT(*-make-member-function-const): a message's form
     std::function<void()> tick;
   };
   std::shared_ptr<platform::Timer> timer_;
