@@ -78,7 +78,8 @@ void AVUIProxy::setSink(ISVSPlayerNotifySink* sink) {
   }
   // Messages served while the gate closes may let everybody else's reference go.
   const auto self = shared_from_this();
-  endAudioFormatDelivery();  // the caller may be inside it
+  myAvApp.open(nullptr);     // nobody begins a call from here on
+  endAudioFormatDelivery();  // the caller may be inside the one that the audio thread waits for
   myAvApp.close();
   cleanUp();
 }
