@@ -29,7 +29,6 @@ target_compile_options(
             -Woverloaded-virtual
             -Wold-style-cast
             -Wcast-qual
-            -Wnull-dereference
             -Wdouble-promotion
             -Wimplicit-fallthrough
             -Werror)
@@ -39,10 +38,6 @@ if(MOVARA_SANITIZE)
                                                    -fno-omit-frame-pointer
                                                    -fno-sanitize-recover=all)
   target_link_options(movara_settings INTERFACE -fsanitize=${MOVARA_SANITIZE})
-endif()
-if(MOVARA_SANITIZE)
-  # The optimiser's view of instrumented code gives false alarms for this one.
-  target_compile_options(movara_settings INTERFACE -Wno-null-dereference)
 endif()
 
 # A shared library in the client bundle's frameworks folder.
