@@ -73,10 +73,11 @@ void TerminalProgress::finish() {
 }
 
 void TerminalProgress::show(const std::string& line) {
-  if (live_)
+  if (live_) {
     std::fprintf(stderr, "\r%s\033[K", line.substr(0, terminalWidth() - 1).c_str());
-  else
+  } else {
     std::fprintf(stderr, "%s\n", line.c_str());
+  }
   shown_ = true;
 }
 

@@ -10,10 +10,11 @@ std::string timeText(std::uint64_t milliseconds) {
   const auto minutes = static_cast<unsigned>(milliseconds / 60'000 % 60);
   const auto hours = static_cast<unsigned long>(milliseconds / 3'600'000);
   char text[64];
-  if (hours > 0)
+  if (hours > 0) {
     std::snprintf(text, sizeof text, "%lu:%02u:%02u.%u", hours, minutes, seconds, tenths);
-  else
+  } else {
     std::snprintf(text, sizeof text, "%u:%02u.%u", minutes, seconds, tenths);
+  }
   return text;
 }
 
