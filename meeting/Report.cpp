@@ -86,15 +86,17 @@ class Table {
 void addMedia(Table& table, const Report& report) {
   const SampleSummary& samples = report.samples;
   const auto number = [](std::uint64_t value) { return static_cast<unsigned long>(value); };
-  if (report.video)
+  if (report.video) {
     table.row("Video",
               text("%u x %u, %.5g fps: %lu frames, %lu still, %lu dropped", report.video->width,
                    report.video->height, static_cast<double>(report.video->fps),
                    number(samples.frames), number(samples.stills), number(report.dropped)));
-  if (report.audio)
+  }
+  if (report.audio) {
     table.row("Audio", text("%u channels, %lu Hz, %u bit: %lu blocks, %lu bytes",
                             report.audio->channels, number(report.audio->rate), report.audio->bits,
                             number(samples.audioBlocks), number(samples.audioBytes)));
+  }
   if (samples.firstFrameMs)
     table.row("First sample", text("%.1f ms after play", *samples.firstFrameMs));
   if (report.paced && samples.pacing.p50) table.row("Pacing", percentilesText(samples.pacing));
@@ -105,11 +107,12 @@ void addMedia(Table& table, const Report& report) {
 
 std::string reportAsJson(const Report& report) {
   json attendees = json::array();
-  for (const AttendeeReport& attendee : report.attendees)
+  for (const AttendeeReport& attendee : report.attendees) {
     attendees.push_back({{"name", attendee.name},
                          {"frames_received", attendee.statistics.framesReceived},
                          {"frames_lost", attendee.statistics.framesLost},
                          {"audio_blocks_received", attendee.statistics.audioBlocksReceived}});
+  }
   const json document = {{"file", report.file},
                          {"presenter", presenterAsJson(report)},
                          {"attendees", std::move(attendees)},
@@ -125,12 +128,13 @@ std::string reportAsTable(const Report& report, bool bold) {
   table.row("State", report.state + " at " + timeText(report.positionMs) + " of " +
                          timeText(report.durationMs));
   addMedia(table, report);
-  for (const AttendeeReport& attendee : report.attendees)
+  for (const AttendeeReport& attendee : report.attendees) {
     table.row(attendee.name,
               text("%lu frames received, %lu lost, %lu audio blocks",
                    static_cast<unsigned long>(attendee.statistics.framesReceived),
                    static_cast<unsigned long>(attendee.statistics.framesLost),
                    static_cast<unsigned long>(attendee.statistics.audioBlocksReceived)));
+  }
   return table.str();
 }
 
