@@ -225,21 +225,30 @@ Engine::ListenerCall::~ListenerCall() {
 // --- controls ---
 
 void Engine::play() {
-  bool ended = false;
-  std::uint32_t generation = 0;
-  {
-    const Lock lock(mutex_);
-    if (quit_) return;
-    playing_ = true;
-    stillWanted_ = false;
-    invalidImages_ = 0;
-    endTold_ = false;
-    startClockWhenReady();
-    ended = endIsNew();
-    generation = generation_;
-    wakeAll();
-  }
-  if (ended) tellEnd(generation);
+  Lock lock(mutex_);
+  if (!quit_) setPlaying(lock);
+}
+
+std::uint32_t Engine::playFromStart() {
+  Lock lock(mutex_);
+  // In one step: a standing engine would deliver the first picture as a still.
+  playing_ = !quit_;
+  const std::uint32_t generation = beginGeneration(0, false);
+  if (playing_) setPlaying(lock);
+  return generation;
+}
+
+void Engine::setPlaying(Lock& lock) {
+  playing_ = true;
+  stillWanted_ = false;
+  invalidImages_ = 0;
+  endTold_ = false;
+  startClockWhenReady();
+  wakeAll();
+  if (!endIsNew()) return;
+  const std::uint32_t generation = generation_;
+  lock.unlock();
+  tellEnd(generation);
 }
 
 void Engine::pause() {

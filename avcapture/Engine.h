@@ -77,6 +77,8 @@ class Engine : public std::enable_shared_from_this<Engine> {
   const MediaInfo& info() const { return info_; }
 
   void play();
+  // Plays from the beginning. Returns as seek does.
+  std::uint32_t playFromStart();
   // Stands still, and delivers the picture that shows as a still.
   void pause();
   // Stands still where the movie ended.
@@ -143,6 +145,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void startClockWhenReady();
   bool starved() const;
   bool endIsNew();
+  void setPlaying(Lock& lock);
   void tellEnd(std::uint32_t generation) { outputs_.notify(EngineEvent::kEnded, generation); }
 
   // Demux and decode: EngineInput.cpp

@@ -155,9 +155,12 @@ void FFVideoPlayer::startPlaying(platform::Object* sender) {
   // Any of these calls may have ended or started us.
   const State before = state_;
   if (before == State::kDead || before == State::kPlaying) return;
-  if (before == State::kAtEnd) generation_ = engine_->seek(0, false);
   state_ = State::kPlaying;
-  engine_->play();
+  if (before == State::kAtEnd) {
+    generation_ = engine_->playFromStart();
+  } else {
+    engine_->play();
+  }
   if (delegate_ != nullptr) delegate_->onPlay(orElse(sender, *this));
 }
 

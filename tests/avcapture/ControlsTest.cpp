@@ -72,6 +72,15 @@ TEST_F(Controls, EndOfMovieStopsAtTheEndAndStartsAgainFromTheBeginning) {
   EXPECT_TRUE(std::equal(frames.begin(), frames.begin() + 25, frames.begin() + 25));
 }
 
+TEST_F(Controls, StartingAgainAtTheEndDeliversNoStill) {
+  open(clip("three.mp4", "-f lavfi -i testsrc2=s=64x48:r=25 -frames:v 3 -c:v libx264"));
+  for (int i = 0; i < 100 && !HasFailure(); ++i) {
+    delegate.calls.clear();
+    playToTheEnd();
+    EXPECT_EQ(stills(), 0U) << "in round " << i;
+  }
+}
+
 TEST_F(Controls, StaleEndDoesNotStopAfterASeek) {
   open(seekClip());
   player->onStart(nullptr);
