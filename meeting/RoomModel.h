@@ -14,16 +14,16 @@ namespace meeting {
 
 // One participant's end of one shared document.
 struct ParticipantStatus {
-  std::string id;        // "presenter", "attendee-1"; "2/presenter" in the second document
-  std::string actor;     // how an action begins that is meant for this one: "attendee=1 "
-  std::string file;      // name of the shared file, without folders
+  std::string id;     // "presenter", "attendee-1"; "2/presenter" in the second document
+  std::string actor;  // how an action begins that is meant for this one: "attendee=1 "
+  std::string file;   // name of the shared file, without folders
   bool presenter = false;
-  bool present = true;   // false: has left, and may join again
-  std::string state;     // "starting", "waiting", "playing", "paused", "stopped", "rebuffering", ...
-  int statusView = 0;    // code of the status view, 0 when none is shown
-  double position = 0;   // seconds
-  double duration = 0;   // seconds, 0 when it is not known
-  float fps = 0;         // pictures a second, measured
+  bool present = true;  // false: has left, and may join again
+  std::string state;    // "starting", "waiting", "playing", "paused", "stopped", "rebuffering", ...
+  int statusView = 0;   // code of the status view, 0 when none is shown
+  double position = 0;  // seconds
+  double duration = 0;  // seconds, 0 when it is not known
+  float fps = 0;        // pictures a second, measured
   std::uint64_t frames = 0;   // pictures sent or received
   std::uint64_t dropped = 0;  // pictures passed over
   int volume = 0;             // 0 to 255
