@@ -10,7 +10,7 @@
 #include "meeting/Conference.h"
 #include "meeting/ExitStatus.h"
 #include "meeting/InProcessPlatform.h"
-#include "meeting/MessageNames.h"
+#include "meeting/MessageJournal.h"
 #include "meeting/Options.h"
 #include "meeting/Participant.h"
 #include "meeting/PluginModule.h"
@@ -64,7 +64,7 @@ class Meeting {
 
   const Options options_;
   TerminalProgress progress_;
-  MessageCounts messages_;
+  MessageJournal messages_;
   Conference conference_;
   std::optional<PluginModule> module_;
   std::unique_ptr<StreamRecorder> recorder_;

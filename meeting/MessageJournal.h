@@ -1,28 +1,27 @@
 // The messages routed between the participants' objects, the platform and the conference: counted
 // always, and kept with their fields as long as somebody wants to read them.
 //
-// [any-thread] While nothing is kept, a message costs one atomic increment: media data pass here.
+// [any-thread] While a message is not kept, it costs one atomic increment: media data pass here.
 #pragma once
 
+#include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <span>
 #include <string>
-#include <utility>
+#include <string_view>
 #include <vector>
 
+#include "meeting/MessageFields.h"
+#include "platform/Clock.h"
+#include "ucf/Types.h"
+
 namespace meeting {
-
-enum class Direction : std::uint8_t {
-  toHost,    // from an object to the platform or the conference
-  toObject,  // from the platform or the conference to an object
-};
-
-enum class MessageKind : std::uint8_t {
-  session,  // session messages, and requests to start and stop the session
-  request,  // requests to the platform or the conference, but for media data
-  sample,   // media data
-  status,   // the platform's status messages
-  data,     // participant commands and parameter data
-};
 
 struct JournalEntry {
   std::uint64_t number = 0;  // from 1, without gaps, in the order of arrival
@@ -31,8 +30,57 @@ struct JournalEntry {
   Direction direction{};
   MessageKind kind{};
   std::string name;
-  std::vector<std::pair<std::string, std::string>> fields;  // name and value, as text
+  Fields fields;
   bool taken = true;  // what the receiver of a request answered
+};
+
+class MessageJournal {
+ public:
+  enum class Keep : std::uint8_t { nothing, allButSamples, everything };
+
+  // Keeps the newest `capacity` messages. The clock is for tests; null is the steady one.
+  explicit MessageJournal(std::size_t capacity = 4096,
+                          std::shared_ptr<platform::Clock> clock = nullptr);
+
+  // A routed message. Requests are recorded with their answer, once it is there; messages to an
+  // object before it gets them, so that what it does about them comes after.
+  void record(std::string_view participant, Direction direction, unsigned long type,
+              unsigned long uMsg, const void* wParam, const void* lParam, UCFResult answer);
+  // A participant's command, or one that it gets.
+  void recordCommand(std::string_view participant, Direction direction,
+                     std::span<const unsigned char> command);
+  // Parameter data that a participant sets, or is told.
+  void recordParameterData(std::string_view participant, Direction direction, std::uint32_t id,
+                           std::span<const unsigned char> data);
+
+  // What is kept from now on. What has been kept stays until newer messages take its place.
+  void setKept(Keep keep) { keep_.store(keep, std::memory_order_relaxed); }
+  // The kept messages that came after `number`, oldest first, `max` at most.
+  std::vector<JournalEntry> since(std::uint64_t number, std::size_t max) const;
+  // Names of the messages that have passed at least once, and how often.
+  std::map<std::string, std::uint64_t> totals() const;
+
+ private:
+  struct Kept {
+    platform::TimePoint time;
+    std::string participant;
+    bool taken;
+    RawMessage message;
+  };
+
+  // Counts the message; true when it is to be kept.
+  bool count(const MessageKey& key);
+  void keep(std::string_view participant, bool taken, const RawMessage& message);
+
+  const std::size_t capacity_;
+  const std::shared_ptr<platform::Clock> clock_;
+  const platform::TimePoint begin_;
+  std::atomic<Keep> keep_{Keep::nothing};
+  std::array<std::atomic<std::uint64_t>, kUnknownMessage + 1> counts_{};
+
+  mutable std::mutex mutex_;  // guards what follows
+  std::deque<Kept> kept_;
+  std::uint64_t newest_ = 0;  // number of the last in kept_
 };
 
 }  // namespace meeting

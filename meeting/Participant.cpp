@@ -36,10 +36,10 @@ Face* face(IUCFObjectBase& object, UCFInterfaceID id) {
 
 }  // namespace
 
-Participant::Participant(Setup setup, Conference& conference, MessageCounts& counts)
+Participant::Participant(Setup setup, Conference& conference, MessageJournal& journal)
     : setup_(std::move(setup)),
       conference_(conference),
-      counts_(counts),
+      journal_(journal),
       runtime_(setup_.runtime, *this, conference),
       view_(std::make_shared<platform::View>(kViewFrame)) {}
 
@@ -47,7 +47,7 @@ Participant::~Participant() { close(); }
 
 void Participant::connect(std::unique_ptr<PlatformPort> port) {
   port_ = std::move(port);
-  router_ = std::make_unique<Router>(conference_, *port_, counts_);
+  router_ = std::make_unique<Router>(conference_, *port_, journal_, setup_.name);
   container_ = std::make_unique<Container>(setup_.filePath, runtime_, *router_);
 }
 
@@ -83,15 +83,17 @@ void Participant::postSession(UCFSessionMessage message, std::optional<std::int3
 
 void Participant::postCommand(Bytes data) {
   post([data = std::move(data)](Participant& self) mutable {
-    if (self.objectRuntime_ != nullptr)
-      self.objectRuntime_->OnCommandData(data.data(), static_cast<unsigned int>(data.size()), 0, 0);
+    if (self.objectRuntime_ == nullptr) return;
+    self.journal_.recordCommand(self.setup_.name, Direction::toObject, data);
+    self.objectRuntime_->OnCommandData(data.data(), static_cast<unsigned int>(data.size()), 0, 0);
   });
 }
 
 void Participant::postParameterData(std::uint32_t id, Bytes data) {
   post([id, data = std::move(data)](Participant& self) mutable {
-    if (self.objectRuntime_ != nullptr)
-      self.objectRuntime_->OnParameterData(id, data.data(), static_cast<unsigned int>(data.size()));
+    if (self.objectRuntime_ == nullptr) return;
+    self.journal_.recordParameterData(self.setup_.name, Direction::toObject, id, data);
+    self.objectRuntime_->OnParameterData(id, data.data(), static_cast<unsigned int>(data.size()));
   });
 }
 
@@ -114,7 +116,7 @@ void Participant::post(std::function<void(Participant&)> work) {
 void Participant::route(enumMODULE_TYPE from, unsigned long type, unsigned long uMsg,
                         void* wParam) {
   if (objectRouter_ == nullptr) return;
-  counts_.count(Direction::toObject, type, uMsg);
+  journal_.record(setup_.name, Direction::toObject, type, uMsg, wParam, nullptr, 0);
   objectRouter_->RouteMessage(from, MODULE_TYPE_SVS, type, uMsg, wParam, nullptr);
 }
 

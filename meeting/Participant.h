@@ -11,7 +11,7 @@
 #include "avcapture/KTVideoPlayer.h"
 #include "meeting/Conference.h"
 #include "meeting/Container.h"
-#include "meeting/MessageNames.h"
+#include "meeting/MessageJournal.h"
 #include "meeting/MultimediaPlatform.h"
 #include "meeting/PluginModule.h"
 #include "meeting/Router.h"
@@ -27,13 +27,13 @@ class Participant final : public ConferenceMember,
                           public std::enable_shared_from_this<Participant> {
  public:
   struct Setup {
-    std::string name;  // "presenter", "attendee-1"; names the participant's files
+    std::string name;  // "presenter", "attendee-1"; names its files and its messages
     std::uint32_t userId;
     std::string filePath;  // of the shared file; empty for one who does not have it
     RuntimeSetup runtime;
   };
 
-  Participant(Setup setup, Conference& conference, MessageCounts& counts);
+  Participant(Setup setup, Conference& conference, MessageJournal& journal);
   ~Participant();
   Participant(const Participant&) = delete;
   Participant& operator=(const Participant&) = delete;
@@ -63,7 +63,7 @@ class Participant final : public ConferenceMember,
 
   Setup setup_;
   Conference& conference_;
-  MessageCounts& counts_;
+  MessageJournal& journal_;
   Runtime runtime_;
   std::unique_ptr<PlatformPort> port_;
   std::unique_ptr<Router> router_;

@@ -1,0 +1,98 @@
+#include "meeting/MessageJournal.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <utility>
+
+#include "mmp/ParticipantRecords.h"
+
+namespace meeting {
+
+namespace {
+
+unsigned long commandOf(std::span<const unsigned char> command) {
+  tagStmCommand header{};
+  std::memcpy(&header, command.data(), std::min(command.size(), sizeof header));
+  return static_cast<std::uint32_t>(header.dwCommand);
+}
+
+}  // namespace
+
+MessageJournal::MessageJournal(std::size_t capacity, std::shared_ptr<platform::Clock> clock)
+    : capacity_(std::max<std::size_t>(capacity, 1)),
+      clock_(clock ? std::move(clock) : std::make_shared<platform::SteadyClock>()),
+      begin_(clock_->now()) {}
+
+void MessageJournal::record(std::string_view participant, Direction direction, unsigned long type,
+                            unsigned long uMsg, const void* wParam, const void* lParam,
+                            UCFResult answer) {
+  const MessageKey key{MessageWay::routed, direction, type, uMsg};
+  if (!count(key)) return;
+  keep(participant, direction == Direction::toObject || answer != 0,
+       RawMessage::routed(key, wParam, lParam));
+}
+
+void MessageJournal::recordCommand(std::string_view participant, Direction direction,
+                                   std::span<const unsigned char> command) {
+  const MessageKey key{MessageWay::command, direction, 0, commandOf(command)};
+  if (count(key)) keep(participant, true, RawMessage::data(key, command));
+}
+
+void MessageJournal::recordParameterData(std::string_view participant, Direction direction,
+                                         std::uint32_t id, std::span<const unsigned char> data) {
+  const MessageKey key{MessageWay::parameterData, direction, 0, id};
+  if (count(key)) keep(participant, true, RawMessage::data(key, data));
+}
+
+bool MessageJournal::count(const MessageKey& key) {
+  counts_[messageIndex(key)].fetch_add(1, std::memory_order_relaxed);
+  const Keep keep = keep_.load(std::memory_order_relaxed);
+  if (keep == Keep::nothing) return false;
+  return keep == Keep::everything || messageKind(key) != MessageKind::sample;
+}
+
+void MessageJournal::keep(std::string_view participant, bool taken, const RawMessage& message) {
+  const std::lock_guard lock(mutex_);
+  if (kept_.size() == capacity_) kept_.pop_front();
+  kept_.push_back({clock_->now(), std::string(participant), taken, message});
+  ++newest_;
+}
+
+std::vector<JournalEntry> MessageJournal::since(std::uint64_t number, std::size_t max) const {
+  std::vector<Kept> messages;
+  std::uint64_t first = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    const std::uint64_t before = newest_ - kept_.size();
+    first = std::clamp(number, before, newest_) + 1;
+    const auto begin = kept_.begin() + static_cast<std::ptrdiff_t>(first - before - 1);
+    const auto count = std::min<std::size_t>(max, newest_ - first + 1);
+    messages.assign(begin, begin + static_cast<std::ptrdiff_t>(count));
+  }
+  std::vector<JournalEntry> entries;
+  entries.reserve(messages.size());
+  for (Kept& kept : messages) {
+    const MessageKey& key = kept.message.key;
+    entries.push_back({.number = first + entries.size(),
+                       .seconds = std::chrono::duration<double>(kept.time - begin_).count(),
+                       .participant = std::move(kept.participant),
+                       .direction = key.direction,
+                       .kind = messageKind(key),
+                       .name = messageName(messageIndex(key)),
+                       .fields = messageFields(kept.message),
+                       .taken = kept.taken});
+  }
+  return entries;
+}
+
+std::map<std::string, std::uint64_t> MessageJournal::totals() const {
+  std::map<std::string, std::uint64_t> totals;
+  for (std::size_t index = 0; index < counts_.size(); ++index) {
+    const std::uint64_t count = counts_[index].load(std::memory_order_relaxed);
+    if (count > 0) totals[messageName(index)] += count;
+  }
+  return totals;
+}
+
+}  // namespace meeting
