@@ -11,7 +11,7 @@
 #include "mmp/StatusRecords.h"
 #include "platform/RunLoop.h"
 #include "tests/contract/RecordingHost.h"
-#include "tests/contract/TraceLines.h"
+#include "tests/movara/TraceLines.h"
 #include "tests/movara/common/FakeVideoPlayer.h"
 #include "ucf/Exports.h"
 #include "ucf/IUCFObjectRuntime.h"

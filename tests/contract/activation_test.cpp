@@ -100,7 +100,7 @@ TEST_F(ContractTest, ASourcesFirstAndLaterActivation) {
   EXPECT_EQ(parent->subviews()[0]->frame(), (platform::Rect{{10, 20}, {640, 360}}));
   EXPECT_EQ(view()->container->superview(), parent->subviews()[0].get());
   const Lines trace = takeTraceLines();
-  EXPECT_EQ(count(trace, "2 videostream_MMS Active UI, My role now is presenter"), 1);
+  EXPECT_EQ(count(trace, "I Active UI, My role now is presenter"), 1);
   EXPECT_EQ(count(trace, "Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE"), 1);
 
   view()->position = 12.3456F;
@@ -256,9 +256,8 @@ TEST_F(ContractTest, ReleaseEndsInOrder) {
   EXPECT_THAT(view()->takeCalls(), ElementsAre("deactive", "willDie", "setDelegate 0"));
   const Lines trace = takeTraceLines();
   EXPECT_THAT(trace, testing::SizeIs(testing::Ge(4)));
-  EXPECT_THAT(trace[0], testing::StartsWith("2 videostream_MMS CMovaraApp::Release(), this = 0x"));
-  EXPECT_THAT(trace[1],
-              testing::StartsWith("2 videostream_MMS CMovaraApp::DestroyActiveUI, this = 0x"));
+  EXPECT_THAT(trace[0], testing::StartsWith("I CMovaraApp::Release(), this = 0x"));
+  EXPECT_THAT(trace[1], testing::StartsWith("I CMovaraApp::DestroyActiveUI, this = 0x"));
   EXPECT_EQ(count(trace, "CMovaraApp are going to die, this = "), 1);
 }
 

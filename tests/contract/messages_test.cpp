@@ -26,13 +26,13 @@ TEST_F(ContractTest, SessionMessagesMoveTheStateAndEndTheObjectsEars) {
   const SessionRow rows[] = {
       {"failed", 1, nullptr, false, 4, 204, true, ""},
       {"failed otherwise", 1, &kOtherCode, false, 4, 204, true, ""},
-      {"limit", 1, &kLimitCode, false, 7, 7, true, "4 videostream_MMS reach max limit!"},
+      {"limit", 1, &kLimitCode, false, 7, 7, true, "W reach max limit!"},
       {"limit in a recording", 1, &kLimitCode, true, 4, 1, true, ""},
       {"left", 3, &kLimitCode, false, 9, 9, true, ""},
       {"attendee limit", 100, nullptr, false, 7, 7, false,
-       "2 videostream_MMS Reive max attendee reach request. just stop current media stream!"},
+       "I Reive max attendee reach request. just stop current media stream!"},
       {"bandwidth", 101, nullptr, false, 8, 8, false,
-       "2 videostream_MMS svc request stop svs for network bandwidth. just stop current media "
+       "I svc request stop svs for network bandwidth. just stop current media "
        "stream!"},
       {"unknown", 2, nullptr, false, 103, 203, false, ""},
       {"unknown, too", 103, nullptr, false, 103, 203, false, ""},
@@ -267,12 +267,12 @@ TEST_F(ContractTest, EveryMessageMayComeWithoutAPayload) {
       }
       Lines trace = takeTraceLines();
       EXPECT_EQ(count(trace,
-                      "4 videostream_MMS CMovaraApp::handleMediaStreamMessage, unkown "
+                      "W CMovaraApp::handleMediaStreamMessage, unkown "
                       "message , msg = "),
                 295);
       EXPECT_EQ(count(trace, "current vdQuality = NULL"), source ? 0 : 1);
       EXPECT_EQ(count(trace, "current playStatus = NULL, this = 0x"), source ? 0 : 1);
-      EXPECT_EQ(count(trace, "4 videostream_MMS pChannelStatus is NULL, this = 0x"), 1);
+      EXPECT_EQ(count(trace, "W pChannelStatus is NULL, this = 0x"), 1);
       EXPECT_EQ(count(trace, "VIDEO_INFORMATION, info = NULL, this = 0x"), 1);
       EXPECT_THAT(host.take(), IsEmpty());
       for (const unsigned long type : {1UL, 3UL, 100UL, 0UL}) {

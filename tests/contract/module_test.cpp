@@ -55,8 +55,7 @@ TEST_F(ContractTest, TheExportsAnswerBeforeAnyObjectExists) {
   EXPECT_EQ(module.initialize(), 0U);
   EXPECT_EQ(module.deleteInstance(nullptr), 0U);
   EXPECT_EQ(module.cleanup(), 0U);
-  EXPECT_THAT(takeTraceLines(), ElementsAre("2 videostream_MMS UCFDeleteInstance",
-                                            "2 videostream_MMS UCFDeleteInstance"));
+  EXPECT_THAT(takeTraceLines(), ElementsAre("I UCFDeleteInstance", "I UCFDeleteInstance"));
 }
 
 TEST_F(ContractTest, ServesItsFacesByIdentifier) {
@@ -114,11 +113,11 @@ TEST_F(ContractTest, TheTableOfTheObjectHasItsOperationsInOrder) {
     callSlot<void>(table, slot, 0UL, nullptr, nullptr, 0UL, 0UL, nullptr);
   }
   EXPECT_THAT(host.take(), IsEmpty());
-  EXPECT_THAT(takeTraceLines(), ElementsAre("2 videostream_MMS My role now is presenter"));
+  EXPECT_THAT(takeTraceLines(), ElementsAre("I My role now is presenter"));
   EXPECT_EQ(callSlot<UCFResult>(table, 17, nullptr, nullptr), UCF_OK);
   unsigned char command[8] = {8, 0, 0, 0, 2, 0, 0, 0};
   callSlot<void>(table, 18, command, 8U, 0UL, 0U);
-  EXPECT_THAT(takeTraceLines(), ElementsAre("2 videostream_MMS Receive "
+  EXPECT_THAT(takeTraceLines(), ElementsAre("I Receive "
                                             "OnCommandData(SVS_QUERY_JOINSEESION_FAILED_CMD)"));
   callSlot<void>(table, 27, 1U, command, 8U);
   advance(0.2);
@@ -153,13 +152,12 @@ TEST_F(ContractTest, TheTablesOfTheOtherFacesReachTheSameObject) {
 TEST_F(ContractTest, CreationNeedsNothingFromItsContainer) {
   host.hasRouter = host.hasRuntime = false;
   create();
-  EXPECT_THAT(
-      takeTraceLines(),
-      ElementsAre("2 videostream_MMS UCFCreateInstance(...)",
-                  "4 videostream_MMS CMovaraApp::CMovaraApp, get UCF_IID_OBJECT_MSG_ROUTER failed, "
-                  "returned value is NULL",
-                  "4 videostream_MMS CMovaraApp::CMovaraApp get UCF_IID_CONTAINER_RUNTIME failed, "
-                  "returned value is NULL"));
+  EXPECT_THAT(takeTraceLines(),
+              ElementsAre("I UCFCreateInstance(...)",
+                          "W CMovaraApp::CMovaraApp, get UCF_IID_OBJECT_MSG_ROUTER failed, "
+                          "returned value is NULL",
+                          "W CMovaraApp::CMovaraApp get UCF_IID_CONTAINER_RUNTIME failed, "
+                          "returned value is NULL"));
   activate();
   startSource();
   EXPECT_FALSE(view()->asset) << "there is no path to open";

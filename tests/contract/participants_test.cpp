@@ -77,7 +77,7 @@ TEST_F(ContractTest, NewsThatCannotBeSentAreDropped) {
   host.throwsOnSend = true;
   session(SESSION_MSG_LEFT);
   EXPECT_THAT(host.take(), ElementsAre("to all 0800000003000000"));
-  EXPECT_EQ(count(takeTraceLines(), "4 videostream_MMS CMainWnd::Send(int 3, ...) exceptional"), 1);
+  EXPECT_EQ(count(takeTraceLines(), "W CMainWnd::Send(int 3, ...) exceptional"), 1);
 }
 
 TEST_F(ContractTest, AListenerRegistersWithThePresentersMediaInfo) {
@@ -132,8 +132,7 @@ TEST_F(ContractTest, ASourceRefusesMediaInfo) {
   activate();
   forget();
   mediaInfo({90000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO, 1});
-  EXPECT_THAT(takeTraceLines(),
-              ElementsAre("4 videostream_MMS Listener should not receive this message"));
+  EXPECT_THAT(takeTraceLines(), ElementsAre("W Listener should not receive this message"));
   EXPECT_THAT(view()->takeCalls(), IsEmpty());
 }
 
@@ -172,8 +171,7 @@ TEST_F(ContractTest, AListenersVolumeAndTheClientsVideoSizeArePassedOn) {
   post(size);
   EXPECT_THAT(view()->takeCalls(), testing::SizeIs(1)) << "placed once for the new size";
   EXPECT_EQ(view()->delegate->mediaSize(), (platform::Size{640, 360}));
-  EXPECT_THAT(takeTraceLines(),
-              testing::Contains("2 videostream_MMS video size info = " + size.description()));
+  EXPECT_THAT(takeTraceLines(), testing::Contains("I video size info = " + size.description()));
 }
 
 }  // namespace

@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "movara/player/KTAVPlayer.h"
-#include "tests/contract/TraceLines.h"
 #include "tests/movara/RecordingRouter.h"
+#include "tests/movara/TraceLines.h"
 
 namespace {
 
@@ -188,7 +188,7 @@ std::string recordOf(const RequestRow& row, MM_MEDIASTREAMING_CHANNLE_TYPE side)
 
 class SvsMgrTest : public testing::Test {
  protected:
-  SvsMgrTest() { contract::takeTraceLines(); }
+  SvsMgrTest() { takeTraceLines(); }
 
   // A manager with a router, on a side, in a state.
   std::unique_ptr<SVSMgr> make(MM_MEDIASTREAMING_CHANNLE_TYPE side, SvsState state = SVS_INIT) {
@@ -285,9 +285,9 @@ TEST_F(SvsMgrTest, ReleasesAListenersRequestsStepByStep) {
   EXPECT_THAT(router.takeCommands(), ElementsAre(0));
   manager->SetSVSState(SVS_REGISTERCHANNEL_PENDING);
   EXPECT_THAT(router.takeCommands(), ElementsAre(0, 2, 4));
-  EXPECT_EQ(contract::count(contract::takeTraceLines(),
-                            "2 videostream_MMS Current status is SVS_REGISTERCHANNEL_PENDING, "
-                            "Lintener send reginster, status, render out, this = 0x"),
+  EXPECT_EQ(count(takeTraceLines(),
+                  "I Current status is SVS_REGISTERCHANNEL_PENDING, "
+                  "Lintener send reginster, status, render out, this = 0x"),
             1);
   manager->SetSVSState(SVS_REGISTERCHANNEL_SUCCESS);
   EXPECT_THAT(router.takeCommands(), ElementsAre(2));
@@ -335,10 +335,9 @@ TEST_F(SvsMgrTest, PurgesReportsOfWindowActivityOnly) {
 TEST_F(SvsMgrTest, AttachesTheSameRenderViewOnce) {
   const auto manager = make(kListener);
   EXPECT_TRUE(manager->SetRender(5, MM_MEDIASTREAMING_RENDER_ATTACH));
-  contract::takeTraceLines();
+  takeTraceLines();
   EXPECT_TRUE(manager->SetRender(5, MM_MEDIASTREAMING_RENDER_ATTACH));
-  EXPECT_THAT(contract::takeTraceLines(),
-              ElementsAre("4 videostream_MMS Already have send out the render"));
+  EXPECT_THAT(takeTraceLines(), ElementsAre("W Already have send out the render"));
   EXPECT_TRUE(manager->SetRender(0, MM_MEDIASTREAMING_RENDER_DETACH));
   EXPECT_TRUE(manager->SetRender(5, MM_MEDIASTREAMING_RENDER_ATTACH));
   EXPECT_THAT(router.takeCommands(), ElementsAre(4)) << "the detach";
@@ -428,7 +427,7 @@ TEST_F(SvsMgrTest, AThreadThatHoldsTheLockCanLetASampleThrough) {
 TEST_F(SvsMgrTest, WarnsOffTheMainThreadAndCarriesOn) {
   const auto manager = make(kListener, SVS_REGISTERCHANNEL_SUCCESS);
   const auto source = make(kSource, SVS_REGISTERCHANNEL_SUCCESS);
-  contract::takeTraceLines();
+  takeTraceLines();
   std::thread([&] {
     tagQuery query{};
     manager->SetMsgRouter(&router, 0);
@@ -447,9 +446,9 @@ TEST_F(SvsMgrTest, WarnsOffTheMainThreadAndCarriesOn) {
     manager->removeAllActiveStatusFromBuffer();
   }).join();
   std::vector<std::string> warnings;
-  for (std::string line : contract::takeTraceLines()) {
-    if (line.rfind("4 videostream_MMS SVSMgr::", 0) == 0) {
-      line = line.substr(26, line.find(", this = 0x") - 26);
+  for (std::string line : takeTraceLines()) {
+    if (line.rfind("W SVSMgr::", 0) == 0) {
+      line = line.substr(10, line.find(", this = 0x") - 10);
       if (warnings.empty() || warnings.back() != line) {
         warnings.push_back(line);
       }

@@ -32,7 +32,7 @@ TEST_F(BridgeAudio, FirstBlockAnnouncesItsFormatBeforeItself) {
   arrive(&format, 23);
   EXPECT_THAT(sink.takeCodes(),
               ElementsAre(PLAYER_NOTIFY_AUDIO_FORMAT, PLAYER_NOTIFY_MEDIA_SAMPLE));
-  EXPECT_THAT(recordedtrace::take(), ElementsAre(kChangedLine));
+  EXPECT_THAT(takeTraceLines(), ElementsAre(kChangedLine));
   const tMSAUDIOFORMATEX& announced = sink.audioFormats.at(0);
   const SentSample& sent = sink.samples.at(0);
   for (const tMSAUDIOFORMATEX& record : {announced, sent.audio}) {

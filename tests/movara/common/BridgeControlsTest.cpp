@@ -166,7 +166,7 @@ TEST_F(BridgeControls, FullscreenClickAsksTheClientForTheOppositeMode) {
     listener->names.clear();
   }
   platform::NotificationCenter::defaultCenter().post("PDDidChangeSharingViewModeNotification");
-  recordedtrace::take();
+  takeTraceLines();
   EXPECT_FALSE(player->IsFullscreen());
 }
 
@@ -174,10 +174,10 @@ TEST_F(BridgeControls, HolStatusForbidsFitModeAndMalformedOnesChangeNothing) {
   makeSource();
   postNotification(HOLStatusNotification, {{HOLStatusNoticationValueKey, true}});
   EXPECT_FALSE(bridge->allowEnterFIT());
-  recordedtrace::take();
+  takeTraceLines();
   platform::NotificationCenter::defaultCenter().post(HOLStatusNotification);
   postNotification(HOLStatusNotification, {{"Other", false}});
-  EXPECT_THAT(recordedtrace::take(),
+  EXPECT_THAT(takeTraceLines(),
               ElementsAre("W Invalid notication, noticiation is null or userinfo is null",
                           "W Invalid notication, noticiation is not null but allow is null"));
   EXPECT_FALSE(bridge->allowEnterFIT());

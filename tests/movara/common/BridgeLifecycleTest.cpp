@@ -50,7 +50,7 @@ TEST_F(BridgeLifecycle, ExceptionInTheTickIsLoggedAndTheTimerGoesOn) {
   makeSource();
   sink.inside = [](PLAYER_NOTIFY_CODE) { throw platform::Exception("Name", "reason"); };
   advance(0.1);
-  EXPECT_THAT(recordedtrace::take(), ElementsAre("W Catch a exception onTimer"));
+  EXPECT_THAT(takeTraceLines(), ElementsAre("W Catch a exception onTimer"));
   sink.inside = nullptr;
   advance(0.1);
   EXPECT_EQ(ticks(), 1U);

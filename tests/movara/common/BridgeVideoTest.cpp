@@ -38,7 +38,7 @@ class BridgeVideo : public PlayerFixture {
     runMainThread();
     sink.samples.clear();
     sink.videoFormats.clear();
-    recordedtrace::take();
+    takeTraceLines();
   }
   void pause(int invalidBuffers = 1) {
     view->playing = false;
@@ -70,7 +70,7 @@ TEST_F(BridgeVideo, FirstFrameIsSentWithItsFormatWhichTheMainThreadAnnounces) {
   EXPECT_EQ(sent.video.wWidth, 641);
   EXPECT_EQ(sent.video.wHeight, 3);
   EXPECT_EQ(sent.video.wFrameRate, 25.0F);
-  EXPECT_THAT(recordedtrace::take(), ElementsAre(kFirstLiveLine));
+  EXPECT_THAT(takeTraceLines(), ElementsAre(kFirstLiveLine));
 
   EXPECT_THAT(sink.videoFormats, IsEmpty());
   runMainThread();
@@ -106,7 +106,7 @@ TEST_F(BridgeVideo, PlayingItDropsARepeatUnlessTheViewPreparedForOne) {
   bridge->prepareDeliverLastestImageAgain();
   arrive(picture(3), 40);
   EXPECT_THAT(timestamps(), ElementsAre(40, 40));
-  EXPECT_THAT(recordedtrace::take(), IsEmpty());
+  EXPECT_THAT(takeTraceLines(), IsEmpty());
 }
 
 TEST_F(BridgeVideo, StillFrameRedrawnIsSentOnceFromTheMainThread) {
@@ -114,7 +114,7 @@ TEST_F(BridgeVideo, StillFrameRedrawnIsSentOnceFromTheMainThread) {
   pause();
   view->position = 1.5F;
   for (int i = 0; i < 3; ++i) arrive(picture(9), 40);
-  EXPECT_THAT(recordedtrace::take(),
+  EXPECT_THAT(takeTraceLines(),
               ElementsAre("I timestampNow = 1500, mediaData.dwTimestamp = 40",
                           "I timestampNow = 1500, mediaData.dwTimestamp = 40",
                           "I same data[mediaData.dwTimestamp = 40], ingore this!",
@@ -130,8 +130,7 @@ TEST_F(BridgeVideo, StillFrameRedrawnIsSentOnceFromTheMainThread) {
   EXPECT_EQ(sink.samples[0].record.bReserved, 1);
   EXPECT_EQ(sink.samples[0].video.wWidth, 8);
   EXPECT_TRUE(sink.samples[0].onMainThread);
-  EXPECT_THAT(recordedtrace::take(),
-              ElementsAre("I _deliverLatestImage, mediaData.dwTimestamp = 40"));
+  EXPECT_THAT(takeTraceLines(), ElementsAre("I _deliverLatestImage, mediaData.dwTimestamp = 40"));
   arrive(picture(9), 40);  // still the same
   waitForStill();
   EXPECT_THAT(sink.samples, SizeIs(1));
@@ -224,12 +223,12 @@ TEST_F(BridgeVideo, FrameRateIsEstimatedOnceFromTwoPlayingFrames) {
   arrive(picture(1), 40);
   EXPECT_EQ(sink.samples.back().video.wFrameRate, 25.0F);
   runMainThread();
-  EXPECT_THAT(recordedtrace::take(),
+  EXPECT_THAT(takeTraceLines(),
               ElementsAre("W fps = 0, reset myVideoFormat.wFrameRate = 25",
                           "W deliverVideoFormatOnMainThread already send out video format"));
   arrive(picture(1), 60);
   EXPECT_EQ(sink.samples.back().video.wFrameRate, 1.0F);
-  EXPECT_THAT(recordedtrace::take(), IsEmpty());
+  EXPECT_THAT(takeTraceLines(), IsEmpty());
 }
 
 TEST_F(BridgeVideo, NoEstimateAcrossAJumpBackOrAfterAPreparedRedraw) {
@@ -238,7 +237,7 @@ TEST_F(BridgeVideo, NoEstimateAcrossAJumpBackOrAfterAPreparedRedraw) {
   arrive(picture(1), 40);  // back
   bridge->prepareDeliverLastestImageAgain();
   arrive(picture(1), 80);
-  EXPECT_THAT(recordedtrace::take(), IsEmpty());
+  EXPECT_THAT(takeTraceLines(), IsEmpty());
   EXPECT_EQ(sink.samples.back().video.wFrameRate, 1.0F);
 }
 
@@ -247,14 +246,13 @@ TEST_F(BridgeVideo, EveryTwoHundredthSampleOfBothPathsLeavesALine) {
     arrive(picture(1), i);
     runMainThread();
   }
-  EXPECT_THAT(recordedtrace::take(), ElementsAre(kFirstLiveLine));
+  EXPECT_THAT(takeTraceLines(), ElementsAre(kFirstLiveLine));
   pause();
   arrive(picture(2), 300);
   waitForStill();
-  EXPECT_THAT(recordedtrace::take(),
-              ElementsAre("I timestampNow = 0, mediaData.dwTimestamp = 300",
-                          "I _deliverLatestImage, mediaData.dwTimestamp = 300",
-                          "I Total send 201 video current video is paused"));
+  EXPECT_THAT(takeTraceLines(), ElementsAre("I timestampNow = 0, mediaData.dwTimestamp = 300",
+                                            "I _deliverLatestImage, mediaData.dwTimestamp = 300",
+                                            "I Total send 201 video current video is paused"));
 }
 
 TEST_F(BridgeVideo, DumpedFramesAreWrittenUnderTheirCounterAndTimestamp) {

@@ -13,8 +13,8 @@
 #include "movara/common/AVUIProxy.h"
 #include "platform/NotificationCenter.h"
 #include "platform/RunLoop.h"
+#include "tests/movara/TraceLines.h"
 #include "tests/movara/common/FakeVideoPlayer.h"
-#include "tests/movara/common/RecordedTrace.h"
 #include "tests/movara/common/RecordingSink.h"
 
 // Notes the notifications of the names that it is given.
@@ -45,7 +45,7 @@ class PlayerFixture : public ::testing::Test {
   PlayerFixture() {
     clock();
     FakeFramework::install();
-    recordedtrace::take();
+    takeTraceLines();
   }
   ~PlayerFixture() override {
     releasePlayer();
@@ -78,7 +78,7 @@ class PlayerFixture : public ::testing::Test {
     view = FakeFramework::view.get();
     bridge = dynamic_cast<AVUIProxy*>(view->delegate);
     view->takeCalls();
-    recordedtrace::take();
+    takeTraceLines();
   }
   void makeSource() { makeUI(MM_MEDIASTREAMING_CHANNEL_SOURCE); }
   void makeListener() { makeUI(MM_MEDIASTREAMING_CHANNEL_LISTENER); }

@@ -43,7 +43,7 @@ TEST_F(PlayerControls, TurnTheViewInTheirOwnDirectionOnly) {
                                                              : kPlayerStatusStopped);
     EXPECT_EQ((player->*test.control)(), test.result);
     EXPECT_EQ(view->takeCalls(), test.calls);
-    EXPECT_EQ(recordedtrace::take(), test.lines);
+    EXPECT_EQ(takeTraceLines(), test.lines);
   }
 }
 
@@ -54,7 +54,7 @@ TEST_F(PlayerControls, SeekNeedsADuration) {
   view->length = 0;
   EXPECT_FALSE(player->Seek(30));
   EXPECT_THAT(view->takeCalls(), IsEmpty());
-  EXPECT_THAT(recordedtrace::take(), ElementsAre("W Current movie is invalid, duration is zero"));
+  EXPECT_THAT(takeTraceLines(), ElementsAre("W Current movie is invalid, duration is zero"));
 }
 
 TEST_F(PlayerControls, VolumeIsClampedAndUnmutingGoesToFull) {
@@ -113,9 +113,9 @@ TEST_F(PlayerControls, WithoutViewEverythingAnswersNothing) {
   EXPECT_TRUE(player->GetMute());
   EXPECT_EQ(player->GetDuration() + player->GetCurrentPos() + player->fps(), 0.0F);
   EXPECT_EQ(player->mediaContent(), 0U);
-  EXPECT_THAT(recordedtrace::take(), IsEmpty());
+  EXPECT_THAT(takeTraceLines(), IsEmpty());
   EXPECT_EQ(player->GetStatus(), kPlayerStatusNoPlayer);
-  EXPECT_THAT(recordedtrace::take(), ElementsAre("W Video player is NULL now"));
+  EXPECT_THAT(takeTraceLines(), ElementsAre("W Video player is NULL now"));
   player->setFailoverStatus(1);
   EXPECT_TRUE(player->isFailoverProcessing());
   player->SetPresenter(0);
@@ -126,11 +126,10 @@ TEST_F(PlayerControls, FlagsInTheStore) {
   makeSource();
   EXPECT_TRUE(player->isAllowEnterFit());
   player->setAllowEnterFit(1);
-  EXPECT_THAT(recordedtrace::take(), IsEmpty());
+  EXPECT_THAT(takeTraceLines(), IsEmpty());
   player->setAllowEnterFit(0);
   EXPECT_FALSE(player->isAllowEnterFit());
-  EXPECT_THAT(recordedtrace::take(),
-              ElementsAre("I CAVPlayer::setAllowEnterFit,bAllowEnterFit = 0"));
+  EXPECT_THAT(takeTraceLines(), ElementsAre("I CAVPlayer::setAllowEnterFit,bAllowEnterFit = 0"));
   for (const char* key : {kAVAllowEnterFitMode, kAVMMPFailoverProcessing}) {
     player->setPropertyWithKey(key, "yes");  // no number
   }

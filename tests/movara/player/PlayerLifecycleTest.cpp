@@ -29,7 +29,7 @@ class PlayerLifecycle : public PlayerFixture {
 
 TEST_F(PlayerLifecycle, ReferencesKeepItUntilTheLastIsReleased) {
   makePlayer(MM_MEDIASTREAMING_CHANNEL_LISTENER);
-  EXPECT_THAT(recordedtrace::take(), IsEmpty()) << "construction changes no default";
+  EXPECT_THAT(takeTraceLines(), IsEmpty()) << "construction changes no default";
   EXPECT_EQ(player->retainCount(), 1);
   player->retain();
   player->release();
@@ -52,14 +52,14 @@ TEST_F(PlayerLifecycle, ViewIsMadeOnceAndToldItsSide) {
                 ElementsAre("setPlayerFitMode 1", source ? "setPlayerType 1" : "setPlayerType 2",
                             "setDelegate 1"));
     EXPECT_THAT(
-        recordedtrace::take(),
+        takeTraceLines(),
         ElementsAre("I CAVPlayer::CeateUI",
                     "I CAVPlayer::CeateUI,m_pVideoPlayer created, m_pVideoPlayer = " + address,
                     source ? "I player type = SOURCE" : "I player type = LISTENER"));
     player->CreateUI();
     EXPECT_THAT(FakeFramework::view->takeCalls(), IsEmpty());
     EXPECT_THAT(
-        recordedtrace::take(),
+        takeTraceLines(),
         ElementsAre("I CAVPlayer::CeateUI",
                     "I CAVPlayer::CeateUI,m_pVideoPlayer != NULL, m_pVideoPlayer = " + address));
     releasePlayer();
@@ -93,11 +93,11 @@ TEST_F(PlayerLifecycle, RefusedFilesMakeNoSession) {
   makePlayer(MM_MEDIASTREAMING_CHANNEL_SOURCE);
   EXPECT_FALSE(player->setMovie(nullptr));
   EXPECT_TRUE(player->videoPlayer()) << "the view is made first";
-  EXPECT_EQ(recordedtrace::take().back(), "W Movie  is NULL or empty");
+  EXPECT_EQ(takeTraceLines().back(), "W Movie  is NULL or empty");
 
   FakeFramework::view->accepts = false;
   EXPECT_EQ(player->RenderFileName(kPath), 0);
-  EXPECT_THAT(recordedtrace::take().back(),
+  EXPECT_THAT(takeTraceLines().back(),
               AllOf(StartsWith("W setMovie failed, movie = "), testing::HasSubstr(kPath)));
   FakeFramework::view->accepts = true;
   EXPECT_EQ(player->RenderFileName(kPath), 0);
