@@ -1,68 +1,28 @@
-// The messages that are known: their names, what of them is copied when they pass, and what their
-// fields say. [any-thread]
+// What the fields of each record say, by the names that the records give them. [any-thread]
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
-#include <span>
-#include <string>
-#include <utility>
-#include <vector>
+
+#include "meeting/MessageTable.h"
 
 namespace meeting {
 
-enum class Direction : std::uint8_t {
-  toHost,    // from an object to the platform or the conference
-  toObject,  // from the platform or the conference to an object
+// For messages without a record, or whose record is not read.
+struct NoRecord {};
+
+// Of a request for ids: each argument points to one.
+struct DocumentId {
+  std::uint64_t id;
 };
 
-enum class MessageKind : std::uint8_t {
-  session,  // session messages, and requests to start and stop the session
-  request,  // requests to the platform or the conference, but for media data
-  sample,   // media data
-  status,   // the platform's status messages
-  data,     // participant commands and parameter data
+// Of a refused join.
+struct JoinFailure {
+  std::int32_t code;
 };
 
-enum class MessageWay : std::uint8_t {
-  routed,         // through a message router
-  command,        // between participants: a tagStmCommand
-  parameterData,  // kept by the conference for a document
-};
-
-// What tells messages apart. A routed one has `type` and `uMsg`; a command has its dwCommand, and
-// parameter data its id, in `uMsg`, and both ways of either are the same message.
-struct MessageKey {
-  MessageWay way = MessageWay::routed;
-  Direction direction = Direction::toHost;
-  unsigned long type = 0;
-  unsigned long uMsg = 0;
-};
-
-using Fields = std::vector<std::pair<std::string, std::string>>;  // name and value, as text
-
-// A message as it was copied while it passed: records and what they point to live for a call only.
-struct RawMessage {
-  static constexpr std::size_t kMaxRecord = 72;  // tagMSDataStructure, the longest
-  static constexpr std::size_t kMaxExtra = 32;   // tMSAUDIOFORMATEX, the longest pointed to
-
-  MessageKey key;
-  std::uint32_t length = 0;  // of a command or of parameter data, which may be longer than the copy
-  std::uint8_t recordBytes = 0;  // copied of the record; 0: there was none
-  std::uint8_t extraBytes = 0;   // copied of what the record points to, or of the second record
-  std::array<std::byte, kMaxRecord> record{};
-  std::array<std::byte, kMaxExtra> extra{};
-
-  static RawMessage routed(const MessageKey& key, const void* wParam, const void* lParam);
-  static RawMessage data(const MessageKey& key, std::span<const unsigned char> data);
-};
-
-// Position of a message in the table of the known ones; kUnknownMessage for any other.
-inline constexpr std::size_t kUnknownMessage = 31;
-std::size_t messageIndex(const MessageKey& key);
-const char* messageName(std::size_t index);  // "UNKNOWN" for kUnknownMessage
-MessageKind messageKind(const MessageKey& key);
-Fields messageFields(const RawMessage& message);
+// The fields of a message that carries an R; none when it carried less than that. Defined for the
+// records of mmp/ and those above.
+template <class R>
+Fields fieldsAs(const RawMessage& message);
 
 }  // namespace meeting

@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-#include "meeting/MessageFields.h"
+#include "meeting/MessageTable.h"
 #include "platform/Clock.h"
 #include "ucf/Types.h"
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 extern "C" {
@@ -15,6 +16,7 @@ namespace meeting {
 
 namespace {
 
+constexpr std::uint32_t kBytesPerPixel = 3;
 constexpr std::size_t kSpareBytes = 64;  // the scaler writes in whole vectors
 
 struct Canvas {
@@ -56,56 +58,87 @@ std::vector<std::uint8_t> scaled(const platform::Image& image, const Box& box) {
   return pixels;
 }
 
-void drawPicture(Canvas& canvas, const platform::Image& image, const platform::Rect& frame) {
+// The picture at the box's size; the picture itself, unscaled, when that is its size already.
+struct Scaled {
+  const std::uint8_t* pixels = nullptr;  // null when it cannot be scaled
+  std::size_t bytesPerRow = 0;
+  std::vector<std::uint8_t> storage;
+};
+
+Scaled atSize(const platform::Image& image, const Box& box) {
+  Scaled result;
+  if (static_cast<int>(image.width) == box.width && static_cast<int>(image.height) == box.height) {
+    result.pixels = image.pixels;
+    result.bytesPerRow = image.bytesPerRow;
+    return result;
+  }
+  result.storage = scaled(image, box);
+  if (result.storage.empty()) return result;
+  result.pixels = result.storage.data();
+  result.bytesPerRow = kBytesPerPixel * static_cast<std::size_t>(box.width);
+  return result;
+}
+
+void draw(Canvas& canvas, const Scene::Layer& layer) {
+  const platform::Image& image = *layer.image;
   if (image.width == 0 || image.height == 0) return;
-  const Box box = fit(image, frame);
+  const Box box = fit(image, layer.frame);
   if (box.width <= 0 || box.height <= 0) return;
-  const std::vector<std::uint8_t> pixels = scaled(image, box);
-  if (pixels.empty()) return;
   const int left = std::max(box.x, 0);
   const int right = std::min(box.x + box.width, canvas.width);
   const int top = std::max(box.y, 0);
   const int bottom = std::min(box.y + box.height, canvas.height);
   if (left >= right) return;
-  const auto offset = [](int x, int y, int width) {
-    return 3 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                static_cast<std::size_t>(x));
+  const Scaled picture = atSize(image, box);
+  if (picture.pixels == nullptr) return;
+  const auto offset = [](int x, int y, std::size_t bytesPerRow) {
+    return static_cast<std::size_t>(y) * bytesPerRow + kBytesPerPixel * static_cast<std::size_t>(x);
   };
+  const std::size_t canvasRow = kBytesPerPixel * static_cast<std::size_t>(canvas.width);
   for (int y = top; y < bottom; ++y)
-    std::memcpy(canvas.pixels.data() + offset(left, y, canvas.width),
-                pixels.data() + offset(left - box.x, y - box.y, box.width),
-                3 * static_cast<std::size_t>(right - left));
+    std::memcpy(canvas.pixels.data() + offset(left, y, canvasRow),
+                picture.pixels + offset(left - box.x, y - box.y, picture.bytesPerRow),
+                kBytesPerPixel * static_cast<std::size_t>(right - left));
 }
 
-void drawView(Canvas& canvas, const platform::View& view, const platform::Point& origin) {
-  if (const auto contents = view.contents())
-    drawPicture(canvas, *contents, {origin, view.frame().size});
+void addLayers(Scene& scene, const platform::View& view, const platform::Point& origin) {
+  if (auto contents = view.contents())
+    scene.layers.push_back({std::move(contents), {origin, view.frame().size}});
   for (const auto& subview : view.subviews()) {
     const platform::Point& offset = subview->frame().origin;
-    drawView(canvas, *subview, {origin.x + offset.x, origin.y + offset.y});
+    addLayers(scene, *subview, {origin.x + offset.x, origin.y + offset.y});
   }
 }
 
 }  // namespace
 
-platform::Image compose(const platform::View& view) {
-  const auto size = [](double points) {
+Scene captureScene(const platform::View& view) {
+  Scene scene;
+  scene.size = view.frame().size;
+  addLayers(scene, view, {0, 0});
+  return scene;
+}
+
+platform::Image render(const Scene& scene) {
+  const auto whole = [](double points) {
     return std::max(1, static_cast<int>(std::lround(points)));
   };
   auto canvas = std::make_shared<Canvas>();
-  canvas->width = size(view.frame().size.width);
-  canvas->height = size(view.frame().size.height);
-  canvas->pixels.resize(3 * static_cast<std::size_t>(canvas->width) *
+  canvas->width = whole(scene.size.width);
+  canvas->height = whole(scene.size.height);
+  canvas->pixels.resize(kBytesPerPixel * static_cast<std::size_t>(canvas->width) *
                         static_cast<std::size_t>(canvas->height));
-  drawView(*canvas, view, {0, 0});
+  for (const Scene::Layer& layer : scene.layers) draw(*canvas, layer);
   platform::Image image;
   image.width = static_cast<std::uint32_t>(canvas->width);
   image.height = static_cast<std::uint32_t>(canvas->height);
-  image.bytesPerRow = 3 * image.width;
+  image.bytesPerRow = kBytesPerPixel * image.width;
   image.pixels = canvas->pixels.data();
   image.storage = canvas;
   return image;
 }
+
+platform::Image compose(const platform::View& view) { return render(captureScene(view)); }
 
 bool writePng(const platform::Image& image, const std::string& path) {
   png_image file{};
