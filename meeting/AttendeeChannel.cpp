@@ -1,5 +1,6 @@
 #include "meeting/AttendeeChannel.h"
 
+#include <chrono>
 #include <utility>
 
 #include "meeting/QueryAnswers.h"
@@ -7,37 +8,13 @@
 
 namespace meeting {
 
-namespace {
-
-// A picture that keeps its pooled frame until nobody shows it any more.
-std::shared_ptr<const platform::Image> imageOf(const FrameRef& frame) {
-  auto image = std::make_shared<platform::Image>();
-  image->width = frame->width;
-  image->height = frame->height;
-  image->bytesPerRow = frame->bytesPerRow;
-  image->pixels = frame->pixels.data();
-  image->storage = std::make_shared<const FrameRef>(frame);
-  return image;
-}
-
-}  // namespace
-
 AttendeeChannel::AttendeeChannel(std::shared_ptr<DocumentStream> stream,
                                  std::weak_ptr<PlatformPeer> peer)
     : stream_(std::move(stream)), peer_(std::move(peer)) {
-  worker_ = std::thread([this] { work(); });
   stream_->add(*this);
 }
 
-AttendeeChannel::~AttendeeChannel() {
-  stream_->remove(*this);
-  {
-    const std::lock_guard lock(mutex_);
-    ending_ = true;
-  }
-  wake_.notify_one();
-  worker_.join();
-}
+AttendeeChannel::~AttendeeChannel() { stream_->remove(*this); }
 
 UCFResult AttendeeChannel::request(unsigned long type, unsigned long uMsg, void* record) {
   switch (type) {
@@ -57,14 +34,17 @@ UCFResult AttendeeChannel::command(unsigned long uMsg, void* record) {
       return answerQuery(*static_cast<tagQuery*>(record), *stream_);
     case MM_MEDIASTREAMING_CMD_REGISTER:
       return registerListener(*static_cast<const tagMSRegisterInfo*>(record));
+    case MM_MEDIASTREAMING_CMD_UNREGISTER:
+      return unregister(*static_cast<const tagMSUnRegisterInfo*>(record));
     case MM_MEDIASTREAMING_CMD_SET_RENDER:
       return setRender(*static_cast<const tagMSRenderInfo*>(record));
     case MM_MEDIASTREAMING_CMD_UPDATE_RENDER:
       return updateRender(*static_cast<const tagMSRenderUpdate*>(record));
-    case MM_MEDIASTREAMING_CMD_UNREGISTER:
-    case MM_MEDIASTREAMING_CMD_SOURCE_STATUS:
     case MM_MEDIASTREAMING_CMD_VOLUME:
+      return setVolume(*static_cast<const tagMSVolumeInfo*>(record));
     case MM_MEDIASTREAMING_CMD_MUTE_STATUS:
+      return setMuted(*static_cast<const tagMSMuteInfo*>(record));
+    case MM_MEDIASTREAMING_CMD_SOURCE_STATUS:
       return isOurs(*static_cast<const tagMSHead*>(record)) ? 1 : 0;
     default:
       return 0;
@@ -74,6 +54,12 @@ UCFResult AttendeeChannel::command(unsigned long uMsg, void* record) {
 UCFResult AttendeeChannel::registerListener(const tagMSRegisterInfo& info) {
   if (!isOurs(info.head) || info.eChannelType != MM_MEDIASTREAMING_CHANNEL_LISTENER) return 0;
   stream_->join(*this);
+  return 1;
+}
+
+UCFResult AttendeeChannel::unregister(const tagMSUnRegisterInfo& info) {
+  if (!isOurs(info.head) || info.eChannelType != MM_MEDIASTREAMING_CHANNEL_LISTENER) return 0;
+  stream_->leave(*this);
   return 1;
 }
 
@@ -101,6 +87,19 @@ UCFResult AttendeeChannel::updateRender(const tagMSRenderUpdate& update) {
   return 1;
 }
 
+UCFResult AttendeeChannel::setVolume(const tagMSVolumeInfo& info) {
+  if (!isOurs(info.head) || info.wVolumeLevel > AttendeeSound::kFullVolume) return 0;
+  sound_.setVolume(info.wVolumeLevel);
+  return 1;
+}
+
+// 0 lets the sound be heard, everything else mutes it.
+UCFResult AttendeeChannel::setMuted(const tagMSMuteInfo& info) {
+  if (!isOurs(info.head)) return 0;
+  sound_.setMuted(info.eMuteStatus != MM_MEDIASTREAMING_MUTESTATUS{});
+  return 1;
+}
+
 // The handle is the address of a view that the sender keeps alive until it detaches it; from here
 // on it is retained as long as it is drawn into.
 void AttendeeChannel::showIn(std::uint64_t handle) {
@@ -109,29 +108,34 @@ void AttendeeChannel::showIn(std::uint64_t handle) {
     auto* address = reinterpret_cast<platform::View*>(handle);  // NOLINT(performance-no-int-to-ptr)
     view = std::static_pointer_cast<platform::View>(address->shared_from_this());
   }
-  {
-    const std::lock_guard lock(mutex_);
-    std::swap(view_, view);
-  }
-  draw();
+  show_.showIn(std::move(view));
 }
 
-void AttendeeChannel::setWatched(bool watched) {
-  {
-    const std::lock_guard lock(mutex_);
-    watched_ = watched;
-  }
-  draw();
+bool AttendeeChannel::isOurs(const tagMSHead& head) const { return isAbout(stream_->ids(), head); }
+
+void AttendeeChannel::restartFlow(platform::TimePoint now) {
+  flow_.restart(now);
+  framesMeasured_ = show_.counts().received;
+  fps_ = 0;
 }
 
-float AttendeeChannel::framesPerSecond(double seconds) {
-  const std::uint64_t frames = framesReceived_;
-  const auto taken = static_cast<double>(frames - std::exchange(framesAtLastRate_, frames));
-  return static_cast<float>(taken / seconds);
+void AttendeeChannel::measureRate(platform::Duration measured) {
+  const std::uint64_t received = show_.counts().received;
+  const auto taken = static_cast<double>(received - std::exchange(framesMeasured_, received));
+  fps_ = static_cast<float>(taken / std::chrono::duration<double>(measured).count());
 }
 
 AttendeeStatistics AttendeeChannel::statistics() const {
-  return {framesReceived_, framesLost_, audioBlocks_};
+  const PictureShow::Counts pictures = show_.counts();
+  return {.framesReceived = pictures.received,
+          .framesLost = pictures.lost,
+          .audioBlocksReceived = sound_.blocks(),
+          .fps = fps_,
+          .volume = sound_.volume(),
+          .muted = sound_.muted(),
+          .pictureWidth = pictures.width,
+          .pictureHeight = pictures.height,
+          .rebuffering = flow_.isDry()};
 }
 
 void AttendeeChannel::post(const StatusRecord& record) const {
@@ -139,46 +143,17 @@ void AttendeeChannel::post(const StatusRecord& record) const {
 }
 
 void AttendeeChannel::offer(const FrameRef& frame) {
-  if (!frame) {
-    ++framesLost_;
-    return;
-  }
-  FrameRef replaced = frame;
-  {
-    const std::lock_guard lock(mutex_);
-    std::swap(slot_, replaced);
-  }
-  wake_.notify_one();
-  if (replaced) ++framesLost_;
+  show_.offer(frame);
+  noteSample();
 }
 
-void AttendeeChannel::offer(const AudioSample& /*sample*/) { ++audioBlocks_; }
-
-void AttendeeChannel::work() {
-  while (true) {
-    FrameRef previous;
-    {
-      std::unique_lock lock(mutex_);
-      wake_.wait(lock, [this] { return ending_ || slot_; });
-      if (ending_) return;
-      previous = std::exchange(current_, std::exchange(slot_, FrameRef()));
-    }
-    draw();
-    ++framesReceived_;
-  }
+void AttendeeChannel::offer(const AudioFormat& format, const AudioSample& sample) {
+  sound_.play(format, sample);
+  noteSample();
 }
 
-void AttendeeChannel::draw() {
-  const std::lock_guard drawing(drawMutex_);
-  FrameRef frame;
-  std::shared_ptr<platform::View> view;
-  {
-    const std::lock_guard lock(mutex_);
-    if (!watched_ || !view_ || !current_) return;
-    frame = current_;
-    view = view_;
-  }
-  view->setContents(imageOf(frame));
+void AttendeeChannel::noteSample() {
+  if (flow_.note(stream_->clock().now())) stream_->resumeSoon(*this);
 }
 
 }  // namespace meeting

@@ -1,24 +1,24 @@
-// An attendee's end of the stream: takes the newest picture when it gets to it and draws it into
-// the attendee's render view. However slow it is, neither the presenter nor another attendee waits.
+// An attendee's end of the stream: its requests, its membership, and what it is shown and hears.
+// However slow it is, neither the presenter nor another attendee waits.
 //
-// Threads: requests on the main thread; offers on the presenter's delivery threads; drawing on a
-// thread of its own.
+// Threads: main thread, except offers (the presenter's delivery threads) and what is marked.
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
-#include <thread>
 
+#include "meeting/AttendeeSound.h"
 #include "meeting/DocumentStream.h"
 #include "meeting/FramePool.h"
 #include "meeting/MultimediaPlatform.h"
+#include "meeting/PictureShow.h"
+#include "meeting/SampleFlow.h"
 #include "mmp/RequestRecords.h"
-#include "platform/View.h"
 
 namespace meeting {
+
+enum class Membership : std::uint8_t { invited, member, left };
 
 class AttendeeChannel final : public AttendeePort {
  public:
@@ -27,47 +27,49 @@ class AttendeeChannel final : public AttendeePort {
   AttendeeChannel(const AttendeeChannel&) = delete;
   AttendeeChannel& operator=(const AttendeeChannel&) = delete;
 
-  // [main-thread]
   UCFResult request(unsigned long type, unsigned long uMsg, void* record) override;
-  void setWatched(bool watched) override;
-  // Frames taken since the last call, as a rate over `seconds`.
-  float framesPerSecond(double seconds);
+  void setWatched(bool watched) override { show_.setWatched(watched); }
+  void setDelay(platform::Duration perPicture) override { show_.setDelay(perPicture); }
+  void listen(std::shared_ptr<SoundSink> sink) override { sound_.listen(std::move(sink)); }
+  AttendeeStatistics statistics() const override;  // [any-thread]
 
-  // [any-thread]
-  AttendeeStatistics statistics() const override;
-  void post(const StatusRecord& record) const;
-  // [delivery-thread] An empty reference stands for a picture for which there was no room.
+  // For the stream.
+  void post(const StatusRecord& record) const;  // [any-thread]
+  Membership membership() const { return membership_; }
+  void setMembership(Membership membership) { membership_ = membership; }
+  // A member has to register for the channel that comes next.
+  void endMembership() {
+    if (membership_ == Membership::member) membership_ = Membership::invited;
+  }
+  // Playing begins or ends: nothing measured until now counts.
+  void restartFlow(platform::TimePoint now);
+  // Takes what has been received since the last call as a rate.
+  void measureRate(platform::Duration measured);
+  bool beginDrought(platform::TimePoint now) { return flow_.beginDrought(now); }
+  bool endDrought() { return flow_.endDrought(); }
   void offer(const FrameRef& frame);
-  void offer(const AudioSample& sample);
+  void offer(const AudioFormat& format, const AudioSample& sample);
 
  private:
   UCFResult command(unsigned long uMsg, void* record);
   UCFResult registerListener(const tagMSRegisterInfo& info);
+  UCFResult unregister(const tagMSUnRegisterInfo& info);
   UCFResult setRender(const tagMSRenderInfo& info);
   UCFResult updateRender(const tagMSRenderUpdate& update);
+  UCFResult setVolume(const tagMSVolumeInfo& info);
+  UCFResult setMuted(const tagMSMuteInfo& info);
   void showIn(std::uint64_t handle);
-  void work();
-  void draw();
+  bool isOurs(const tagMSHead& head) const;
+  void noteSample();
 
-  std::shared_ptr<DocumentStream> stream_;
-  std::weak_ptr<PlatformPeer> peer_;
-  std::uint64_t framesAtLastRate_ = 0;  // main thread
-
-  std::atomic<std::uint64_t> framesReceived_{0};
-  std::atomic<std::uint64_t> framesLost_{0};
-  std::atomic<std::uint64_t> audioBlocks_{0};
-
-  std::mutex drawMutex_;  // taken before mutex_: pictures get into the view in order
-  std::mutex mutex_;
-  std::condition_variable wake_;
-  // Guarded by mutex_:
-  FrameRef slot_;     // newest picture not yet taken
-  FrameRef current_;  // the one that is, or would be, on show
-  std::shared_ptr<platform::View> view_;
-  bool watched_ = false;
-  bool ending_ = false;
-
-  std::thread worker_;  // last: starts when everything else is there
+  const std::shared_ptr<DocumentStream> stream_;
+  const std::weak_ptr<PlatformPeer> peer_;
+  Membership membership_ = Membership::invited;
+  std::uint64_t framesMeasured_ = 0;
+  std::atomic<float> fps_{0};
+  SampleFlow flow_;
+  AttendeeSound sound_;
+  PictureShow show_;
 };
 
 }  // namespace meeting

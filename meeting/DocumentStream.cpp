@@ -1,31 +1,16 @@
 #include "meeting/DocumentStream.h"
 
 #include <algorithm>
-#include <chrono>
+#include <utility>
 
 #include "meeting/AttendeeChannel.h"
-#include "meeting/Conference.h"
 
 namespace meeting {
 
 namespace {
 
-constexpr tagMSHead kHead{Conference::kSessionId, Conference::kSourceId};
-
-// Frames that an attendee can hold on to: in its slot, taken, on show before, looked at.
-constexpr std::size_t kFramesPerAttendee = 4;
-// One that is being copied.
-constexpr std::size_t kFramesOfPresenter = 1;
-
 constexpr std::chrono::milliseconds kPositionInterval{500};
 constexpr unsigned kTicksPerQuality = 2;
-
-tagMSPlayPosition playPosition(std::uint64_t positionMs) { return {kHead, positionMs}; }
-
-tagMSVideoInfo videoSize(const VideoFormat& format) {
-  return {kHead, MM_MEDIASTREAMING_VIDEO_INFO_SIZE, static_cast<std::uint16_t>(format.width),
-          static_cast<std::uint16_t>(format.height)};
-}
 
 // What attendees see of a source status; nothing for the window's activity.
 std::optional<MM_MEDIA_STREAMING_PLAYSTATUS> playStatusOf(MM_MEDIASTREAMING_SOURCE_STATUS status) {
@@ -43,123 +28,201 @@ std::optional<MM_MEDIA_STREAMING_PLAYSTATUS> playStatusOf(MM_MEDIASTREAMING_SOUR
 
 }  // namespace
 
-tagMSChannelStatus channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS status) {
-  return {kHead, 0, status, 0};
-}
-
-tagMSPlayStatus playStatus(MM_MEDIA_STREAMING_PLAYSTATUS status) { return {kHead, status, 0}; }
-
-DocumentStream::DocumentStream(StreamObserver& observer)
-    : observer_(observer), pool_(kFramesOfPresenter) {}
+DocumentStream::DocumentStream(DocumentIds ids, StreamObserver& observer,
+                               std::shared_ptr<const platform::Clock> clock)
+    : ids_(ids), observer_(observer), clock_(std::move(clock)) {}
 
 DocumentStream::~DocumentStream() = default;
+
+void DocumentStream::fail() {
+  if (std::exchange(failed_, true)) return;
+  endMemberships();
+  followPlaying();
+  const auto failed = channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_REGISTER_FAILED);
+  postToPresenter(failed);
+  postToAll(failed);
+}
+
+void DocumentStream::reconnect() {
+  if (!std::exchange(failed_, false) || !registration_) return;
+  createChannel();
+  followPlaying();
+}
 
 void DocumentStream::openChannel(const std::weak_ptr<PlatformPeer>& presenter,
                                  std::uint64_t durationMs,
                                  MM_MEDIASTREAMING_MEDIACONTENENT content) {
-  open_ = true;
-  observer_.onRegistered(durationMs, content);
+  registration_ = Registration{presenter, durationMs, content, false};
+  if (failed_)
+    postToPresenter(channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_REGISTER_FAILED));
+  else
+    createChannel();
+}
+
+// The presenter, who does not register anew when a channel is created again, is in at once.
+void DocumentStream::createChannel() {
+  endMemberships();
+  const bool isNew = !std::exchange(registration_->observed, true);
+  if (isNew) observer_.onRegistered(registration_->durationMs, registration_->content);
   const auto created = channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
-  if (const auto peer = presenter.lock()) {
-    peer->postStatus(created);
-    peer->postStatus(channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS));
-  }
+  postToPresenter(created);
+  postToPresenter(channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS));
   postToAll(created);
+  if (!isNew) return;
   platform::dispatchOnMainThread([weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->observer_.onJoined();
   });
-  if (!ticker_) ticker_.emplace(kPositionInterval, [this] { tick(); });
 }
 
 void DocumentStream::sourceStatus(MM_MEDIASTREAMING_SOURCE_STATUS status, std::int64_t positionMs) {
-  const auto shown = playStatusOf(status);
-  if (shown) {
+  if (const auto shown = playStatusOf(status)) {
     playStatus_ = *shown;
-    positionMs_ = positionMs > 0 ? static_cast<std::uint64_t>(positionMs) : 0;
-    postToAll(playStatus(*shown));
-    postToAll(playPosition(positionMs_));
+    statusPositionMs_ = positionMs > 0 ? static_cast<std::uint64_t>(positionMs) : 0;
+    samples_.setPositionMs(statusPositionMs_);
+    postToMembers(playStatus(*shown));
+    postToMembers(playPosition());
+    followPlaying();
   }
   observer_.onSourceStatus(status, positionMs);
 }
 
 void DocumentStream::videoFormat(const VideoFormat& format) {
   format_ = format;
-  postToAll(videoSize(format));
+  postToMembers(videoSize());
   observer_.onVideoFormat(format);
 }
 
+void DocumentStream::audioFormat(const AudioFormat& format) {
+  samples_.setAudioFormat(format);
+  observer_.onAudioFormat(format);
+}
+
 void DocumentStream::closeChannel() {
-  if (!open_) return;
-  open_ = false;
-  ticker_.reset();
   if (playStatus_ && *playStatus_ != MM_MEDIA_STREAMING_PLYASTATUS_STOP)
-    postToAll(playStatus(MM_MEDIA_STREAMING_PLYASTATUS_STOP));
-  playStatus_.reset();
+    postToMembers(playStatus(MM_MEDIA_STREAMING_PLYASTATUS_STOP));
+  endChannel();
 }
 
 void DocumentStream::loseChannel() {
-  if (!open_) return;
-  open_ = false;
-  ticker_.reset();
-  playStatus_.reset();
+  endChannel();
   postToAll(playStatus(MM_MEDIA_STREAMING_PLYASTATUS_PROVIDER_CRASH));
 }
 
-void DocumentStream::video(const VideoSample& sample) {
-  positionMs_ = sample.timestampMs;
-  observer_.onVideo(sample);
-  if (!hasListeners_) return;
-  const FrameRef frame = pool_.copyOf(sample);
-  const std::lock_guard lock(listenersMutex_);
-  for (AttendeeChannel* listener : listeners_) listener->offer(frame);
+void DocumentStream::endChannel() {
+  registration_.reset();
+  playStatus_.reset();
+  statusPositionMs_ = 0;
+  format_ = {};
+  endMemberships();
+  followPlaying();
+  samples_.forget();
 }
 
-void DocumentStream::audio(const AudioSample& sample) {
-  observer_.onAudio(sample);
-  if (!hasListeners_) return;
-  const std::lock_guard lock(listenersMutex_);
-  for (AttendeeChannel* listener : listeners_) listener->offer(sample);
+void DocumentStream::endMemberships() {
+  samples_.removeAll();
+  for (AttendeeChannel* attendee : attendees_) attendee->endMembership();
 }
 
-void DocumentStream::add(AttendeeChannel& channel) {
-  attendees_.push_back(&channel);
-  pool_.setCapacity(kFramesOfPresenter + kFramesPerAttendee * attendees_.size());
+void DocumentStream::add(AttendeeChannel& attendee) { attendees_.push_back(&attendee); }
+
+void DocumentStream::remove(AttendeeChannel& attendee) {
+  samples_.remove(attendee);
+  std::erase(attendees_, &attendee);
 }
 
-void DocumentStream::remove(AttendeeChannel& channel) {
-  {
-    const std::lock_guard lock(listenersMutex_);
-    std::erase(listeners_, &channel);
-    hasListeners_ = !listeners_.empty();
+void DocumentStream::join(AttendeeChannel& attendee) {
+  if (!isOpen()) {
+    attendee.setMembership(Membership::invited);
+    attendee.post(channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_REGISTER_FAILED));
+    return;
   }
-  std::erase(attendees_, &channel);
-  pool_.setCapacity(kFramesOfPresenter + kFramesPerAttendee * attendees_.size());
+  attendee.setMembership(Membership::member);
+  attendee.restartFlow(clock_->now());
+  attendee.post(channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS));
+  if (format_.width > 0) attendee.post(videoSize());
+  if (playStatus_) attendee.post(playStatus(*playStatus_));
+  attendee.post(playPosition());
+  if (!samples_.add(attendee) && !isPlaying()) observer_.onPictureWanted();
 }
 
-void DocumentStream::join(AttendeeChannel& channel) {
-  channel.post(channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS));
-  if (format_.width > 0) channel.post(videoSize(format_));
-  if (playStatus_) channel.post(playStatus(*playStatus_));
-  channel.post(playPosition(positionMs_));
-  const std::lock_guard lock(listenersMutex_);
-  if (std::find(listeners_.begin(), listeners_.end(), &channel) == listeners_.end())
-    listeners_.push_back(&channel);
-  hasListeners_ = true;
+void DocumentStream::leave(AttendeeChannel& attendee) {
+  samples_.remove(attendee);
+  attendee.setMembership(Membership::left);
 }
 
-void DocumentStream::postToAll(const StatusRecord& record) {
-  for (const AttendeeChannel* attendee : attendees_) attendee->post(record);
+void DocumentStream::resumeSoon(AttendeeChannel& attendee) {
+  platform::dispatchOnMainThread([weak = weak_from_this(), &attendee] {
+    if (const auto self = weak.lock()) self->resume(&attendee);
+  });
+}
+
+// The attendee may have ended meanwhile.
+void DocumentStream::resume(const AttendeeChannel* attendee) {
+  const auto found = std::find(attendees_.begin(), attendees_.end(), attendee);
+  if (found != attendees_.end() && (*found)->endDrought())
+    (*found)->post(playStatus(MM_MEDIA_STREAMING_PLYASTATUS_PLAYING));
+}
+
+void DocumentStream::postToAll(const StatusRecord& record) const {
+  for (const AttendeeChannel* attendee : attendees_)
+    if (attendee->membership() != Membership::left) attendee->post(record);
+}
+
+void DocumentStream::postToMembers(const StatusRecord& record) const {
+  for (const AttendeeChannel* attendee : attendees_)
+    if (attendee->membership() == Membership::member) attendee->post(record);
+}
+
+void DocumentStream::postToPresenter(const StatusRecord& record) const {
+  if (!registration_) return;
+  if (const auto peer = registration_->presenter.lock()) peer->postStatus(record);
+}
+
+std::uint64_t DocumentStream::positionMs() const {
+  return isPlaying() ? samples_.positionMs() : statusPositionMs_;
+}
+
+// Ticks start at the play status, so that what is told by and by keeps its place among the rest.
+void DocumentStream::followPlaying() {
+  const platform::TimePoint now = clock_->now();
+  ticker_.reset();
+  ticks_ = 0;
+  measuredSince_ = now;
+  for (AttendeeChannel* attendee : attendees_) attendee->restartFlow(now);
+  if (isOpen() && isPlaying()) ticker_.emplace(kPositionInterval, [this] { tick(); });
 }
 
 void DocumentStream::tick() {
-  ++ticks_;
-  if (playStatus_ != MM_MEDIA_STREAMING_PLYASTATUS_PLAYING) return;
-  postToAll(playPosition(positionMs_));
-  if (ticks_ % kTicksPerQuality != 0) return;
-  const double interval =
-      std::chrono::duration<double>(kPositionInterval * kTicksPerQuality).count();
+  const platform::TimePoint now = clock_->now();
+  postToMembers(playPosition());
+  if (++ticks_ % kTicksPerQuality == 0) reportQuality(now);
   for (AttendeeChannel* attendee : attendees_)
-    attendee->post(tagMSVideoQuality{kHead, 0, attendee->framesPerSecond(interval)});
+    if (attendee->membership() == Membership::member && attendee->beginDrought(now))
+      attendee->post(playStatus(MM_MEDIA_STREAMING_PLYASTATUS_REBUFFER));
+}
+
+void DocumentStream::reportQuality(platform::TimePoint now) {
+  const platform::Duration measured = now - std::exchange(measuredSince_, now);
+  for (AttendeeChannel* attendee : attendees_) {
+    attendee->measureRate(measured);
+    if (attendee->membership() == Membership::member)
+      attendee->post(tagMSVideoQuality{head(), 0, attendee->statistics().fps});
+  }
+}
+
+tagMSChannelStatus DocumentStream::channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS status) const {
+  return {head(), 0, status, 0};
+}
+
+tagMSPlayStatus DocumentStream::playStatus(MM_MEDIA_STREAMING_PLAYSTATUS status) const {
+  return {head(), status, 0};
+}
+
+tagMSPlayPosition DocumentStream::playPosition() const { return {head(), positionMs()}; }
+
+tagMSVideoInfo DocumentStream::videoSize() const {
+  return {head(), MM_MEDIASTREAMING_VIDEO_INFO_SIZE, static_cast<std::uint16_t>(format_.width),
+          static_cast<std::uint16_t>(format_.height)};
 }
 
 }  // namespace meeting

@@ -14,8 +14,6 @@ struct FramePoolCore {
   std::mutex mutex;
   // Guarded by mutex:
   std::vector<std::unique_ptr<Frame>> idle;
-  std::size_t capacity = 0;
-  std::size_t made = 0;  // idle ones and those in use
 
   std::unique_ptr<Frame> take() {
     const std::lock_guard lock(mutex);
@@ -24,18 +22,11 @@ struct FramePoolCore {
       idle.pop_back();
       return frame;
     }
-    if (made >= capacity) return nullptr;
-    ++made;
-    idle.reserve(made);
     return std::make_unique<Frame>();
   }
 
   void giveBack(std::unique_ptr<Frame> frame) {
     const std::lock_guard lock(mutex);
-    if (made > capacity) {
-      --made;
-      return;
-    }
     idle.push_back(std::move(frame));
   }
 };
@@ -50,13 +41,10 @@ FrameRef::~FrameRef() {
   home->giveBack(std::unique_ptr<Frame>(frame_));
 }
 
-FramePool::FramePool(std::size_t capacity) : core_(std::make_shared<FramePoolCore>()) {
-  core_->capacity = capacity;
-}
+FramePool::FramePool() : core_(std::make_shared<FramePoolCore>()) {}
 
 FrameRef FramePool::copyOf(const VideoSample& sample) {
   auto frame = core_->take();
-  if (!frame) return {};
   const std::size_t bytes = std::size_t{sample.bytesPerRow} * sample.height;
   if (frame->pixels.size() < bytes + kSpareBytes) frame->pixels.resize(bytes + kSpareBytes);
   std::memcpy(frame->pixels.data(), sample.pixels, bytes);
@@ -67,11 +55,6 @@ FrameRef FramePool::copyOf(const VideoSample& sample) {
   frame->home_ = core_;
   frame->references_.store(1, std::memory_order_relaxed);
   return FrameRef(frame.release());
-}
-
-void FramePool::setCapacity(std::size_t capacity) {
-  const std::lock_guard lock(core_->mutex);
-  core_->capacity = capacity;
 }
 
 }  // namespace meeting

@@ -1,5 +1,6 @@
-// Pictures on their way to attendees: copied once, shared by all of them, reused. The number of
-// frames is fixed; nothing is allocated once each has been used at the stream's size. [any-thread]
+// Pictures on their way to attendees: copied once, shared by all of them, reused. How many there
+// are is bounded by those who hold them, an attendee a few; nothing is allocated once each has been
+// used at the stream's size. [any-thread]
 #pragma once
 
 #include <atomic>
@@ -53,12 +54,10 @@ class FrameRef {
 
 class FramePool {
  public:
-  explicit FramePool(std::size_t capacity);
+  FramePool();  // frames may outlive it
 
-  // A copy of the picture, or nothing when every frame is in use.
+  // A copy of the picture.
   FrameRef copyOf(const VideoSample& sample);
-  // Frames may outlive the pool.
-  void setCapacity(std::size_t capacity);
 
  private:
   std::shared_ptr<FramePoolCore> core_;

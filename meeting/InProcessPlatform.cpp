@@ -7,15 +7,21 @@
 
 namespace meeting {
 
-InProcessPlatform::InProcessPlatform(StreamObserver& observer)
-    : stream_(std::make_shared<DocumentStream>(observer)) {}
+InProcessPlatform::InProcessPlatform(DocumentIds ids, StreamObserver& observer,
+                                     std::shared_ptr<const platform::Clock> clock)
+    : stream_(std::make_shared<DocumentStream>(ids, observer, std::move(clock))) {}
 
-std::unique_ptr<PlatformPort> InProcessPlatform::attachPresenter(std::weak_ptr<PlatformPeer> peer) {
+std::unique_ptr<PresenterPort> InProcessPlatform::attachPresenter(
+    std::weak_ptr<PlatformPeer> peer) {
   return std::make_unique<PresenterChannel>(stream_, std::move(peer));
 }
 
 std::unique_ptr<AttendeePort> InProcessPlatform::attachAttendee(std::weak_ptr<PlatformPeer> peer) {
   return std::make_unique<AttendeeChannel>(stream_, std::move(peer));
 }
+
+void InProcessPlatform::failChannel() { stream_->fail(); }
+
+void InProcessPlatform::reconnectChannel() { stream_->reconnect(); }
 
 }  // namespace meeting

@@ -11,11 +11,15 @@ namespace meeting {
 
 class InProcessPlatform final : public MultimediaPlatform {
  public:
-  // The observer must outlive the platform.
-  explicit InProcessPlatform(StreamObserver& observer);
+  // The observer must outlive the platform. What is measured is measured on the clock; reports come
+  // on the main run loop's.
+  InProcessPlatform(DocumentIds ids, StreamObserver& observer,
+                    std::shared_ptr<const platform::Clock> clock);
 
-  std::unique_ptr<PlatformPort> attachPresenter(std::weak_ptr<PlatformPeer> peer) override;
+  std::unique_ptr<PresenterPort> attachPresenter(std::weak_ptr<PlatformPeer> peer) override;
   std::unique_ptr<AttendeePort> attachAttendee(std::weak_ptr<PlatformPeer> peer) override;
+  void failChannel() override;
+  void reconnectChannel() override;
 
  private:
   std::shared_ptr<DocumentStream> stream_;

@@ -100,7 +100,9 @@ std::optional<Failure> Meeting::prepare() {
   recorder_ =
       std::make_unique<StreamRecorder>(std::make_shared<platform::SteadyClock>(), std::move(md5));
   recorder_->setStateChanged([this](StreamState state) { onStreamState(state); });
-  platform_ = std::make_unique<InProcessPlatform>(*recorder_);
+  platform_ = std::make_unique<InProcessPlatform>(
+      DocumentIds{Conference::kSessionId, Conference::kSourceId}, *recorder_,
+      std::make_shared<platform::SteadyClock>());
   return std::nullopt;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <shared_mutex>
 
 #include "meeting/DocumentStream.h"
 #include "meeting/MultimediaPlatform.h"
@@ -10,7 +11,7 @@
 
 namespace meeting {
 
-class PresenterChannel final : public PlatformPort {
+class PresenterChannel final : public PresenterPort {
  public:
   PresenterChannel(std::shared_ptr<DocumentStream> stream, std::weak_ptr<PlatformPeer> peer);
   ~PresenterChannel() override;
@@ -18,17 +19,27 @@ class PresenterChannel final : public PlatformPort {
   PresenterChannel& operator=(const PresenterChannel&) = delete;
 
   UCFResult request(unsigned long type, unsigned long uMsg, void* record) override;
+  void lose() override;
 
  private:
   UCFResult command(unsigned long uMsg, void* record);
+  bool take(unsigned long uMsg, const void* record);
   bool registerSource(const tagMSRegisterInfo& info);
   bool unregister(const tagMSUnRegisterInfo& info);
   bool sourceStatus(const tagMSSourceStatus& status);
   bool mediaFormat(const tagMSMediaFormat& record);
   bool mediaData(const tagMSDataStructure& data);
+  bool carry(const tagMSDataStructure& data);
+  void close();
+  bool isOurs(const tagMSHead& head) const;
+  // Answers whether this changed it; no sample is under way in the old state when it returns.
+  bool setRegistered(bool registered);
 
-  std::shared_ptr<DocumentStream> stream_;
-  std::weak_ptr<PlatformPeer> peer_;
+  const std::shared_ptr<DocumentStream> stream_;
+  const std::weak_ptr<PlatformPeer> peer_;
+  bool lost_ = false;        // main thread
+  std::shared_mutex gate_;   // shared while a sample is carried
+  bool registered_ = false;  // changed on the main thread, under the gate
 };
 
 }  // namespace meeting

@@ -1,7 +1,5 @@
 #include "meeting/RecordChecks.h"
 
-#include "meeting/Conference.h"
-
 namespace meeting {
 
 namespace {
@@ -15,16 +13,15 @@ bool hasFormat(const void* format, std::uint64_t length, std::size_t expected) {
   return format != nullptr && length == expected;
 }
 
-bool hasData(const tagMSDataStructure& record) {
-  return record.sessionID == Conference::kSessionId && record.sourceID == Conference::kSourceId &&
-         record.pData != nullptr && record.dwDataLength > 0 &&
-         record.dwDataLength <= kMaxSampleBytes;
+bool hasData(const DocumentIds& ids, const tagMSDataStructure& record) {
+  return DocumentIds{record.sessionID, record.sourceID} == ids && record.pData != nullptr &&
+         record.dwDataLength > 0 && record.dwDataLength <= kMaxSampleBytes;
 }
 
 }  // namespace
 
-bool isOurs(const tagMSHead& head) {
-  return head.sessionID == Conference::kSessionId && head.sourceID == Conference::kSourceId;
+bool isAbout(const DocumentIds& ids, const tagMSHead& head) {
+  return DocumentIds{head.sessionID, head.sourceID} == ids;
 }
 
 std::optional<VideoFormat> videoFormat(const tagMSMediaFormat& record) {
@@ -43,8 +40,8 @@ std::optional<AudioFormat> audioFormat(const tagMSMediaFormat& record) {
   return AudioFormat{format.nChannels, format.nSamplesPerSec, format.wBitsPerSample};
 }
 
-std::optional<VideoSample> videoSample(const tagMSDataStructure& record) {
-  if (!hasData(record) ||
+std::optional<VideoSample> videoSample(const DocumentIds& ids, const tagMSDataStructure& record) {
+  if (!hasData(ids, record) ||
       !hasFormat(record.pFormat, record.dwFormatLength, sizeof(tagMSVIDEOFORMATEX)))
     return std::nullopt;
   const auto& format = *static_cast<const tagMSVIDEOFORMATEX*>(record.pFormat);
@@ -60,8 +57,8 @@ std::optional<VideoSample> videoSample(const tagMSDataStructure& record) {
                      .pixels = static_cast<const std::uint8_t*>(record.pData)};
 }
 
-std::optional<AudioSample> audioSample(const tagMSDataStructure& record) {
-  if (!hasData(record)) return std::nullopt;
+std::optional<AudioSample> audioSample(const DocumentIds& ids, const tagMSDataStructure& record) {
+  if (!hasData(ids, record)) return std::nullopt;
   // A block without a format continues the one before it.
   if (record.pFormat != nullptr && record.dwFormatLength != sizeof(tMSAUDIOFORMATEX))
     return std::nullopt;

@@ -10,13 +10,13 @@
 
 namespace meeting {
 
-// Whether the record is about the meeting's document.
-bool isOurs(const tagMSHead& head);
+// Whether the record is about this document.
+bool isAbout(const DocumentIds& ids, const tagMSHead& head);
 
 std::optional<VideoFormat> videoFormat(const tagMSMediaFormat& record);
 std::optional<AudioFormat> audioFormat(const tagMSMediaFormat& record);
 
-std::optional<VideoSample> videoSample(const tagMSDataStructure& record);
-std::optional<AudioSample> audioSample(const tagMSDataStructure& record);
+std::optional<VideoSample> videoSample(const DocumentIds& ids, const tagMSDataStructure& record);
+std::optional<AudioSample> audioSample(const DocumentIds& ids, const tagMSDataStructure& record);
 
 }  // namespace meeting

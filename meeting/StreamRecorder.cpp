@@ -59,6 +59,12 @@ void StreamRecorder::onVideoFormat(const VideoFormat& format) { video_ = format;
 
 void StreamRecorder::onAudioFormat(const AudioFormat& format) { audio_ = format; }
 
+void StreamRecorder::onPictureWanted() {
+  later([this] {
+    if (pictureWanted_) pictureWanted_();
+  });
+}
+
 void StreamRecorder::onVideo(const VideoSample& sample) {
   statistics_.video(sample);
   if (md5_) md5_->add(sample);
@@ -70,8 +76,14 @@ void StreamRecorder::onMalformed() { statistics_.malformed(); }
 
 void StreamRecorder::setState(StreamState state) {
   state_ = state;
-  platform::dispatchOnMainThread([this, state, alive = std::weak_ptr<int>(alive_)] {
-    if (!alive.expired() && changed_) changed_(state);
+  later([this, state] {
+    if (changed_) changed_(state);
+  });
+}
+
+void StreamRecorder::later(std::function<void()> work) {
+  platform::dispatchOnMainThread([work = std::move(work), alive = std::weak_ptr<int>(alive_)] {
+    if (!alive.expired()) work();
   });
 }
 

@@ -25,6 +25,9 @@ class StreamRecorder final : public StreamObserver {
   // Called on the main thread, from a turn of the run loop of its own, after the state has changed.
   void setStateChanged(std::function<void(StreamState)> changed) { changed_ = std::move(changed); }
 
+  // Called in the same way, when the presenter should send its picture again.
+  void setPictureWanted(std::function<void()> wanted) { pictureWanted_ = std::move(wanted); }
+
   StreamState state() const { return state_; }
   std::uint64_t durationMs() const { return durationMs_; }
   std::int64_t positionMs() const { return positionMs_; }  // at the latest source status
@@ -39,17 +42,21 @@ class StreamRecorder final : public StreamObserver {
   void onSourceStatus(MM_MEDIASTREAMING_SOURCE_STATUS status, std::int64_t positionMs) override;
   void onVideoFormat(const VideoFormat& format) override;
   void onAudioFormat(const AudioFormat& format) override;
+  void onPictureWanted() override;
   void onVideo(const VideoSample& sample) override;
   void onAudio(const AudioSample& sample) override;
   void onMalformed() override;
 
  private:
   void setState(StreamState state);
+  // On a turn of the run loop of its own, unless the recorder has ended by then.
+  void later(std::function<void()> work);
 
   SampleStatistics statistics_;
   const std::unique_ptr<FrameMd5Writer> md5_;
   // Main thread:
   std::function<void(StreamState)> changed_;
+  std::function<void()> pictureWanted_;
   std::shared_ptr<int> alive_ = std::make_shared<int>();  // expires with the recorder
   StreamState state_ = StreamState::starting;
   std::uint64_t durationMs_ = 0;

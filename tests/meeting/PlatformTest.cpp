@@ -45,11 +45,12 @@ struct Observer final : StreamObserver {
   void onSourceStatus(MM_MEDIASTREAMING_SOURCE_STATUS, std::int64_t) override {}
   void onVideoFormat(const VideoFormat&) override {}
   void onAudioFormat(const AudioFormat&) override {}
+  void onPictureWanted() override { ++wanted; }
   void onVideo(const VideoSample&) override { ++pictures; }
   void onAudio(const AudioSample&) override { ++blocks; }
   void onMalformed() override { ++malformed; }
   std::uint64_t duration = 0;
-  int pictures = 0, blocks = 0, malformed = 0;
+  int pictures = 0, blocks = 0, malformed = 0, wanted = 0;
 };
 
 // A request record under construction, with everything that it points to.
@@ -95,15 +96,21 @@ class PlatformTest : public testing::Test {
                          reinterpret_cast<std::uint64_t>(view.get()), 0};
     EXPECT_EQ(send(port, MM_MEDIASTREAMING_CMD_SET_RENDER, &info), 1U);
   }
+  static tagQuery query() {
+    tagQuery record{};
+    record.sessionID = kHead.sessionID;
+    return record;
+  }
   static void waitFor(const std::function<bool()>& condition) {
     while (!condition()) std::this_thread::yield();
   }
 
   Observer observer_;
-  InProcessPlatform platform_{observer_};
+  std::shared_ptr<platform::ManualClock> clock_ = std::make_shared<platform::ManualClock>();
+  InProcessPlatform platform_{{kHead.sessionID, kHead.sourceID}, observer_, clock_};
   std::shared_ptr<Peer> presenterPeer_ = std::make_shared<Peer>();
   std::shared_ptr<Peer> attendeePeer_ = std::make_shared<Peer>();
-  std::unique_ptr<PlatformPort> presenter_ = platform_.attachPresenter(presenterPeer_);
+  std::unique_ptr<PresenterPort> presenter_ = platform_.attachPresenter(presenterPeer_);
   std::unique_ptr<AttendeePort> attendee_ = platform_.attachAttendee(attendeePeer_);
 };
 
@@ -120,21 +127,23 @@ TEST_F(PlatformTest, ChannelsAreCreatedThenJoined) {
 
 TEST_F(PlatformTest, AttendeesFollowThePresenterAndLateOnesCatchUp) {
   registerAs(*presenter_, MM_MEDIASTREAMING_CHANNEL_SOURCE);
+  registerAs(*attendee_, MM_MEDIASTREAMING_CHANNEL_LISTENER);
   setStatus(MM_MEDIASTREAMING_PD_ACTIVE, 0);
   setStatus(MM_MEDIASTREAMING_PLAY, 0);
   tagMSVIDEOFORMATEX format{0, 640, 360, 25.0F, 0, 0};
   tagMSMediaFormat record{kHead, MM_MEDIASTREAMING_MEDIATYPE_VIDEO, 0, &format, sizeof format};
   send(*presenter_, MM_MEDIASTREAMING_CMD_MEDIA_FORMAT, &record);
   setStatus(MM_MEDIASTREAMING_PAUSE, 1200);
-  EXPECT_EQ(attendeePeer_->received, (Texts{"channel 0", "play 0", "position 0", "size 640x360",
-                                            "play 1", "position 1200"}));
+  EXPECT_EQ(attendeePeer_->received,
+            (Texts{"channel 0", "channel 2", "position 0", "play 0", "position 0", "size 640x360",
+                   "play 1", "position 1200"}));
 
   auto latePeer = std::make_shared<Peer>();
   const auto late = platform_.attachAttendee(latePeer);
-  tagQuery query{};
-  query.dwResult = Conference::kSourceId;
-  EXPECT_EQ(send(*late, MM_MEDIASTREAMING_CMD_QUERY, &query), 1U);
-  EXPECT_EQ(query.dwChannelStatus, MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+  tagQuery presence = query();
+  presence.dwResult = Conference::kSourceId;
+  EXPECT_EQ(send(*late, MM_MEDIASTREAMING_CMD_QUERY, &presence), 1U);
+  EXPECT_EQ(presence.dwChannelStatus, MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
   registerAs(*late, MM_MEDIASTREAMING_CHANNEL_LISTENER);
   EXPECT_EQ(latePeer->received, (Texts{"channel 2", "size 640x360", "play 1", "position 1200"}));
 }
@@ -143,6 +152,7 @@ TEST_F(PlatformTest, AnEndIsTellableFromACrash) {
   for (const bool saysSo : {true, false}) {
     attendeePeer_->received.clear();
     registerAs(*presenter_, MM_MEDIASTREAMING_CHANNEL_SOURCE);
+    registerAs(*attendee_, MM_MEDIASTREAMING_CHANNEL_LISTENER);
     setStatus(MM_MEDIASTREAMING_PLAY, 0);
     if (saysSo) presenter_->request(SVS_MSG_STOP_SESSION, 0, nullptr);
     presenter_.reset();
@@ -156,6 +166,7 @@ TEST_F(PlatformTest, TheNewestPictureIsShownAndTheOthersAreCounted) {
   auto view = std::make_shared<platform::View>();
   attendee_->setWatched(true);
   showIn(*attendee_, view);
+  registerAs(*presenter_, MM_MEDIASTREAMING_CHANNEL_SOURCE);
   sendPicture(99);
   EXPECT_FALSE(view->contents()) << "not yet registered";
   registerAs(*attendee_, MM_MEDIASTREAMING_CHANNEL_LISTENER);
@@ -180,6 +191,7 @@ TEST_F(PlatformTest, TheNewestPictureIsShownAndTheOthersAreCounted) {
 TEST_F(PlatformTest, OnlyWatchedAndAttachedViewsAreDrawnInto) {
   auto view = std::make_shared<platform::View>();
   showIn(*attendee_, view);
+  registerAs(*presenter_, MM_MEDIASTREAMING_CHANNEL_SOURCE);
   registerAs(*attendee_, MM_MEDIASTREAMING_CHANNEL_LISTENER);
   sendPicture(1);
   waitFor([&] { return attendee_->statistics().framesReceived == 1; });
@@ -219,6 +231,7 @@ TEST_F(PlatformTest, RecordsThatDoNotHoldWhatTheySayAreRefused) {
       {"bytes of no kind",
        [](Sample& s) { s.record.nMediaType = MM_MEDIASTREAMING_MEDIATYPE_NONE; }},
   };
+  registerAs(*presenter_, MM_MEDIASTREAMING_CHANNEL_SOURCE);
   int refused = 0;
   for (const Case& test : cases) {
     Sample sample;
@@ -238,18 +251,18 @@ TEST_F(PlatformTest, RecordsThatDoNotHoldWhatTheySayAreRefused) {
 }
 
 TEST_F(PlatformTest, QueriesAreAnsweredAsPresentersNeedThem) {
-  tagQuery probe{};
+  tagQuery probe = query();
   probe.nQueryType = MM_MEDIASTREAMING_QUERY_SESSION_PROBE;
   EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_QUERY, &probe), 0U);
   EXPECT_EQ(probe.dwResult, 0U);
-  tagQuery allowed{};
+  tagQuery allowed = query();
   allowed.nQueryType = MM_MEDIASTREAMING_QUERY_PLAY_ALLOWED;
   allowed.dwStatus = kHead.sessionID;
   allowed.dwResult = 1;
   send(*presenter_, MM_MEDIASTREAMING_CMD_QUERY, &allowed);
   EXPECT_EQ(allowed.dwStatus, kHead.sessionID);
   EXPECT_EQ(allowed.dwResult, 1U);
-  tagQuery channel{};
+  tagQuery channel = query();
   channel.dwResult = Conference::kSourceId;
   EXPECT_EQ(send(*attendee_, MM_MEDIASTREAMING_CMD_QUERY, &channel), 0U) << "no channel yet";
 }
