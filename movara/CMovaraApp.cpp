@@ -141,7 +141,7 @@ void CMovaraApp::tearDown() {
   m_parentView = nullptr;
   m_pRuntime = nullptr;
   m_pContainer = nullptr;
-  m_svsMgr.SetMsgRouter(nullptr, 0);
+  m_svsMgr.DetachMsgRouter();
 }
 
 UCFResult CMovaraApp::GetUCFInterface(UCFInterfaceID id, void** out) {

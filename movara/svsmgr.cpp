@@ -27,6 +27,11 @@ void SVSMgr::SetMsgRouter(IUCFMsgRouter* router, signed char embed) {
   }
 }
 
+void SVSMgr::DetachMsgRouter() {
+  const std::lock_guard guard(*m_pLock);
+  m_pMsgRouter = nullptr;
+}
+
 void SVSMgr::SetSVSState(SvsState state) {
   m_eState = state;
   warnOffMainThread("SVSMgr::SetSVSState, should in mainThread");

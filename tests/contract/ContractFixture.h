@@ -7,6 +7,7 @@
 
 #include <memory>
 
+#include "avcapture/Keys.h"
 #include "mmp/ParticipantRecords.h"
 #include "mmp/StatusRecords.h"
 #include "platform/RunLoop.h"
@@ -40,6 +41,13 @@ struct Module {
     return reinterpret_cast<Function>(code ? dlsym(code, name) : nullptr);
   }
 };
+
+// A function by its position in the table of the face at `object`.
+template <class Result, class... Arguments>
+Result callSlot(void* object, std::size_t slot, Arguments... arguments) {
+  using Function = Result (*)(void*, Arguments...);
+  return reinterpret_cast<Function>((*static_cast<void***>(object))[slot])(object, arguments...);
+}
 
 constexpr UCFCtx kEmbedded = 0;
 constexpr UCFCtx kOutside = 1;
@@ -140,6 +148,19 @@ class ContractTest : public testing::Test {
     for (int i = 0; i < count; ++i) {
       advance(0.1);
     }
+  }
+  // As the player's side does, by the slot of the object's fourth face.
+  std::int32_t notify(unsigned int code, unsigned long argument = 0) {
+    return callSlot<std::int32_t>(object, 32, code, argument, 0UL);
+  }
+  void* player() {
+    void* out = nullptr;
+    notify(12, reinterpret_cast<unsigned long>(&out));
+    return out;
+  }
+  static std::shared_ptr<avcapture::AVStreamDataListener> streamListener() {
+    return FakeFramework::session->params.get(avcapture::kAVStreamListenerKey)
+        .objectAs<avcapture::AVStreamDataListener>();
   }
   static FakeVideoPlayer* view() { return FakeFramework::view.get(); }
   static int shown() { return view()->statusViewType(); }

@@ -74,13 +74,6 @@ TEST_F(ContractTest, ServesItsFacesByIdentifier) {
   }
 }
 
-// A function by its position in the table of the face at `object`.
-template <class Result, class... Arguments>
-Result callSlot(void* object, std::size_t slot, Arguments... arguments) {
-  using Function = Result (*)(void*, Arguments...);
-  return reinterpret_cast<Function>((*static_cast<void***>(object))[slot])(object, arguments...);
-}
-
 TEST_F(ContractTest, TheTableOfTheObjectHasItsOperationsInOrder) {
   createListener();
   forget();

@@ -2,7 +2,6 @@
 #include <atomic>
 #include <thread>
 
-#include "avcapture/Keys.h"
 #include "platform/Exception.h"
 #include "tests/contract/ContractFixture.h"
 
@@ -11,11 +10,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-std::shared_ptr<avcapture::AVStreamDataListener> streamListener() {
-  return FakeFramework::session->params.get(avcapture::kAVStreamListenerKey)
-      .objectAs<avcapture::AVStreamDataListener>();
-}
 
 TEST_F(ContractTest, APresenterStartsStepByStep) {
   create();

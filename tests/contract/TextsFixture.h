@@ -1,0 +1,71 @@
+// Stories whose every log line is compared, addresses by the name of what lies there.
+#pragma once
+
+#include <cstdio>
+#include <regex>
+
+#include "tests/contract/ContractFixture.h"
+
+namespace contract {
+
+struct Story {
+  const char* name;
+  std::function<void()> before;  // what is logged here is not looked at
+  std::function<void()> act;
+  Lines lines;
+};
+
+class TextsTest : public ContractTest {
+ protected:
+  void expectTexts(const std::vector<Story>& stories) {
+    for (const Story& story : stories) {
+      SCOPED_TRACE(story.name);
+      story.before();
+      forget();
+      learnAddresses();
+      story.act();
+      learnAddresses();
+      EXPECT_EQ(named(takeTraceLines()), story.lines);
+      release();
+      advance(1.0);
+    }
+  }
+
+ private:
+  void learnAddresses() {
+    if (object) {
+      app_ = low32(object);
+      view_ = low32(view());
+    }
+  }
+  static std::uint32_t low32(const void* address) {
+    return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(address));
+  }
+
+  // A line prints the low 32 bits of an address, and nothing else fits a name.
+  Lines named(Lines lines) const {
+    static const std::regex address("(0x|this = (?!0x))([0-9a-f]+)");
+    for (std::string& line : lines) {
+      std::smatch found;
+      if (std::regex_search(line, found, address)) {
+        line = found.prefix().str() + found.str(1) + nameOf(found.str(2)) + found.suffix().str();
+      }
+    }
+    return lines;
+  }
+  std::string nameOf(const std::string& digits) const {
+    constexpr std::uint32_t kObjectBytes = 1024;  // or fewer
+    const auto value = std::stoull(digits, nullptr, 16);
+    if (value == app_ || value == view_) {
+      return value == app_ ? "APP" : "VIEW";
+    }
+    // The object holds its manager by value.
+    return value >> 32U == 0 && static_cast<std::uint32_t>(value) - app_ < kObjectBytes ? "MANAGER"
+                                                                                        : digits;
+  }
+
+  std::uint32_t app_ = 0;
+  std::uint32_t view_ = 0;
+};
+
+}  // namespace contract
