@@ -4,7 +4,6 @@
 #include <cmath>
 #include <utility>
 
-#include "avcapture/PlayerContainerView.h"
 #include "platform/RunLoop.h"
 
 namespace avcapture {
@@ -22,53 +21,18 @@ platform::Object* orElse(platform::Object* sender, platform::Object& fallback) {
 
 std::shared_ptr<FFVideoPlayer> FFVideoPlayer::create(const PlaybackOptions& options) {
   std::shared_ptr<FFVideoPlayer> player(new FFVideoPlayer(options));
-  player->makeViews();
+  player->container_ = std::make_shared<PlayerContainerView>(player);
   return player;
 }
 
 FFVideoPlayer::~FFVideoPlayer() {
   willDie();
   if (container_) container_->removeFromSuperview();
+  if (placeholder_) placeholder_->removeFromSuperview();
 }
 
 std::shared_ptr<FFVideoPlayer> FFVideoPlayer::self() {
   return std::static_pointer_cast<FFVideoPlayer>(weak_from_this().lock());
-}
-
-// --- views ---
-
-void FFVideoPlayer::makeViews() {
-  container_ = std::make_shared<PlayerContainerView>(self());
-  render_ = std::make_shared<platform::View>();
-  render_->setAutoresizingMask(platform::kViewWidthSizable | platform::kViewHeightSizable);
-  container_->setAutoresizingMask(platform::kViewWidthSizable | platform::kViewHeightSizable);
-  container_->addSubview(render_);
-}
-
-void FFVideoPlayer::attachToSuperView(platform::View* superview) {
-  if (superview == nullptr) {
-    container_->removeFromSuperview();
-    return;
-  }
-  if (container_->superview() != superview) superview->addSubview(container_);
-  superFrameSizeChanged();
-}
-
-void FFVideoPlayer::superFrameSizeChanged() {
-  if (const platform::View* superview = container_->superview()) {
-    container_->setFrame({{0, 0}, superview->frame().size});
-  }
-  render_->setFrame({{0, 0}, container_->frame().size});
-}
-
-void FFVideoPlayer::repositionPlayer(const platform::Value& /*argument*/) {
-  superFrameSizeChanged();
-}
-
-void FFVideoPlayer::willChangeFitMode() { superFrameSizeChanged(); }
-
-void FFVideoPlayer::showEmbedControlbar(const platform::Value& show) {
-  controlbarShown_ = show.boolValue();
 }
 
 // --- the movie ---
@@ -92,7 +56,7 @@ bool FFVideoPlayer::setMovie(const std::shared_ptr<AVURLAsset>& movie) {
 
 std::shared_ptr<Engine> FFVideoPlayer::openEngine(const std::string& path) {
   EngineOutputs outputs;
-  outputs.show = [view = render_](std::shared_ptr<const platform::Image> image) {
+  outputs.show = [view = renderView()](std::shared_ptr<const platform::Image> image) {
     view->setContents(std::move(image));
   };
   outputs.notify = [weak = std::weak_ptr(self())](EngineEvent event, std::uint32_t generation) {
@@ -127,6 +91,7 @@ void FFVideoPlayer::stopSound() {
 void FFVideoPlayer::willDie() {
   const auto keep = self();  // messages are served while the threads end
   state_ = State::kDead;
+  if (container_) container_->controlBar().hide();
   if (engine_) engine_->stop();
 }
 
@@ -203,7 +168,7 @@ void FFVideoPlayer::seek(float seconds) {
 
 void FFVideoPlayer::onChangeVolume(int volume) {
   const int wanted = std::clamp(volume, 0, kFullVolume);
-  if (wanted == 0 && volume_ > 0) volumeBeforeMute_ = volume_;
+  if (const int before = this->volume(); wanted == 0 && before > 0) volumeBeforeMute_ = before;
   volume_ = wanted;
   if (engine_) engine_->setVolume(volume_);
   if (delegate_ != nullptr) {
@@ -212,12 +177,7 @@ void FFVideoPlayer::onChangeVolume(int volume) {
 }
 
 void FFVideoPlayer::onUnMute(const platform::Value& /*sender*/) {
-  const bool delegateSilent = listening_ && delegate_ != nullptr && delegate_->volume() == 0;
-  if (volume_ == 0) {
-    onChangeVolume(volumeBeforeMute_);
-  } else if (delegateSilent) {
-    onChangeVolume(volume_);
-  }
+  if (volume() == 0) onChangeVolume(volumeBeforeMute_);
 }
 
 void FFVideoPlayer::onToggleFullscreen(platform::Object* sender) {
@@ -283,6 +243,12 @@ int FFVideoPlayer::invalidImageBufferCount() {
 
 PlaybackStatistics FFVideoPlayer::statistics() {
   return engine_ ? engine_->statistics() : PlaybackStatistics{};
+}
+
+int FFVideoPlayer::volume() {
+  if (!listening_ || delegate_ == nullptr) return volume_;
+  const auto wide = std::clamp<std::int64_t>(delegate_->volume(), 0, kDelegateFullVolume);
+  return static_cast<int>((wide * kFullVolume + kDelegateFullVolume / 2) / kDelegateFullVolume);
 }
 
 int FFVideoPlayer::mediaType() { return engine_ ? int{engine_->info().type} : mediaType_; }

@@ -7,6 +7,7 @@
 
 #include "avcapture/Engine.h"
 #include "avcapture/KTVideoPlayer.h"
+#include "avcapture/PlayerContainerView.h"
 
 namespace avcapture {
 
@@ -21,14 +22,14 @@ class FFVideoPlayer final : public KTVideoPlayer {
   void detachListener(const platform::Object* sender);
   void stopSound();
 
-  void setPlayerFitMode(int mode) override { fitMode_ = mode; }
+  void setPlayerFitMode(int /*mode*/) override { superFrameSizeChanged(); }
   void setPlayerType(int type) override { listening_ = type == kPlayerTypeListener; }
   void setDelegate(KTVideoPlayerDelegate* delegate) override { delegate_ = delegate; }
   std::shared_ptr<AVURLAsset> movie() override { return movie_; }
   bool setMovie(const std::shared_ptr<AVURLAsset>& movie) override;
 
   std::shared_ptr<platform::View> containerView() override { return container_; }
-  std::shared_ptr<platform::View> renderView() override { return render_; }
+  std::shared_ptr<platform::View> renderView() override { return container_->picture(); }
   void attachToSuperView(platform::View* superview) override;
   void superFrameSizeChanged() override;
   void repositionPlayer(const platform::Value& argument) override;
@@ -48,9 +49,9 @@ class FFVideoPlayer final : public KTVideoPlayer {
   int invalidImageBufferCount() override;
   PlaybackStatistics statistics() override;
   bool notAllowPlayStaus() override { return playRefused_; }
-  int volume() override { return volume_; }
+  int volume() override;
   int mediaType() override;
-  void setMediaType(int type) override { mediaType_ = type; }
+  void setMediaType(int type) override;
   void setDuration(float seconds) override { listenerDuration_ = seconds; }
   void setNBRMode(bool on) override { nbrMode_ = on; }
 
@@ -58,11 +59,11 @@ class FFVideoPlayer final : public KTVideoPlayer {
   void deactive() override { active_ = false; }
   void roleChanged(bool presenter) override { presenter_ = presenter; }
   void willChangeFitMode() override;
-  void setFullscreen(const platform::Value& on) override { fullscreen_ = on.boolValue(); }
+  void setFullscreen(const platform::Value& on) override;
+  bool fullscreen() override { return placeholder_ != nullptr; }
   void showEmbedControlbar(const platform::Value& show) override;
-  void setStatusViewType(const platform::Value& code) override {
-    statusViewType_ = code.intValue();
-  }
+  bool controlbarShown() override { return container_->controlBar().shown(); }
+  void setStatusViewType(const platform::Value& code) override;
   int statusViewType() override { return statusViewType_; }
 
   void deliverLatestImageAgain() override;
@@ -73,7 +74,8 @@ class FFVideoPlayer final : public KTVideoPlayer {
   enum class State : std::uint8_t { kStopped, kPlaying, kPaused, kAtEnd, kDead };
 
   explicit FFVideoPlayer(const PlaybackOptions& options) : options_(options) {}
-  void makeViews();
+  void showStatus();
+  void fillWindow(platform::View& home);
   std::shared_ptr<Engine> openEngine(const std::string& path);
   void attachToEngine();
   void startPlaying(platform::Object* sender);
@@ -98,8 +100,9 @@ class FFVideoPlayer final : public KTVideoPlayer {
   // The rest is the main thread's.
   KTVideoPlayerDelegate* delegate_ = nullptr;  // not retained
   std::shared_ptr<AVURLAsset> movie_;
-  std::shared_ptr<platform::View> container_;
-  std::shared_ptr<platform::View> render_;
+  std::shared_ptr<PlayerContainerView> container_;
+  // While full-screen: stands where the container view was, and is to be again.
+  std::shared_ptr<platform::View> placeholder_;
   Listener listener_;
   std::uint32_t generation_ = 1;  // of the engine, since the last seek
   bool playRefused_ = false;
@@ -107,14 +110,10 @@ class FFVideoPlayer final : public KTVideoPlayer {
   int volumeBeforeMute_ = 100;
   int mediaType_ = kMediaTypeNone;
   std::atomic<float> listenerDuration_{0};
-  // Appearance, kept for whoever draws the view.
-  int fitMode_ = 0;
   int statusViewType_ = 0;
   bool nbrMode_ = false;
   bool active_ = false;
   bool presenter_ = true;
-  bool fullscreen_ = false;
-  bool controlbarShown_ = false;
 };
 
 }  // namespace avcapture

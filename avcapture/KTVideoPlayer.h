@@ -118,8 +118,11 @@ class AVCAPTURE_API KTVideoPlayer : public platform::Object {
   virtual void roleChanged(bool presenter) = 0;
   virtual void willChangeFitMode() = 0;
   virtual void setFullscreen(const platform::Value& on) = 0;
+  virtual bool fullscreen() { return false; }
   // nil hides it.
   virtual void showEmbedControlbar(const platform::Value& show) = 0;
+  virtual bool controlbarShown() { return false; }
+  // A code of avcapture/StatusText.h.
   virtual void setStatusViewType(const platform::Value& code) = 0;
   virtual int statusViewType() = 0;
 

@@ -227,6 +227,7 @@ void Delegate::renderMovie(bool rendered) {
 }
 void Delegate::volumeChange(platform::Object* /*sender*/, const platform::Value& volume) {
   calls.push_back("volume " + std::to_string(volume.intValue()));
+  elsewhereVolume = volume.intValue();
 }
 
 void PlayerTest::open(const std::string& path, PlaybackOptions options) {

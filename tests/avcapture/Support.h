@@ -75,6 +75,7 @@ class Delegate final : public KTVideoPlayerDelegate {
   bool embedded = false;
   bool playingElsewhere = false;
   std::int64_t elsewhereVolume = 0;
+  float position = 7.5F;
   std::function<void()> onRender;
 
   int count(const std::string& call) const;
@@ -92,7 +93,7 @@ class Delegate final : public KTVideoPlayerDelegate {
   float fps() override { return 12.5F; }
   bool isPlaying() override { return playingElsewhere; }
   bool pausedByUser() override { return !playingElsewhere; }
-  float currentTime() override { return 7.5F; }
+  float currentTime() override { return position; }
   float duration() override { return 60.0F; }
   platform::Size mediaSize() override { return {}; }
   std::int32_t mediaType() override { return 3; }
