@@ -4,72 +4,140 @@
 namespace contract {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr std::int32_t kOtherCode = 0xFE01;
 constexpr std::int32_t kLimitCode = 0xFE02;
 
-struct SessionRow {
-  const char* name;
-  unsigned long message;
+// What a state shows on either side, and what else tells it from the others.
+struct StateRow {
+  int state;
+  int source;  // status view code; 0: not entered on this side
+  int listener;
+};
+constexpr StateRow kStates[] = {{0, 103, 203}, {1, 103, 203}, {2, 4, 204},   {3, 103, 0},
+                                {4, 101, 0},   {5, 102, 0},   {6, 103, 203}, {7, 5, 1},
+                                {8, 4, 204},   {10, 7, 7},    {11, 8, 8},    {12, 9, 9}};
+
+constexpr int kStays = -1;
+enum Family { kSession, kChannel };
+struct TriggerRow {
+  Family family;
+  std::uint32_t message;  // session message, or channel status
   const std::int32_t* code;
-  bool recording;
-  int shownToSource;
-  int shownToListener;
-  bool tellsEverybody;  // a source, and the object hears nothing from then on
-  const char* line;
+  int to;
+  bool ends;  // a source tells everybody, and the object hears nothing from then on
+};
+constexpr TriggerRow kTriggers[] = {
+    {kSession, SESSION_MSG_JOIN_CONFIRM, nullptr, kStays, false},  // but see nextState
+    {kSession, SESSION_MSG_JOIN_FAILED, nullptr, 2, true},
+    {kSession, SESSION_MSG_JOIN_FAILED, &kOtherCode, 2, true},
+    {kSession, SESSION_MSG_JOIN_FAILED, &kLimitCode, 10, true},
+    {kSession, 2, nullptr, kStays, false},
+    {kSession, SESSION_MSG_LEFT, &kLimitCode, 12, true},
+    {kSession, SESSION_MSG_MAX_ATTENDEE_REACHED, nullptr, 10, false},
+    {kSession, SESSION_MSG_STOP_FOR_BANDWIDTH, nullptr, 11, false},
+    {kSession, 103, nullptr, kStays, false},
+    {kChannel, MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM, nullptr, 6, false},
+    {kChannel, 1, nullptr, kStays, false},
+    {kChannel, MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS, nullptr, 7, false},
+    {kChannel, MM_MEDIA_STREAMING_CHANNEL_STATUS_REGISTER_FAILED, nullptr, 8, false},
+    {kChannel, 4, nullptr, kStays, false},
 };
 
-TEST_F(ContractTest, SessionMessagesMoveTheStateAndEndTheObjectsEars) {
-  const SessionRow rows[] = {
-      {"failed", 1, nullptr, false, 4, 204, true, ""},
-      {"failed otherwise", 1, &kOtherCode, false, 4, 204, true, ""},
-      {"limit", 1, &kLimitCode, false, 7, 7, true, "W reach max limit!"},
-      {"limit in a recording", 1, &kLimitCode, true, 4, 1, true, ""},
-      {"left", 3, &kLimitCode, false, 9, 9, true, ""},
-      {"attendee limit", 100, nullptr, false, 7, 7, false,
-       "I Reive max attendee reach request. just stop current media stream!"},
-      {"bandwidth", 101, nullptr, false, 8, 8, false,
-       "I svc request stop svs for network bandwidth. just stop current media "
-       "stream!"},
-      {"unknown", 2, nullptr, false, 103, 203, false, ""},
-      {"unknown, too", 103, nullptr, false, 103, 203, false, ""},
-  };
-  for (const SessionRow& row : rows) {
-    for (const bool source : {true, false}) {
-      SCOPED_TRACE(std::string(row.name) + (source ? " source" : " listener"));
-      host.liveMeeting = !row.recording;
-      host.role = UCF_ROLE_PRESENTER;
-      host.runtimeMode = source ? 0 : UCF_RUNTIME_MODE_LISTENER;
-      create();
-      activate();
-      forget();
-      std::int32_t code = row.code ? *row.code : 0;
-      session(row.message, row.code ? &code : nullptr);
-      if (source || !row.recording) {
-        EXPECT_EQ(shown(), source && row.recording ? 1
-                           : source                ? row.shownToSource
-                                                   : row.shownToListener);
-      }
-      EXPECT_EQ(count(host.take(), "to all 0800000003000000"),
-                source && row.tellsEverybody ? 1 : 0);
-      const Lines trace = takeTraceLines();
-      if (*row.line != '\0') {
-        EXPECT_THAT(trace, Contains(row.line));
-      }
-      EXPECT_EQ(count(trace, "reach max limit!"), std::string(row.name) == "limit" ? 1 : 0);
-
-      route(2, 77, nullptr);
-      const Lines after = takeTraceLines();
-      EXPECT_EQ(count(after, "unkown message , msg = 77"), row.tellsEverybody ? 0 : 1);
-      EXPECT_EQ(count(after, "m_bIgoreAllMessage = TRUE, just ignore all message"),
-                row.tellsEverybody ? 1 : 0);
-      release();
-      advance(1.0);
+class ChannelStates : public ContractTest {
+ protected:
+  void make(bool source) {
+    host.runtimeMode = source ? 0 : UCF_RUNTIME_MODE_LISTENER;
+    create();
+    activate();
+  }
+  void enter(int state) {
+    switch (state) {
+      case 1:  // a source's first confirmation only arms its countdown
+      case 5:
+        session(SESSION_MSG_JOIN_CONFIRM);
+        session(SESSION_MSG_JOIN_CONFIRM);
+        if (state == 5) {
+          EXPECT_EQ(notify(1, static_cast<unsigned long>(-2012L)), -2012);
+        }
+        break;
+      case 3:
+      case 4:
+        view()->accepts = state == 3;
+        startSource();
+        break;
+      case 6:
+      case 7:
+      case 8:
+        channelStatus(state == 6 ? 0 : static_cast<std::uint32_t>(state) - 5);
+        break;
+      case 10:
+      case 11:
+        session(static_cast<unsigned long>(state) + 90);
+        break;
+      default:
+        break;
     }
   }
+  void pull(const TriggerRow& trigger) {
+    std::int32_t code = trigger.code ? *trigger.code : 0;
+    trigger.family == kChannel ? channelStatus(trigger.message)
+                               : session(trigger.message, trigger.code ? &code : nullptr);
+  }
+  static int nextState(const TriggerRow& trigger, int from, bool source) {
+    if (trigger.family == kSession && trigger.message == SESSION_MSG_JOIN_CONFIRM) {
+      return from == 0 && !source ? 1 : from;  // a source's countdown goes back to 0
+    }
+    return trigger.to == kStays || (trigger.to == 8 && from == 7) ? from : trigger.to;
+  }
+  // Leaves the object in some other state.
+  void expectState(int state, bool source, bool deaf) {
+    const auto* const row = std::ranges::find(kStates, state, &StateRow::state);
+    EXPECT_EQ(shown(), source ? row->source : row->listener);
+    forget();
+    view()->delegate->onPause(nullptr);
+    EXPECT_EQ(count(host.take(), "status "), state == 6 || state == 7 ? 1 : 0) << "sent at once";
+    session(SESSION_MSG_JOIN_CONFIRM);
+    EXPECT_EQ(view()->takeCalls().empty(), state != 0 || deaf) << "acts on a confirmed join";
+  }
+};
+
+TEST_F(ChannelStates, FollowTheTable) {
+  for (const StateRow& from : kStates) {
+    for (const bool source : {true, false}) {
+      if ((source ? from.source : from.listener) == 0 || from.state == 2 || from.state == 12) {
+        continue;  // those two are deaf
+      }
+      for (const TriggerRow& trigger : kTriggers) {
+        SCOPED_TRACE(testing::Message()
+                     << "state " << from.state << " family " << trigger.family << " message "
+                     << trigger.message << " code " << (trigger.code ? *trigger.code : 0)
+                     << " source " << source);
+        make(source);
+        enter(from.state);
+        forget();
+        pull(trigger);
+        const Lines lines = host.take();
+        EXPECT_EQ(count(lines, "to all 0800000003000000"), source && trigger.ends ? 1 : 0);
+        const bool reconnect = trigger.family == kChannel && trigger.message == 0 &&
+                               (from.state == 7 || from.state == 8);
+        EXPECT_EQ(count(lines, "request 0"), reconnect && !source ? 1 : 0);
+        expectState(nextState(trigger, from.state, source), source, trigger.ends);
+        release();
+        advance(1.0);
+      }
+    }
+  }
+}
+
+TEST_F(ChannelStates, ARecordingHasNoLimitOfAttendees) {
+  host.liveMeeting = false;
+  make(false);
+  forget();
+  pull(kTriggers[3]);
+  EXPECT_THAT(view()->takeCalls(), ElementsAre("setStatusViewType 1")) << "failed, nothing more";
 }
 
 TEST_F(ContractTest, ADeafObjectStillHearsThatTheSessionIsOver) {
@@ -80,7 +148,6 @@ TEST_F(ContractTest, ADeafObjectStillHearsThatTheSessionIsOver) {
   forget();
   session(SESSION_MSG_LEFT);
   EXPECT_THAT(view()->takeCalls(), ElementsAre("onStart", "setStatusViewType 9"));
-  EXPECT_EQ(count(takeTraceLines(), "type = 0, uMsg = 3, this = 0x"), 1);
 }
 
 TEST_F(ContractTest, StartPlayIsPassedOnToAPlayerThatWasRefused) {
@@ -107,68 +174,6 @@ TEST_F(ContractTest, AnAgendaDocumentDropsMessagesSilently) {
               testing::Each(testing::HasSubstr("CMovaraApp::RouteMessage, type")));
 }
 
-TEST_F(ContractTest, ChannelStatusFollowsItsTable) {
-  constexpr const char* kFailed = "SVS_REGISTERCHANNEL_FAILED back, this = 0x";
-  constexpr const char* kJoined = "CHANNEL_STATUS_JOIN_SUCCESS back, this = 0x";
-  constexpr const char* kCreated = "CHANNEL_STATUS_CREATE_CONFIRM back, this = 0x";
-  constexpr const char* kAgain = "CREATE_CONFIRM back, it is a reconnect action, this = 0x";
-  constexpr const char* kNone = nullptr;
-  struct Row {
-    std::vector<std::uint32_t> before;  // channel statuses, 100: the attendee limit
-    std::uint32_t status;
-    int shownToSource;
-    int shownToListener;
-    std::vector<const char*> lines;
-  };
-  const Row rows[] = {
-      {{}, 0, 103, 203, {kCreated}},
-      {{}, 2, 5, 1, {kJoined}},
-      {{}, 3, 4, 204, {kFailed}},
-      {{}, 1, 103, 203, {kNone}},
-      {{}, 4, 103, 203, {kNone}},
-      {{0}, 0, 103, 203, {kCreated}},
-      {{0}, 2, 5, 1, {kJoined}},
-      {{0}, 3, 4, 204, {kFailed}},
-      {{2}, 0, 103, 203, {kCreated, kAgain}},
-      {{2}, 2, 5, 1, {kNone}},
-      {{2}, 3, 5, 1, {kNone}},
-      {{3}, 0, 103, 203, {kCreated, kAgain}},
-      {{3}, 2, 5, 1, {kJoined}},
-      {{3}, 3, 4, 204, {kFailed}},
-      {{100}, 0, 103, 203, {kCreated}},
-      {{100}, 2, 5, 1, {kJoined}},
-  };
-  for (const Row& row : rows) {
-    for (const bool source : {true, false}) {
-      SCOPED_TRACE(testing::PrintToString(row.before) + " then " + std::to_string(row.status) +
-                   (source ? " source" : " listener"));
-      host.runtimeMode = source ? 0 : UCF_RUNTIME_MODE_LISTENER;
-      create();
-      activate();
-      for (const std::uint32_t earlier : row.before) {
-        earlier == 100 ? session(earlier) : channelStatus(earlier);
-      }
-      forget();
-      channelStatus(row.status);
-      EXPECT_EQ(shown(), source ? row.shownToSource : row.shownToListener);
-      const Lines trace = takeTraceLines();
-      EXPECT_EQ(count(trace, "Curent chanel status is = " + std::to_string(row.status)), 1);
-      std::ptrdiff_t reports = 0;
-      for (const char* line : row.lines) {
-        if (line) {
-          ++reports;
-          EXPECT_EQ(count(trace, line), 1) << line;
-        }
-      }
-      EXPECT_EQ(count(trace, "CMovaraApp::handleMediaStreamMessage,"), reports);
-      const bool reconnect = reports == 2;
-      EXPECT_EQ(count(host.take(), "request 0"), reconnect && !source ? 1 : 0);
-      release();
-      advance(1.0);
-    }
-  }
-}
-
 TEST_F(ContractTest, StatusMessagesAboutThePresenterReachAListenersPlayer) {
   createListener();
   activate();
@@ -181,7 +186,6 @@ TEST_F(ContractTest, StatusMessagesAboutThePresenterReachAListenersPlayer) {
   quality.fFps = 12.5F;
   status(MM_MEDIASTREAMING_MSSTATUS_VIDEOQUALITY_INDICATE, quality);
   EXPECT_EQ(answers->fps(), 12.5F);
-  EXPECT_EQ(count(takeTraceLines(), "current video quality = -3, fps = 12.500000, this = 0x"), 1);
 
   const std::pair<std::uint64_t, float> positions[] = {
       {12345, 12.345F}, {0, 0.0F}, {90000, 90.0F}, {90001, 90.0F}, {~std::uint64_t{0}, 90.0F}};
@@ -191,30 +195,17 @@ TEST_F(ContractTest, StatusMessagesAboutThePresenterReachAListenersPlayer) {
     status(MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION, position);
     EXPECT_EQ(answers->currentTime(), seconds);
   }
-  EXPECT_THAT(takeTraceLines(), IsEmpty());
 
   // View code after 0.2 seconds.
-  const std::tuple<std::uint32_t, int, const char*> states[] = {
-      {0, 1, "MM_MEDIA_STREAMING_PLYASTATUS_PLAYING"},
-      {1, 201, "MM_MEDIA_STREAMING_PLYASTATUS_PAUSE"},
-      {2, 202, "MM_MEDIA_STREAMING_PLYASTATUS_REBUFFER"},
-      {3, 1, "MM_MEDIA_STREAMING_PLYASTATUS_STOP"},
-      {4, 205, "MM_MEDIA_STREAMING_PLYASTATUS_PROVIDER_CRASH"},
-      {5, 206, "SVS_REST_MOVIE_INVALID"}};
-  for (const auto& [value, code, name] : states) {
+  const std::pair<std::uint32_t, int> states[] = {{0, 1},   {1, 201}, {2, 202}, {3, 1},
+                                                  {4, 205}, {5, 206}, {6, 206}};
+  for (const auto& [value, code] : states) {
     tagMSPlayStatus play{};
     play.dwPlayStatus = value;
     status(MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_STATUS, play);
     advance(0.2);
-    EXPECT_EQ(shown(), code) << name;
-    EXPECT_EQ(count(takeTraceLines(), std::string("Receive ") + name + ", docid = 42, this = 0x"),
-              1);
+    EXPECT_EQ(shown(), code) << value;
   }
-  tagMSPlayStatus beyond{};
-  beyond.dwPlayStatus = 6;
-  status(MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_STATUS, beyond);
-  advance(0.2);
-  EXPECT_EQ(shown(), 206);
 
   tagMSVideoInfo info{};
   info.wWidth = 640;
@@ -229,9 +220,6 @@ TEST_F(ContractTest, StatusMessagesAboutThePresenterReachAListenersPlayer) {
   info.wWidth = 1;
   status(MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION, info);
   EXPECT_EQ(answers->mediaSize(), (platform::Size{640, 360}));
-  EXPECT_EQ(
-      count(takeTraceLines(), "docid = 42 Attendee receive vide info Width(640), Height(360), "),
-      2);
 }
 
 TEST_F(ContractTest, StatusMessagesAboutAnotherStreamAreNotActedOn) {
@@ -247,10 +235,6 @@ TEST_F(ContractTest, StatusMessagesAboutAnotherStreamAreNotActedOn) {
   }
   advance(0.2);
   EXPECT_THAT(view()->takeCalls(), IsEmpty());
-  const Lines trace = takeTraceLines();
-  EXPECT_EQ(count(trace, "_VIDEOQUALITY_INDICATE, not my message, this = 0x"), 1);
-  EXPECT_EQ(count(trace, "_CURRENT_PLAY_STATUS, not my message, this = 0x"), 1);
-  EXPECT_EQ(trace.size(), 6) << "four messages but the position are logged on arrival";
 }
 
 TEST_F(ContractTest, EveryMessageMayComeWithoutAPayload) {
@@ -272,8 +256,6 @@ TEST_F(ContractTest, EveryMessageMayComeWithoutAPayload) {
                 295);
       EXPECT_EQ(count(trace, "current vdQuality = NULL"), source ? 0 : 1);
       EXPECT_EQ(count(trace, "current playStatus = NULL, this = 0x"), source ? 0 : 1);
-      EXPECT_EQ(count(trace, "W pChannelStatus is NULL, this = 0x"), 1);
-      EXPECT_EQ(count(trace, "VIDEO_INFORMATION, info = NULL, this = 0x"), 1);
       EXPECT_THAT(host.take(), IsEmpty());
       for (const unsigned long type : {1UL, 3UL, 100UL, 0UL}) {
         for (unsigned long message = 0; message <= 300; ++message) {

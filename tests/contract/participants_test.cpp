@@ -59,9 +59,13 @@ TEST_F(ContractTest, NewsOfAFailedJoinCountsForAttendees) {
       auto record = commandRecord(8, command, 8);
       runtime->OnCommandData(record.data(), 8, 0, 0);
     }
+    for (std::uint32_t bytes = 0; bytes <= 12; ++bytes) {
+      auto record = commandRecord(bytes < 8 ? bytes : bytes + 1, SVS_JOINSESSION_FAILED_CMD, bytes);
+      runtime->OnCommandData(record.data(), bytes, 0, 0);
+    }
     EXPECT_EQ(shown(), 203);
-    auto record = commandRecord(8, SVS_JOINSESSION_FAILED_CMD, 8);
-    runtime->OnCommandData(record.data(), 8, 0, 0);
+    auto record = commandRecord(12, SVS_JOINSESSION_FAILED_CMD, 12);  // what follows is not read
+    runtime->OnCommandData(record.data(), 12, 0, 0);
     EXPECT_EQ(shown(), (role & 2) != 0 ? 204 : 203) << role;
     release();
   }
@@ -77,7 +81,6 @@ TEST_F(ContractTest, NewsThatCannotBeSentAreDropped) {
   host.throwsOnSend = true;
   session(SESSION_MSG_LEFT);
   EXPECT_THAT(host.take(), ElementsAre("to all 0800000003000000"));
-  EXPECT_EQ(count(takeTraceLines(), "W CMainWnd::Send(int 3, ...) exceptional"), 1);
 }
 
 TEST_F(ContractTest, AListenerRegistersWithThePresentersMediaInfo) {
@@ -86,7 +89,6 @@ TEST_F(ContractTest, AListenerRegistersWithThePresentersMediaInfo) {
   forget();
   mediaInfo({90700, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO, 3});
   EXPECT_THAT(host.take(), IsEmpty()) << "held";
-  EXPECT_EQ(count(takeTraceLines(), "Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE"), 1);
   EXPECT_THAT(view()->takeCalls(), ElementsAre("setMediaType 3", "setDuration 90"));
   EXPECT_EQ(view()->delegate->duration(), 90.0F);
   mediaInfo({1000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO, 1});
@@ -98,8 +100,6 @@ TEST_F(ContractTest, AListenerRegistersWithThePresentersMediaInfo) {
   EXPECT_THAT(host.take(), ElementsAre("status 3 0", "render 130 view"));
   channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
   EXPECT_THAT(host.take(), ElementsAre("status 3 0", "update render 4 2 view"));
-
-  // The platform creates the channel again: the listener asks, and registers at once.
   channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
   EXPECT_THAT(host.take(), ElementsAre("request 0"));
   mediaInfo({-1500, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO, 1});
@@ -127,15 +127,6 @@ TEST_F(ContractTest, ParameterDataOfWrongLengthOrIdIsIgnored) {
   EXPECT_EQ(count(takeTraceLines(), "listen register info to buffer, this = 0x"), 1);
 }
 
-TEST_F(ContractTest, ASourceRefusesMediaInfo) {
-  create();
-  activate();
-  forget();
-  mediaInfo({90000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO, 1});
-  EXPECT_THAT(takeTraceLines(), ElementsAre("W Listener should not receive this message"));
-  EXPECT_THAT(view()->takeCalls(), IsEmpty());
-}
-
 TEST_F(ContractTest, AListenersVolumeAndTheClientsVideoSizeArePassedOn) {
   createListener();
   activate();
@@ -143,7 +134,6 @@ TEST_F(ContractTest, AListenersVolumeAndTheClientsVideoSizeArePassedOn) {
   forget();
   view()->delegate->volumeChange(nullptr, 200);
   EXPECT_THAT(host.take(), ElementsAre("volume 200"));
-  EXPECT_EQ(count(takeTraceLines(), "Volume changed, tell mmp session current volume = 200"), 1);
 
   using platform::Dictionary;
   using platform::Value;

@@ -33,12 +33,6 @@ TEST_F(ContractTest, APresenterStartsStepByStep) {
   EXPECT_THAT(host.take(),
               ElementsAre("query 1 0", "publish 0 905f01000300000003000000", "register 90000 3"));
   ASSERT_TRUE(view()->asset);
-  const Lines trace = takeTraceLines();
-  EXPECT_EQ(count(trace, "CMovaraApp::RenderFileName, file = /m/talk.mov, this = 0x"), 1);
-  EXPECT_EQ(count(trace,
-                  "tell other participants , current media duration = 90000, mediaContent "
-                  "= 3, this = 0x"),
-            1);
   ticks(10);
   EXPECT_THAT(host.take(), IsEmpty()) << "the countdown is over";
 
@@ -109,12 +103,16 @@ TEST_F(ContractTest, ThePresentersActionsReachThePlatform) {
 
   EXPECT_TRUE(player->allow2Play());
   EXPECT_THAT(host.take(), ElementsAre("query 10000 1"));
-  EXPECT_EQ(count(takeTraceLines(), "Query Allow to play, result is[1]!"), 1);
-  host.answerQuery = [](tagQuery& query) {
-    query.dwResult = query.dwStatus = 0;
-    return UCFResult{1};
-  };
-  EXPECT_FALSE(player->allow2Play());
+  for (const std::uint64_t status : {0ULL, 1ULL << 32U}) {
+    for (const std::uint64_t result : {0ULL, 1ULL << 32U}) {
+      host.answerQuery = [&](tagQuery& query) {
+        query.dwStatus = status;
+        query.dwResult = result;
+        return UCFResult{1};
+      };
+      EXPECT_EQ(player->allow2Play(), status != 0 || result != 0) << "forbidden by both words";
+    }
+  }
 }
 
 struct OpenRow {
@@ -168,10 +166,6 @@ TEST_F(ContractTest, AMovieThatIsOpenAlreadyIsReportedAgainNotOpenedAgain) {
   ticks(4);
   EXPECT_THAT(host.take(), ElementsAre("query 1 0", "register 90 3",
                                        "publish 0 905f01000300000003000000", "register 90000 3"));
-  EXPECT_EQ(count(takeTraceLines(),
-                  "CMovaraApp::RenderFileName, it seems failover , movie is "
-                  "opened, dont need open it again"),
-            1);
 }
 
 // The moments at which a host may let go of an object that is opening its file.

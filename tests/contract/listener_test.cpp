@@ -1,0 +1,197 @@
+// An attendee's way to the stream, whatever comes first.
+#include "tests/contract/ContractFixture.h"
+
+namespace contract {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr tagStmMediaInfo kInfo{90000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO, 3};
+
+class ListenerTest : public ContractTest {
+ protected:
+  // A: first activation, J: join confirmed, P: parameter data, C: channel created, S: joined.
+  void happen(char event) {
+    switch (event) {
+      case 'A':
+        activate();
+        break;
+      case 'J':
+        session(SESSION_MSG_JOIN_CONFIRM);
+        break;
+      case 'P':
+        mediaInfo(kInfo);
+        break;
+      case 'C':
+        channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+        break;
+      default:
+        channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+    }
+  }
+  // Each event with what it sends to the platform: r register, s status "active", v render view
+  // attached, u render view updated.
+  std::string storyOf(const std::string& events) {
+    std::string story;
+    for (const char event : events) {
+      host.take();
+      happen(event);
+      story += event;
+      for (const std::string& line : host.take()) {
+        story += letterOf(line);
+      }
+      story += ' ';
+    }
+    return story;
+  }
+
+ private:
+  static std::string letterOf(const std::string& line) {
+    static const std::map<std::string, std::string> letters = {{"register 90 3", "r"},
+                                                               {"status 3 0", "s"},
+                                                               {"render 130 view", "v"},
+                                                               {"update render 4 2 view", "u"}};
+    const auto known = letters.find(line);
+    const bool other = line.starts_with("query") || line.starts_with("item") ||
+                       line.starts_with("request") || line.starts_with("to ");
+    return known != letters.end() ? known->second : other ? "" : line;
+  }
+};
+
+// The first activation sets the state back, so what it finds waiting goes on waiting; a view is
+// attached only by parameter data that finds the player active.
+TEST_F(ListenerTest, RegistersOnceInEachOrderOfEvents) {
+  for (const std::string story :
+       {"A Cs J Prsv Su ",  "A Cs Prsv J Su ", "A J Cs Prsv Su ",   "A J P Crsv Ssu ",
+        "A P Crsv J Ssu ",  "A P Jr Csv Ssu ", "C A J P Ssrsvu ",   "C A P Jr Sssvu ",
+        "C J A P Ssrsvu ",  "C J Pr A Ssu ",   "C Pr A J Ssu ",     "C Pr J A Ssu ",
+        "J A Cs Prsv Su ",  "J A P Crsv Ssu ", "J C A P Ssrsvu ",   "J C Pr A Ssu ",
+        "J P A Crs Su ",    "J P Cr A Ssu ",   "P A Crs J Su ",     "P A Jr Cs Su ",
+        "P Cr A J Ssu ",    "P Cr J A Ssu ",   "P Jr A Cs Su ",     "P Jr C A Ssu ",
+        "A Ssu C Prsv Su ", "S A P Crsv Ssu ", "A P Ssrsvu J C Su "}) {
+    std::string events;
+    std::ranges::copy_if(story, std::back_inserter(events),
+                         [](char letter) { return std::isupper(letter) != 0; });
+    createListener();
+    EXPECT_EQ(storyOf(events), story);
+    EXPECT_EQ(shown(), 1);
+    release();
+    advance(1.0);
+  }
+}
+
+TEST_F(ListenerTest, FirstActivationTakesOverThePresentStatusOfTheChannel) {
+  struct Row {
+    UCFResult answer;
+    std::uint32_t status;
+    int shown;
+    Lines told;  // when a second join follows
+  };
+  const Lines kLater = {"status 3 0", "update render 4 2 view"};
+  for (const Row& row : {Row{1, 0, 203, {"update render 4 2 view"}}, Row{1, 1, 203, kLater},
+                         Row{1, 2, 1, {}}, Row{1, 3, 204, kLater}, Row{0, 2, 203, kLater}}) {
+    for (const UCFCtx context : {kEmbedded, kOutside}) {
+      SCOPED_TRACE(testing::Message() << row.status << " context " << context);
+      host.answerQuery = [&row](tagQuery& query) {
+        query.dwChannelStatus = row.status;
+        return row.answer;
+      };
+      createListener(context);
+      activate();
+      EXPECT_EQ(shown(), row.shown);
+      EXPECT_EQ(count(host.take(), "update render 4 2 view"),
+                row.shown == 1 && context == kEmbedded ? 1 : 0)
+          << "told once, when there is a view";
+      channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+      Lines told = row.told;
+      if (context == kOutside) {
+        std::erase(told, "update render 4 2 view");
+      }
+      EXPECT_EQ(host.take(), told);
+      release();
+      advance(1.0);
+    }
+  }
+}
+
+TEST_F(ListenerTest, ParameterDataThatFindsThePlayerInactiveAttachesNothing) {
+  createListener();
+  host.within = [this](const std::string& line) {
+    if (line == "request 0") {  // as a host that answers at once
+      mediaInfo(kInfo);
+    }
+  };
+  host.take();
+  activate();
+  host.within = nullptr;
+  EXPECT_THAT(host.take(),
+              ElementsAre("query 1 0", "query 0 42", "item 800=0", "request 0", "status 4 0",
+                          "request 1", "to 9 1000000002000000050000000a0b0c0d", "query 1 0"));
+  happen('C');
+  EXPECT_THAT(host.take(), ElementsAre("register 90 3", "status 3 0"));
+  object->DestroyActiveUI();
+  host.take();
+  object->CreateActiveUI(parent.get(), &rect);
+  EXPECT_THAT(host.take(), ElementsAre("render 130 view", "item 800=0", "status 3 0", "query 1 0"));
+}
+
+TEST_F(ListenerTest, ReconnectsFromAJoinedAndFromAFailedChannel) {
+  createListener();
+  for (const char event : std::string("APCS")) {
+    happen(event);
+  }
+  host.within = [this](const std::string& line) {
+    if (line == "request 0") {
+      mediaInfo({60000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO, 1});
+    }
+  };
+  for (const bool failed : {false, true}) {
+    if (failed) {
+      channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+      channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_REGISTER_FAILED);
+    }
+    host.take();
+    happen('C');
+    // Answered before the channel is pending again: held, and sent with the flush.
+    EXPECT_THAT(host.take(), failed ? ElementsAre("request 0", "register 60 1", "status 3 0")
+                                    : ElementsAre("request 0", "status 3 0", "register 60 1"));
+    happen('S');
+  }
+  EXPECT_EQ(view()->delegate->duration(), 60.0F);
+  EXPECT_EQ(shown(), 2) << "sound only now";
+}
+
+TEST_F(ListenerTest, ActivatedAfterARefusalItStaysDeaf) {
+  createListener();
+  session(SESSION_MSG_JOIN_FAILED);
+  activate();
+  EXPECT_EQ(shown(), 203) << "the activation sets the state back";
+  host.take();
+  for (const char event : std::string("JPCS")) {
+    happen(event);
+  }
+  EXPECT_EQ(shown(), 203);
+  EXPECT_THAT(host.take(), IsEmpty()) << "parameter data is heard, its request held";
+  session(SESSION_MSG_LEFT);
+  EXPECT_EQ(shown(), 9);
+}
+
+TEST_F(ListenerTest, ARecordingIsActivatedAgainWithoutAChannel) {
+  host.liveMeeting = false;
+  createListener();
+  activate();
+  object->DestroyActiveUI();
+  forget();
+  object->CreateActiveUI(parent.get(), &rect);
+  EXPECT_THAT(host.take(), ElementsAre("render 130 view", "item 800=0", "status 3 0",
+                                       "update render 4 2 view", "query 1 0"));
+  EXPECT_THAT(view()->takeCalls(), testing::Not(testing::Contains("setNBRMode 1")));
+  mediaInfo(kInfo);
+  EXPECT_THAT(host.take(), ElementsAre("status 3 0")) << "joined: its registration waits";
+  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+  EXPECT_THAT(host.take(), IsEmpty()) << "joined already";
+}
+
+}  // namespace
+}  // namespace contract
