@@ -5,6 +5,7 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 
+#include <array>
 #include <memory>
 
 #include "avcapture/Keys.h"
@@ -161,6 +162,12 @@ class ContractTest : public testing::Test {
   static std::shared_ptr<avcapture::AVStreamDataListener> streamListener() {
     return FakeFramework::session->params.get(avcapture::kAVStreamListenerKey)
         .objectAs<avcapture::AVStreamDataListener>();
+  }
+  // A small picture, as a delivery thread brings it.
+  static void frame(std::uint32_t milliseconds,
+                    const std::shared_ptr<avcapture::AVStreamDataListener>& to = streamListener()) {
+    std::array<std::uint8_t, std::size_t{8} * 2 * 3> pixels{};
+    to->newImageArrive(pixels.data(), 8, 2, milliseconds);
   }
   static FakeVideoPlayer* view() { return FakeFramework::view.get(); }
   static int shown() { return view()->statusViewType(); }

@@ -48,7 +48,7 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
   std::map<std::uint32_t, std::string> properties = {{UCF_PROPERTY_FILE_PATH, "/m/talk.mov"}};
   std::map<std::uint32_t, tagUCFVariant> shared;
   std::function<UCFResult(tagQuery&)> answerQuery = [](tagQuery&) { return UCF_OK; };
-  // Runs within each call, after its line was kept.
+  // Runs within each call, after its line was kept; questions that leave no line come with "".
   std::function<void(const std::string& line)> within;
 
   std::atomic<int> samples{0};
@@ -97,7 +97,7 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
   }
 
   // Runtime.
-  std::uint32_t CanSend() override { return canSend ? 1 : 0; }
+  std::uint32_t CanSend() override { return asked(canSend ? 1U : 0U); }
   std::uint32_t GetRuntimeMode() override { return runtimeMode; }
   UCFResult SendDataToAll(void* data, std::uint32_t length, std::uint32_t reserved) override {
     say("to all " + hex(data, length) + (reserved != 0 ? " reserved" : ""));
@@ -115,7 +115,7 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
   }
   std::uint32_t RequestParameterData(std::int32_t id) override {
     if (id == UCF_QUERY_OWN_DOCUMENT) {
-      return ownDocument ? 1 : 0;
+      return asked(ownDocument ? 1U : 0U);
     }
     if (id == UCF_QUERY_LIVE_MEETING) {
       return liveMeeting ? 1 : 0;
@@ -123,14 +123,14 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
     say("request " + std::to_string(id));
     return 0;
   }
-  std::uint32_t GetCurrentRole() override { return role; }
+  std::uint32_t GetCurrentRole() override { return asked(role); }
   UCFResult GetOwnIdentity(void* out) override {
     std::memcpy(out, "\x05\x00\x00\x00\x0a\x0b\x0c\x0d", 8);
-    return UCF_OK;
+    return asked(UCF_OK);
   }
   UCFResult GetPresenterUserId(std::uint32_t* out) override {
     *out = 9;
-    return UCF_OK;
+    return asked(UCF_OK);
   }
   UCFResult SetItemState(std::uint32_t item, std::uint32_t state, std::uint32_t reserved) override {
     say("item " + std::to_string(item) + "=" + std::to_string(state) +
@@ -210,6 +210,13 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
     }
   }
 
+  template <class Answer>
+  Answer asked(Answer answer) {
+    if (within) {
+      within("");
+    }
+    return answer;
+  }
   UCFResult send() const {
     if (throwsOnSend) {
       throw std::runtime_error("line is down");

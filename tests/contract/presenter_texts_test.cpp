@@ -14,13 +14,13 @@ class PresenterTexts : public TextsTest {
     create();
     activate();
   }
-  // A frame or a block of sound, on the thread that the test runs on.
-  void frame(std::uint32_t milliseconds) {
-    streamListener()->newImageArrive(pixels_.data(), 8, 2, milliseconds);
+  static void picture(std::uint32_t milliseconds) {
+    frame(milliseconds);
     platform::RunLoop::main().runReady();
   }
-  void sound() {
-    avcapture::AudioBufferList list{1, {{2, 8, pixels_.data()}}};
+  static void sound() {
+    std::array<std::uint8_t, 8> bytes{};
+    avcapture::AudioBufferList list{1, {{2, bytes.size(), bytes.data()}}};
     avcapture::AudioStreamBasicDescription format{44'100.0, 0, 0, 4, 1, 4, 2, 16, 0};
     streamListener()->newAudioFramesArrive(nullptr, &list, 2, &format, 0);
   }
@@ -28,16 +28,13 @@ class PresenterTexts : public TextsTest {
   void play() {
     present();
     view()->playing = true;
-    frame(0);
+    picture(0);
   }
   void still(std::uint32_t milliseconds) {
     view()->playing = false;
     view()->position = 1.5F;
-    frame(milliseconds);
+    picture(milliseconds);
   }
-
- private:
-  std::vector<std::uint8_t> pixels_ = std::vector<std::uint8_t>(std::size_t{8} * 2 * 3);
 };
 
 TEST_F(PresenterTexts, FromCreationToAJoinedChannel) {
@@ -125,7 +122,7 @@ TEST_F(PresenterTexts, OfTheRunningStream) {
          startSource();
          view()->playing = true;
        },
-       [this] { frame(0); },
+       [this] { picture(0); },
        {"I Total send 1 video current video is palying",
         "I SetSourceMediaFormat to buffer, this = 0xMANAGER ", kFormatTold}},
       {"first frame and sound",
@@ -134,7 +131,7 @@ TEST_F(PresenterTexts, OfTheRunningStream) {
          view()->playing = true;
        },
        [this] {
-         frame(0);
+         picture(0);
          sound();
          sound();
        },
@@ -146,7 +143,7 @@ TEST_F(PresenterTexts, OfTheRunningStream) {
        [this] { play(); },
        [this] {
          view()->frameRate = 0.0;
-         frame(40);
+         picture(40);
        },
        {"W fps = 0, reset myVideoFormat.wFrameRate = 25",
         "W deliverVideoFormatOnMainThread already send out video format"}},
@@ -154,7 +151,7 @@ TEST_F(PresenterTexts, OfTheRunningStream) {
        [this] {
          play();
          for (std::uint32_t time = 1; time < 200; ++time) {
-           frame(time);
+           picture(time);
          }
        },
        [this] {

@@ -30,6 +30,7 @@ class FakeVideoPlayer final : public avcapture::KTVideoPlayer {
   bool accepts = true;
   bool refusedToPlay = false;
   std::function<void()> whileOpening;
+  std::function<void()> whileShowing;
   std::function<void()> whileDying;
   avcapture::KTVideoPlayerDelegate* delegate = nullptr;
   std::shared_ptr<avcapture::AVURLAsset> asset;
@@ -90,6 +91,7 @@ class FakeVideoPlayer final : public avcapture::KTVideoPlayer {
   void setStatusViewType(const Value& code) override {
     say("setStatusViewType", code);
     shown_ = code.intValue();
+    if (whileShowing) whileShowing();
   }
   int statusViewType() override { return shown_; }
   void deliverLatestImageAgain() override { say("deliverLatestImageAgain"); }
