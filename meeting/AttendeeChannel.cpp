@@ -60,6 +60,7 @@ UCFResult AttendeeChannel::registerListener(const tagMSRegisterInfo& info) {
 UCFResult AttendeeChannel::unregister(const tagMSUnRegisterInfo& info) {
   if (!isOurs(info.head) || info.eChannelType != MM_MEDIASTREAMING_CHANNEL_LISTENER) return 0;
   stream_->leave(*this);
+  show_.clear();
   return 1;
 }
 
@@ -133,8 +134,8 @@ AttendeeStatistics AttendeeChannel::statistics() const {
           .fps = fps_,
           .volume = sound_.volume(),
           .muted = sound_.muted(),
-          .pictureWidth = pictures.width,
-          .pictureHeight = pictures.height,
+          .pictureWidth = pictures.size.width,
+          .pictureHeight = pictures.size.height,
           .rebuffering = flow_.isDry()};
 }
 

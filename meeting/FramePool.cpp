@@ -1,19 +1,26 @@
 #include "meeting/FramePool.h"
 
+#include <algorithm>
 #include <cstring>
 #include <mutex>
+#include <vector>
 
 namespace meeting {
 
 namespace {
 // Scalers read, and write, in whole vectors: room behind the last row.
 constexpr std::size_t kSpareBytes = 64;
+// Kept for the pictures to come; more than that were needed for a moment only.
+constexpr std::size_t kMaxIdle = 4;
 }  // namespace
 
 struct FramePoolCore {
   std::mutex mutex;
   // Guarded by mutex:
   std::vector<std::unique_ptr<Frame>> idle;
+  FramePoolStatistics statistics;
+
+  FramePoolCore() { idle.reserve(kMaxIdle); }
 
   std::unique_ptr<Frame> take() {
     const std::lock_guard lock(mutex);
@@ -22,12 +29,17 @@ struct FramePoolCore {
       idle.pop_back();
       return frame;
     }
+    ++statistics.frames;
+    statistics.most = std::max(statistics.most, statistics.frames);
     return std::make_unique<Frame>();
   }
 
   void giveBack(std::unique_ptr<Frame> frame) {
     const std::lock_guard lock(mutex);
-    idle.push_back(std::move(frame));
+    if (idle.size() < kMaxIdle)
+      idle.push_back(std::move(frame));
+    else
+      --statistics.frames;
   }
 };
 
@@ -43,18 +55,34 @@ FrameRef::~FrameRef() {
 
 FramePool::FramePool() : core_(std::make_shared<FramePoolCore>()) {}
 
-FrameRef FramePool::copyOf(const VideoSample& sample) {
+FrameRef FramePool::make(std::uint64_t timestampMs, const Shape& shape,
+                         const std::function<void(std::uint8_t*)>& fill) {
   auto frame = core_->take();
-  const std::size_t bytes = std::size_t{sample.bytesPerRow} * sample.height;
-  if (frame->pixels.size() < bytes + kSpareBytes) frame->pixels.resize(bytes + kSpareBytes);
-  std::memcpy(frame->pixels.data(), sample.pixels, bytes);
-  frame->timestampMs = sample.timestampMs;
-  frame->width = sample.width;
-  frame->height = sample.height;
-  frame->bytesPerRow = sample.bytesPerRow;
+  const std::size_t room = std::size_t{shape.bytesPerRow} * shape.height + kSpareBytes;
+  if (frame->room_ < room) {
+    frame->pixels = std::make_unique_for_overwrite<std::uint8_t[]>(room);
+    frame->room_ = room;
+  }
+  fill(frame->pixels.get());
+  frame->timestampMs = timestampMs;
+  frame->width = shape.width;
+  frame->height = shape.height;
+  frame->bytesPerRow = shape.bytesPerRow;
   frame->home_ = core_;
   frame->references_.store(1, std::memory_order_relaxed);
   return FrameRef(frame.release());
+}
+
+FrameRef FramePool::copyOf(const VideoSample& sample) {
+  return make(sample.timestampMs, {sample.width, sample.height, sample.bytesPerRow},
+              [&sample](std::uint8_t* pixels) {
+                std::memcpy(pixels, sample.pixels, std::size_t{sample.bytesPerRow} * sample.height);
+              });
+}
+
+FramePoolStatistics FramePool::statistics() const {
+  const std::lock_guard lock(core_->mutex);
+  return core_->statistics;
 }
 
 }  // namespace meeting

@@ -1,14 +1,13 @@
-// Pictures on their way to attendees: copied once, shared by all of them, reused. How many there
-// are is bounded by those who hold them, an attendee a few; nothing is allocated once each has been
-// used at the stream's size. [any-thread]
+// Pictures on their way to attendees: made once, shared by all who show them, reused. How many
+// there are is bounded by those who hold them, an attendee a few. [any-thread]
 #pragma once
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <utility>
-#include <vector>
 
 #include "meeting/MultimediaPlatform.h"
 
@@ -16,17 +15,18 @@ namespace meeting {
 
 struct FramePoolCore;
 
-// Immutable while more than one reference exists.
+// Immutable once it has been made.
 struct Frame {
   std::uint64_t timestampMs = 0;
   std::uint32_t width = 0;
   std::uint32_t height = 0;
   std::uint32_t bytesPerRow = 0;
-  std::vector<std::uint8_t> pixels;
+  std::unique_ptr<std::uint8_t[]> pixels;  // height * bytesPerRow bytes, and some to spare
 
  private:
   friend class FrameRef;
   friend class FramePool;
+  std::size_t room_ = 0;  // bytes
   std::atomic<int> references_{0};
   std::shared_ptr<FramePoolCore> home_;  // set while in use
 };
@@ -52,12 +52,25 @@ class FrameRef {
   Frame* frame_ = nullptr;
 };
 
+// How many frames a pool has made that still exist, now and at most.
+struct FramePoolStatistics {
+  std::size_t frames = 0;
+  std::size_t most = 0;
+};
+
 class FramePool {
  public:
+  struct Shape {
+    std::uint32_t width, height, bytesPerRow;
+  };
+
   FramePool();  // frames may outlive it
 
-  // A copy of the picture.
+  // A frame whose pixels `fill` has written. Throws std::bad_alloc.
+  FrameRef make(std::uint64_t timestampMs, const Shape& shape,
+                const std::function<void(std::uint8_t*)>& fill);
   FrameRef copyOf(const VideoSample& sample);
+  FramePoolStatistics statistics() const;
 
  private:
   std::shared_ptr<FramePoolCore> core_;

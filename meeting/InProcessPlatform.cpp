@@ -24,4 +24,8 @@ void InProcessPlatform::failChannel() { stream_->fail(); }
 
 void InProcessPlatform::reconnectChannel() { stream_->reconnect(); }
 
+FramePoolStatistics InProcessPlatform::pictures() const {
+  return stream_->samples().pool().statistics();
+}
+
 }  // namespace meeting

@@ -20,6 +20,8 @@ class InProcessPlatform final : public MultimediaPlatform {
   std::unique_ptr<AttendeePort> attachAttendee(std::weak_ptr<PlatformPeer> peer) override;
   void failChannel() override;
   void reconnectChannel() override;
+  // Pictures of the presenter that are held, by the stream and by whoever shows them. [any-thread]
+  FramePoolStatistics pictures() const;
 
  private:
   std::shared_ptr<DocumentStream> stream_;

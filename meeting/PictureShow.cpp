@@ -12,10 +12,12 @@ std::shared_ptr<const platform::Image> imageOf(const FrameRef& frame) {
   image->width = frame->width;
   image->height = frame->height;
   image->bytesPerRow = frame->bytesPerRow;
-  image->pixels = frame->pixels.data();
+  image->pixels = frame->pixels.get();
   image->storage = std::make_shared<const FrameRef>(frame);
   return image;
 }
+
+PixelSize sizeOf(const FrameRef& frame) { return {frame->width, frame->height}; }
 
 }  // namespace
 
@@ -43,19 +45,24 @@ void PictureShow::offer(const FrameRef& frame) {
 }
 
 void PictureShow::showIn(std::shared_ptr<platform::View> view) {
-  {
-    const std::lock_guard lock(mutex_);
-    std::swap(view_, view);
+  std::unique_ptr<RenderTarget> target;
+  if (view) {
+    target = std::make_unique<RenderTarget>(std::move(view), [this](PixelSize size) {
+      Lock lock(mutex_);
+      targetSize_ = size;
+      redraw(std::move(lock));
+    });
   }
-  draw();
+  Lock lock(mutex_);
+  targetSize_ = target ? target->size() : PixelSize{};
+  std::swap(target_, target);
+  redraw(std::move(lock));
 }
 
 void PictureShow::setWatched(bool watched) {
-  {
-    const std::lock_guard lock(mutex_);
-    watched_ = watched;
-  }
-  draw();
+  Lock lock(mutex_);
+  watched_ = watched;
+  redraw(std::move(lock));
 }
 
 void PictureShow::setDelay(platform::Duration perPicture) {
@@ -66,44 +73,62 @@ void PictureShow::setDelay(platform::Duration perPicture) {
   wake_.notify_one();
 }
 
+void PictureShow::clear() {
+  const std::lock_guard lock(mutex_);
+  slot_ = FrameRef();
+  current_ = FrameRef();
+}
+
 PictureShow::Counts PictureShow::counts() const {
   const std::lock_guard lock(mutex_);
   return counts_;
 }
 
+void PictureShow::redraw(Lock lock) {
+  outdated_ = true;
+  lock.unlock();
+  wake_.notify_one();
+}
+
+bool PictureShow::isResting() const { return std::chrono::steady_clock::now() < takenAt_ + delay_; }
+
+// False at the end.
+bool PictureShow::waitForWork(Lock& lock) {
+  while (!ending_ && !outdated_ && (!slot_ || isResting())) {
+    if (slot_)
+      wake_.wait_until(lock, takenAt_ + delay_);
+    else
+      wake_.wait(lock);
+  }
+  return !ending_;
+}
+
 void PictureShow::work() {
-  while (true) {
-    FrameRef previous;
-    {
-      std::unique_lock lock(mutex_);
-      wake_.wait(lock, [this] { return ending_ || slot_; });
-      if (ending_) return;
-      previous = std::exchange(current_, std::exchange(slot_, FrameRef()));
-      counts_.width = current_->width;
-      counts_.height = current_->height;
+  Lock lock(mutex_);
+  while (waitForWork(lock)) {
+    outdated_ = false;
+    const bool takes = slot_ && !isResting();
+    if (takes) {
+      current_ = std::exchange(slot_, FrameRef());
+      takenAt_ = std::chrono::steady_clock::now();
+      counts_.size = sizeOf(current_);
     }
-    draw();
-    std::unique_lock lock(mutex_);
-    ++counts_.received;
-    // A new delay takes the place of the one that is on.
-    for (auto delay = delay_; delay > delay.zero() && !ending_;) {
-      if (!wake_.wait_for(lock, delay, [&] { return ending_ || delay_ != delay; })) break;
-      delay = delay_;
-    }
+    draw(lock);
+    if (takes) ++counts_.received;
   }
 }
 
-void PictureShow::draw() {
-  const std::lock_guard drawing(drawMutex_);
-  FrameRef frame;
-  std::shared_ptr<platform::View> view;
-  {
-    const std::lock_guard lock(mutex_);
-    if (!watched_ || !view_ || !current_) return;
-    frame = current_;
-    view = view_;
-  }
-  view->setContents(imageOf(frame));
+// Where the picture no longer belongs when it has been scaled, it is not shown.
+void PictureShow::draw(Lock& lock) {
+  if (!watched_ || !target_ || !current_) return;
+  const FrameRef frame = current_;
+  const PixelSize bounds = targetSize_;
+  const RenderTarget* const target = target_.get();
+  lock.unlock();
+  const FrameRef scaled = scaler_.scaled(frame, fitted(sizeOf(frame), bounds));
+  auto image = scaled ? imageOf(scaled) : nullptr;
+  lock.lock();
+  if (image && target_.get() == target) target_->show(std::move(image));
 }
 
 }  // namespace meeting

@@ -1,208 +1,314 @@
-// The in-process platform between a presenter and attendees that are played by the test.
-#include "meeting/InProcessPlatform.h"
-
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <functional>
+// What the platform tells attendees about channel and player, and how it takes requests.
+#include <chrono>
 #include <limits>
-#include <memory>
-#include <string>
-#include <thread>
-#include <vector>
+#include <optional>
 
-#include "meeting/Conference.h"
-#include "mmp/RequestRecords.h"
-#include "platform/View.h"
+#include "tests/meeting/PlatformFixture.h"
 
 namespace meeting {
 namespace {
 
-constexpr tagMSHead kHead{Conference::kSessionId, Conference::kSourceId};
+using std::chrono_literals::operator""ms;
 
-struct Peer final : PlatformPeer {
-  void postStatus(const StatusRecord& record) override { received.push_back(describe(record)); }
-
-  static std::string describe(const StatusRecord& record) {
-    if (const auto* channel = std::get_if<tagMSChannelStatus>(&record))
-      return "channel " + std::to_string(channel->dwStatus);
-    if (const auto* play = std::get_if<tagMSPlayStatus>(&record))
-      return "play " + std::to_string(play->dwPlayStatus);
-    if (const auto* position = std::get_if<tagMSPlayPosition>(&record))
-      return "position " + std::to_string(position->dwPosition);
-    if (const auto* size = std::get_if<tagMSVideoInfo>(&record))
-      return "size " + std::to_string(size->wWidth) + "x" + std::to_string(size->wHeight);
-    return "quality";
-  }
-  std::vector<std::string> received;
-};
-
-struct Observer final : StreamObserver {
-  void onRegistered(std::uint64_t durationMs, MM_MEDIASTREAMING_MEDIACONTENENT) override {
-    duration = durationMs;
-  }
-  void onJoined() override {}
-  void onSourceStatus(MM_MEDIASTREAMING_SOURCE_STATUS, std::int64_t) override {}
-  void onVideoFormat(const VideoFormat&) override {}
-  void onAudioFormat(const AudioFormat&) override {}
-  void onPictureWanted() override { ++wanted; }
-  void onVideo(const VideoSample&) override { ++pictures; }
-  void onAudio(const AudioSample&) override { ++blocks; }
-  void onMalformed() override { ++malformed; }
-  std::uint64_t duration = 0;
-  int pictures = 0, blocks = 0, malformed = 0, wanted = 0;
-};
-
-// A request record under construction, with everything that it points to.
-struct Sample {
-  tagMSVIDEOFORMATEX video{0, 5, 3, 25.0F, 0, 0};
-  tMSAUDIOFORMATEX audio{0, 2, 0, 48000, 192000, 4, 16, 32, 0};
-  std::vector<std::uint8_t> bytes = std::vector<std::uint8_t>(16UL * 3, 7);
-  tagMSDataStructure record{};
-
-  Sample() {
-    record.sessionID = kHead.sessionID;
-    record.sourceID = kHead.sourceID;
-    record.pData = bytes.data();
-    record.dwDataLength = bytes.size();
-    record.nMediaType = MM_MEDIASTREAMING_MEDIATYPE_VIDEO;
-    record.pFormat = &video;
-    record.dwFormatLength = sizeof video;
-  }
-};
-
-class PlatformTest : public testing::Test {
- protected:
-  UCFResult send(PlatformPort& port, MM_MEDIASTREAMING_COMMAND command, void* record) {
-    return port.request(SVS_MSG_MS_COMMAND, static_cast<unsigned long>(command), record);
-  }
-  void registerAs(PlatformPort& port, MM_MEDIASTREAMING_CHANNLE_TYPE type) {
-    tagMSRegisterInfo info{kHead, type, 0, 9000, MM_MEDIASTREAMING_MEDIACONTENT_VIDEO, 0};
-    EXPECT_EQ(send(port, MM_MEDIASTREAMING_CMD_REGISTER, &info), 1U);
-  }
-  void setStatus(MM_MEDIASTREAMING_SOURCE_STATUS status, std::int64_t position) {
-    tagMSSourceStatus record{kHead, MM_MEDIASTREAMING_CHANNEL_SOURCE, status, position, 0};
-    EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_SOURCE_STATUS, &record), 1U);
-  }
-  void sendPicture(std::uint64_t timestamp) {
-    Sample sample;
-    sample.record.dwTimestamp = timestamp;
-    std::memset(sample.bytes.data(), static_cast<int>(timestamp), sample.bytes.size());
-    EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_MEDIA_DATA, &sample.record), 1U);
-  }
-  void showIn(PlatformPort& port, const std::shared_ptr<platform::View>& view) {
-    tagMSRenderInfo info{kHead, MM_MEDIASTREAMING_CHANNEL_LISTENER,
-                         view ? MM_MEDIASTREAMING_RENDER_ATTACH : MM_MEDIASTREAMING_RENDER_DETACH,
-                         reinterpret_cast<std::uint64_t>(view.get()), 0};
-    EXPECT_EQ(send(port, MM_MEDIASTREAMING_CMD_SET_RENDER, &info), 1U);
-  }
-  static tagQuery query() {
-    tagQuery record{};
-    record.sessionID = kHead.sessionID;
-    return record;
-  }
-  static void waitFor(const std::function<bool()>& condition) {
-    while (!condition()) std::this_thread::yield();
-  }
-
-  Observer observer_;
-  std::shared_ptr<platform::ManualClock> clock_ = std::make_shared<platform::ManualClock>();
-  InProcessPlatform platform_{{kHead.sessionID, kHead.sourceID}, observer_, clock_};
-  std::shared_ptr<Peer> presenterPeer_ = std::make_shared<Peer>();
-  std::shared_ptr<Peer> attendeePeer_ = std::make_shared<Peer>();
-  std::unique_ptr<PresenterPort> presenter_ = platform_.attachPresenter(presenterPeer_);
-  std::unique_ptr<AttendeePort> attendee_ = platform_.attachAttendee(attendeePeer_);
-};
-
-using Texts = std::vector<std::string>;
+using PlatformTest = PlatformFixture;
 
 TEST_F(PlatformTest, ChannelsAreCreatedThenJoined) {
-  registerAs(*presenter_, MM_MEDIASTREAMING_CHANNEL_SOURCE);
+  present();
   EXPECT_EQ(presenterPeer_->received, (Texts{"channel 0", "channel 2"}));
-  EXPECT_EQ(attendeePeer_->received, (Texts{"channel 0"}));
+  EXPECT_EQ(attendee_.peer->take(), Texts{"channel 0"});
   EXPECT_EQ(observer_.duration, 9000U);
-  registerAs(*attendee_, MM_MEDIASTREAMING_CHANNEL_LISTENER);
-  EXPECT_EQ(attendeePeer_->received, (Texts{"channel 0", "channel 2", "position 0"}));
+  EXPECT_EQ(observer_.joined, 0) << "not before the presenter knows";
+  turn();
+  EXPECT_EQ(observer_.joined, 1);
+  join(attendee_);
+  EXPECT_EQ(attendee_.peer->received, (Texts{"channel 2", "position 0"}));
 }
 
 TEST_F(PlatformTest, AttendeesFollowThePresenterAndLateOnesCatchUp) {
-  registerAs(*presenter_, MM_MEDIASTREAMING_CHANNEL_SOURCE);
-  registerAs(*attendee_, MM_MEDIASTREAMING_CHANNEL_LISTENER);
+  present();
+  join(attendee_);
+  attendee_.peer->take();
   setStatus(MM_MEDIASTREAMING_PD_ACTIVE, 0);
   setStatus(MM_MEDIASTREAMING_PLAY, 0);
-  tagMSVIDEOFORMATEX format{0, 640, 360, 25.0F, 0, 0};
-  tagMSMediaFormat record{kHead, MM_MEDIASTREAMING_MEDIATYPE_VIDEO, 0, &format, sizeof format};
-  send(*presenter_, MM_MEDIASTREAMING_CMD_MEDIA_FORMAT, &record);
+  setVideoFormat(640, 360);
+  sendPicture(1240);
   setStatus(MM_MEDIASTREAMING_PAUSE, 1200);
-  EXPECT_EQ(attendeePeer_->received,
-            (Texts{"channel 0", "channel 2", "position 0", "play 0", "position 0", "size 640x360",
-                   "play 1", "position 1200"}));
+  EXPECT_EQ(attendee_.peer->received,
+            (Texts{"play 0", "position 0", "size 640x360", "play 1", "position 1200"}));
 
-  auto latePeer = std::make_shared<Peer>();
-  const auto late = platform_.attachAttendee(latePeer);
-  tagQuery presence = query();
-  presence.dwResult = Conference::kSourceId;
-  EXPECT_EQ(send(*late, MM_MEDIASTREAMING_CMD_QUERY, &presence), 1U);
+  Seat late(platform_);
+  tagQuery presence = query(MM_MEDIASTREAMING_QUERY_CHANNEL_STATUS);
+  presence.dwResult = kIds.source;
+  EXPECT_EQ(send(*late.port, MM_MEDIASTREAMING_CMD_QUERY, &presence), 1U);
   EXPECT_EQ(presence.dwChannelStatus, MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
-  registerAs(*late, MM_MEDIASTREAMING_CHANNEL_LISTENER);
-  EXPECT_EQ(latePeer->received, (Texts{"channel 2", "size 640x360", "play 1", "position 1200"}));
+  join(late);
+  EXPECT_EQ(late.peer->received, (Texts{"channel 2", "size 640x360", "play 1", "position 1200"}));
+}
+
+TEST_F(PlatformTest, PositionsComeTwiceASecondFromThePlayStatusOn) {
+  present();
+  join(attendee_);
+  attendee_.peer->take();
+  step(300ms);
+  setStatus(MM_MEDIASTREAMING_PLAY, 0);
+  step(499ms);
+  EXPECT_EQ(attendee_.peer->take(), (Texts{"play 0", "position 0"}));
+  for (std::uint64_t n = 1; n <= 12; ++n) sendPicture(n * 40);
+  whenReceived(attendee_, 1);
+  step(1ms);
+  EXPECT_EQ(attendee_.peer->take(), Texts{"position 480"});
+  setStatus(MM_MEDIASTREAMING_PLAY, 8000);  // a seek
+  step(499ms);
+  EXPECT_EQ(attendee_.peer->take(), (Texts{"play 0", "position 8000"}));
+  step(1ms);
+  EXPECT_EQ(attendee_.peer->take(), Texts{"position 8000"});
+  setStatus(MM_MEDIASTREAMING_PAUSE, 8100);
+  attendee_.peer->take();
+  step(5000ms);
+  EXPECT_EQ(attendee_.peer->take(), Texts{}) << "nothing changes in a pause";
+}
+
+TEST_F(PlatformTest, WithoutPicturesThePositionIsThatOfTheSound) {
+  present();
+  join(attendee_);
+  setStatus(MM_MEDIASTREAMING_PLAY, 0);
+  sendSound(460, {1, 2});
+  attendee_.peer->take();
+  step(500ms);
+  EXPECT_EQ(attendee_.peer->take(), Texts{"position 460"});
+  sendPicture(440);
+  sendSound(480, {1, 2});
+  Seat late(platform_);
+  join(late);
+  EXPECT_EQ(late.peer->received.back(), "position 440");
+}
+
+TEST_F(PlatformTest, TheQualityIsTheMeasuredRateOncePerSecond) {
+  present();
+  join(attendee_);
+  setStatus(MM_MEDIASTREAMING_PLAY, 0);
+  for (std::uint64_t n = 1; n <= 20; ++n) {
+    sendPicture(n);
+    whenReceived(attendee_, n);
+  }
+  attendee_.peer->take();
+  step(500ms);
+  EXPECT_EQ(attendee_.peer->take(), Texts{"position 20"});
+  step(500ms);
+  EXPECT_EQ(attendee_.peer->take(), (Texts{"position 20", "fps 20"}));
+  EXPECT_EQ(std::lround(attendee_.port->statistics().fps), 20);
+  setStatus(MM_MEDIASTREAMING_PAUSE, 20);
+  EXPECT_EQ(std::lround(attendee_.port->statistics().fps), 0);
+}
+
+TEST_F(PlatformTest, TwoSecondsWithoutSamplesAreRebuffering) {
+  present();
+  Seat invited(platform_);
+  join(attendee_);
+  setStatus(MM_MEDIASTREAMING_PLAY, 0);
+  const auto statusesAfter = [&](platform::Duration half, int halves) {
+    Texts statuses;
+    while (halves-- > 0) step(half);
+    for (const std::string& text : attendee_.peer->take())
+      if (text.rfind("play", 0) == 0) statuses.push_back(text);
+    return statuses;
+  };
+  EXPECT_EQ(statusesAfter(500ms, 3), Texts{"play 0"});
+  sendSound(1500, {1});
+  EXPECT_EQ(statusesAfter(500ms, 3), Texts{}) << "sound alone will do";
+  EXPECT_FALSE(attendee_.port->statistics().rebuffering);
+  EXPECT_EQ(statusesAfter(500ms, 4), Texts{"play 2"}) << "once";
+  EXPECT_TRUE(attendee_.port->statistics().rebuffering);
+  sendPicture(1540);
+  sendPicture(1580);
+  turn();
+  EXPECT_EQ(statusesAfter(500ms, 3), Texts{"play 0"}) << "once";
+  EXPECT_FALSE(attendee_.port->statistics().rebuffering);
+
+  // A pause ends it: what comes then is no news.
+  EXPECT_EQ(statusesAfter(500ms, 2), Texts{"play 2"});
+  setStatus(MM_MEDIASTREAMING_PAUSE, 1600);
+  sendStill(1600);
+  EXPECT_EQ(statusesAfter(500ms, 8), Texts{"play 1"});
+  EXPECT_EQ(invited.peer->received, Texts{}) << "not a member";
 }
 
 TEST_F(PlatformTest, AnEndIsTellableFromACrash) {
-  for (const bool saysSo : {true, false}) {
-    attendeePeer_->received.clear();
-    registerAs(*presenter_, MM_MEDIASTREAMING_CHANNEL_SOURCE);
-    registerAs(*attendee_, MM_MEDIASTREAMING_CHANNEL_LISTENER);
+  using Port = std::unique_ptr<PresenterPort>;
+  struct Case {
+    const char* name;
+    void (*end)(Port&);
+    const char* last;
+  };
+  const Case cases[] = {
+      {"says so", [](Port& port) { port->request(SVS_MSG_STOP_SESSION, 0, nullptr); }, "play 3"},
+      {"unregisters", [](Port& port) { unregister(*port, MM_MEDIASTREAMING_CHANNEL_SOURCE); },
+       "play 3"},
+      {"is lost", [](Port& port) { port->lose(); }, "play 4"},
+      {"is gone", [](Port& port) { port.reset(); }, "play 4"},
+  };
+  for (const Case& test : cases) {
+    presenter_ = platform_.attachPresenter(presenterPeer_);
+    present();
+    join(attendee_);
     setStatus(MM_MEDIASTREAMING_PLAY, 0);
-    if (saysSo) presenter_->request(SVS_MSG_STOP_SESSION, 0, nullptr);
+    attendee_.peer->take();
+    test.end(presenter_);
+    EXPECT_EQ(attendee_.peer->take(), Texts{test.last}) << test.name;
+    step(5000ms);
     presenter_.reset();
-    EXPECT_EQ(attendeePeer_->received.back(), saysSo ? "play 3" : "play 4");
+    EXPECT_EQ(attendee_.peer->take(), Texts{}) << test.name << ": the end is told once";
+  }
+}
+
+TEST_F(PlatformTest, ALostPresenterIsReplaced) {
+  present();
+  join(attendee_);
+  setStatus(MM_MEDIASTREAMING_PLAY, 700);
+  sendPicture(740);
+  presenter_->lose();
+  EXPECT_EQ(registerAs(*presenter_, MM_MEDIASTREAMING_CHANNEL_SOURCE), 0U);
+  EXPECT_EQ(sendSample(Sample(780)), 0U);
+  EXPECT_EQ(presenter_->request(SVS_MSG_START_SESSION, 0, nullptr), 0U);
+  attendee_.peer->take();
+
+  auto lost = std::exchange(presenter_, platform_.attachPresenter(presenterPeer_));
+  present();
+  lost.reset();
+  EXPECT_EQ(attendee_.peer->take(), Texts{"channel 0"}) << "the old one ends without notice";
+  join(attendee_);
+  EXPECT_EQ(attendee_.peer->take(), (Texts{"channel 2", "position 0"})) << "nothing is left over";
+  turn();
+  EXPECT_EQ(observer_.joined, 2);
+  EXPECT_EQ(observer_.wanted, 2) << "neither is the old picture";
+}
+
+TEST_F(PlatformTest, AFailedChannelCarriesNothingUntilItIsBack) {
+  present();
+  turn();
+  join(attendee_);
+  setStatus(MM_MEDIASTREAMING_PLAY, 0);
+  sendPicture(1);
+  whenReceived(attendee_, 1);
+  attendee_.peer->take();
+  presenterPeer_->take();
+
+  platform_.failChannel();
+  platform_.failChannel();
+  EXPECT_EQ(presenterPeer_->take(), Texts{"channel 3"});
+  join(attendee_);
+  EXPECT_EQ(attendee_.peer->take(), (Texts{"channel 3", "channel 3"}));
+  sendPicture(2);
+  setStatus(MM_MEDIASTREAMING_PAUSE, 80);
+  sendStill(80);
+  step(3000ms);
+  EXPECT_EQ(attendee_.peer->take(), Texts{});
+  EXPECT_EQ(attendee_.port->statistics().framesReceived, 1U);
+  EXPECT_EQ(observer_.pictures, 3) << "the presenter goes on sending";
+
+  platform_.reconnectChannel();
+  platform_.reconnectChannel();
+  EXPECT_EQ(presenterPeer_->take(), (Texts{"channel 0", "channel 2"}));
+  EXPECT_EQ(attendee_.peer->take(), Texts{"channel 0"});
+  watch(attendee_);
+  join(attendee_);
+  EXPECT_EQ(attendee_.peer->take(), (Texts{"channel 2", "play 1", "position 80"}));
+  waitFor(
+      [&] { return attendee_.view->contents() && attendee_.view->contents()->pixels[0] == 80; });
+  turn();
+  EXPECT_EQ(observer_.joined, 1) << "it is the same presenter";
+}
+
+TEST_F(PlatformTest, WhoRegistersAtAFailedChannelIsInWhenItIsBack) {
+  platform_.failChannel();
+  present();
+  EXPECT_EQ(presenterPeer_->take(), Texts{"channel 3"});
+  turn();
+  EXPECT_EQ(observer_.registered + observer_.joined, 0);
+  platform_.reconnectChannel();
+  turn();
+  EXPECT_EQ(presenterPeer_->take(), (Texts{"channel 0", "channel 2"}));
+  EXPECT_EQ(observer_.registered + observer_.joined, 2);
+}
+
+// Registering and leaving in each state of the channel.
+TEST_F(PlatformTest, MembershipFollowsChannelAndRequests) {
+  enum class Channel { none, open, failed };
+  struct Case {
+    const char* name;
+    Channel channel;
+    int joins, leaves;
+    Texts told;
+    bool member;
+  };
+  const Case cases[] = {
+      {"nobody presents", Channel::none, 1, 0, {"channel 3"}, false},
+      {"open", Channel::open, 1, 0, {"channel 2", "position 0"}, true},
+      {"failed", Channel::failed, 1, 0, {"channel 3"}, false},
+      {"not joined", Channel::open, 0, 0, {}, false},
+      {"left", Channel::open, 1, 1, {"channel 2", "position 0"}, false},
+      {"left before", Channel::open, 0, 1, {}, false},
+      {"joined twice",
+       Channel::open,
+       2,
+       0,
+       {"channel 2", "position 0", "channel 2", "position 0"},
+       true},
+  };
+  for (const Case& test : cases) {
+    SCOPED_TRACE(test.name);
+    Seat seat(platform_);
+    if (test.channel != Channel::none) present();
+    if (test.channel == Channel::failed) platform_.failChannel();
+    seat.peer->take();
+    for (int n = 0; n < test.joins; ++n) join(seat);
+    for (int n = 0; n < test.leaves; ++n) leave(seat);
+    EXPECT_EQ(seat.peer->take(), test.told);
+    if (test.channel != Channel::none) {
+      sendPicture(1);
+      setStatus(MM_MEDIASTREAMING_PAUSE, 1);
+    }
+    EXPECT_EQ(seat.peer->take(), test.member ? (Texts{"play 1", "position 1"}) : Texts{});
+    if (test.member) whenReceived(seat, 1);
+    EXPECT_EQ(seat.port->statistics().framesReceived, test.member ? 1U : 0U);
+
+    platform_.reconnectChannel();
+    presenter_->lose();
+    const bool told = test.leaves == 0 && test.channel != Channel::none;
+    EXPECT_EQ(!seat.peer->received.empty() && seat.peer->received.back() == "play 4", told);
     presenter_ = platform_.attachPresenter(presenterPeer_);
   }
 }
 
-TEST_F(PlatformTest, TheNewestPictureIsShownAndTheOthersAreCounted) {
-  constexpr std::uint64_t kPictures = 200;
-  auto view = std::make_shared<platform::View>();
-  attendee_->setWatched(true);
-  showIn(*attendee_, view);
-  registerAs(*presenter_, MM_MEDIASTREAMING_CHANNEL_SOURCE);
-  sendPicture(99);
-  EXPECT_FALSE(view->contents()) << "not yet registered";
-  registerAs(*attendee_, MM_MEDIASTREAMING_CHANNEL_LISTENER);
-  for (std::uint64_t n = 1; n <= kPictures; ++n) sendPicture(n);
-  waitFor([&] {
-    const AttendeeStatistics seen = attendee_->statistics();
-    return seen.framesReceived + seen.framesLost == kPictures;
-  });
-  const auto shown = view->contents();
-  ASSERT_TRUE(shown);
-  EXPECT_EQ(shown->width, 5U);
-  EXPECT_EQ(shown->height, 3U);
-  EXPECT_EQ(shown->bytesPerRow, 16U);
-  EXPECT_EQ(shown->pixels[0], static_cast<std::uint8_t>(kPictures));
-  EXPECT_EQ(observer_.pictures, static_cast<int>(kPictures) + 1);
-
-  // A picture on show outlives the channel, and the stream.
-  attendee_.reset();
-  EXPECT_EQ(shown->pixels[47], static_cast<std::uint8_t>(kPictures));
+TEST_F(PlatformTest, WhoLeftJoinsAgain) {
+  present();
+  setStatus(MM_MEDIASTREAMING_PAUSE, 40);
+  sendStill(40);
+  for (std::uint64_t round = 1; round <= 10; ++round) {
+    join(attendee_);
+    EXPECT_EQ(attendee_.peer->take().front(), round == 1 ? "channel 0" : "channel 2");
+    whenReceived(attendee_, round);
+    leave(attendee_);
+    sendStill(40);
+  }
+  EXPECT_EQ(attendee_.port->statistics().framesReceived, 10U) << "the still is kept for each";
+  EXPECT_EQ(observer_.wanted, 0);
 }
 
-TEST_F(PlatformTest, OnlyWatchedAndAttachedViewsAreDrawnInto) {
-  auto view = std::make_shared<platform::View>();
-  showIn(*attendee_, view);
-  registerAs(*presenter_, MM_MEDIASTREAMING_CHANNEL_SOURCE);
-  registerAs(*attendee_, MM_MEDIASTREAMING_CHANNEL_LISTENER);
+TEST_F(PlatformTest, APictureIsAskedForWhenThereIsNoneToShow) {
+  present();
+  join(attendee_);
+  EXPECT_EQ(observer_.wanted, 1);
+  setStatus(MM_MEDIASTREAMING_PLAY, 0);
+  leave(attendee_);
   sendPicture(1);
-  waitFor([&] { return attendee_->statistics().framesReceived == 1; });
-  EXPECT_FALSE(view->contents());
-  attendee_->setWatched(true);
-  ASSERT_TRUE(view->contents()) << "who starts to look sees the current picture";
-  showIn(*attendee_, nullptr);
+  join(attendee_);
+  EXPECT_EQ(observer_.wanted, 1) << "the next one is about to come";
+  leave(attendee_);
   sendPicture(2);
-  waitFor([&] { return attendee_->statistics().framesReceived == 2; });
-  EXPECT_EQ(view->contents()->pixels[0], 1);
-  EXPECT_EQ(view.use_count(), 1);
+  setStatus(MM_MEDIASTREAMING_PAUSE, 2);
+  join(attendee_);
+  EXPECT_EQ(observer_.wanted, 2) << "nobody kept the last one";
 }
 
 TEST_F(PlatformTest, RecordsThatDoNotHoldWhatTheySayAreRefused) {
@@ -210,8 +316,6 @@ TEST_F(PlatformTest, RecordsThatDoNotHoldWhatTheySayAreRefused) {
     const char* name;
     void (*spoil)(Sample&);
   };
-  constexpr auto kHuge = std::numeric_limits<std::uint64_t>::max();
-  static_assert(kHuge > 0);
   const Case cases[] = {
       {"another stream", [](Sample& s) { s.record.sourceID = 77; }},
       {"another session", [](Sample& s) { s.record.sessionID = 77; }},
@@ -219,7 +323,8 @@ TEST_F(PlatformTest, RecordsThatDoNotHoldWhatTheySayAreRefused) {
       {"no length", [](Sample& s) { s.record.dwDataLength = 0; }},
       {"too short", [](Sample& s) { --s.record.dwDataLength; }},
       {"too long", [](Sample& s) { ++s.record.dwDataLength; }},
-      {"absurd length", [](Sample& s) { s.record.dwDataLength = kHuge; }},
+      {"absurd length",
+       [](Sample& s) { s.record.dwDataLength = std::numeric_limits<std::uint64_t>::max(); }},
       {"no format", [](Sample& s) { s.record.pFormat = nullptr; }},
       {"short format", [](Sample& s) { s.record.dwFormatLength = 15; }},
       {"no width", [](Sample& s) { s.video.wWidth = 0; }},
@@ -231,7 +336,10 @@ TEST_F(PlatformTest, RecordsThatDoNotHoldWhatTheySayAreRefused) {
       {"bytes of no kind",
        [](Sample& s) { s.record.nMediaType = MM_MEDIASTREAMING_MEDIATYPE_NONE; }},
   };
-  registerAs(*presenter_, MM_MEDIASTREAMING_CHANNEL_SOURCE);
+  Sample early;
+  EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_MEDIA_DATA, &early.record), 0U);
+  EXPECT_EQ(observer_.malformed, 0) << "nothing wrong with it but the time";
+  present();
   int refused = 0;
   for (const Case& test : cases) {
     Sample sample;
@@ -241,30 +349,77 @@ TEST_F(PlatformTest, RecordsThatDoNotHoldWhatTheySayAreRefused) {
   }
   EXPECT_EQ(observer_.pictures + observer_.blocks, 0);
   EXPECT_EQ(presenter_->request(SVS_MSG_MS_COMMAND, 2000, nullptr), 0U);
-
-  Sample sound;
-  sound.record.nMediaType = MM_MEDIASTREAMING_MEDIATYPE_AUDIO;
-  sound.record.pFormat = nullptr;
-  sound.record.dwFormatLength = 0;
-  EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_MEDIA_DATA, &sound.record), 1U);
+  EXPECT_EQ(sendSound(0, {7}), 1U) << "a block without a format continues the one before";
   EXPECT_EQ(observer_.blocks, 1);
 }
 
-TEST_F(PlatformTest, QueriesAreAnsweredAsPresentersNeedThem) {
-  tagQuery probe = query();
-  probe.nQueryType = MM_MEDIASTREAMING_QUERY_SESSION_PROBE;
+// A listener's record about a document.
+template <class Record>
+Record about(const tagMSHead& head) {
+  Record record{};
+  record.head = head;
+  record.eChannelType = MM_MEDIASTREAMING_CHANNEL_LISTENER;
+  return record;
+}
+
+TEST_F(PlatformTest, AttendeesRequestsAreChecked) {
+  const auto answer = [this](MM_MEDIASTREAMING_COMMAND command, auto record) {
+    return send(*attendee_.port, command, &record);
+  };
+  present();
+  for (const UCFResult expected : {1U, 0U}) {
+    SCOPED_TRACE(expected == 1 ? "ours" : "of another document");
+    const tagMSHead head{kIds.session, expected == 1 ? kIds.source : kIds.source + 1};
+    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_REGISTER, about<tagMSRegisterInfo>(head)), expected);
+    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_VOLUME, about<tagMSVolumeInfo>(head)), expected);
+    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_MUTE_STATUS, about<tagMSMuteInfo>(head)), expected);
+    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_SOURCE_STATUS, about<tagMSSourceStatus>(head)),
+              expected);
+    auto render = about<tagMSRenderInfo>(head);
+    render.eRenderType = MM_MEDIASTREAMING_RENDER_DETACH;
+    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_SET_RENDER, render), expected);
+    tagMSRenderView none{0, MM_MEDIASTREAMING_VIEW_KIND, 0};
+    auto update = about<tagMSRenderUpdate>(head);
+    update.dwUpdateKind = MM_MEDIASTREAMING_UPDATE_VIEW;
+    update.pUpdateParam = &none;
+    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_UPDATE_RENDER, update), expected);
+    update.pUpdateParam = nullptr;
+    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_UPDATE_RENDER, update), 0U);
+    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_UNREGISTER, about<tagMSUnRegisterInfo>(head)), expected);
+  }
+  EXPECT_EQ(registerAs(*attendee_.port, MM_MEDIASTREAMING_CHANNEL_SOURCE), 0U);
+  auto volume = about<tagMSVolumeInfo>(kHead);
+  volume.wVolumeLevel = 256;
+  EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_VOLUME, volume), 0U);
+  EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_MEDIA_DATA, Sample().record), 0U);
+  EXPECT_EQ(attendee_.port->request(SVS_MSG_MS_COMMAND, 0, nullptr), 0U);
+}
+
+TEST_F(PlatformTest, QueriesAreAnsweredAsTheirAskersNeedThem) {
+  tagQuery probe = query(MM_MEDIASTREAMING_QUERY_SESSION_PROBE);
   EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_QUERY, &probe), 0U);
   EXPECT_EQ(probe.dwResult, 0U);
-  tagQuery allowed = query();
-  allowed.nQueryType = MM_MEDIASTREAMING_QUERY_PLAY_ALLOWED;
-  allowed.dwStatus = kHead.sessionID;
+  tagQuery allowed = query(MM_MEDIASTREAMING_QUERY_PLAY_ALLOWED);
+  allowed.dwStatus = kIds.session;
   allowed.dwResult = 1;
-  send(*presenter_, MM_MEDIASTREAMING_CMD_QUERY, &allowed);
-  EXPECT_EQ(allowed.dwStatus, kHead.sessionID);
+  EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_QUERY, &allowed), 1U);
+  EXPECT_EQ(allowed.dwStatus, kIds.session);
   EXPECT_EQ(allowed.dwResult, 1U);
-  tagQuery channel = query();
-  channel.dwResult = Conference::kSourceId;
-  EXPECT_EQ(send(*attendee_, MM_MEDIASTREAMING_CMD_QUERY, &channel), 0U) << "no channel yet";
+
+  const auto presence = [this](DocumentIds ids) -> std::optional<std::uint32_t> {
+    tagQuery record = query(MM_MEDIASTREAMING_QUERY_CHANNEL_STATUS);
+    record.sessionID = ids.session;
+    record.dwResult = ids.source;
+    if (send(*attendee_.port, MM_MEDIASTREAMING_CMD_QUERY, &record) == 0) return std::nullopt;
+    return record.dwChannelStatus;
+  };
+  EXPECT_EQ(presence(kIds), std::nullopt) << "no channel yet";
+  present();
+  EXPECT_EQ(presence(kIds), MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+  EXPECT_EQ(presence({kIds.session, kIds.source + 1}), std::nullopt);
+  EXPECT_EQ(presence({kIds.session + 1, kIds.source}), std::nullopt);
+  platform_.failChannel();
+  EXPECT_EQ(presence(kIds), MM_MEDIA_STREAMING_CHANNEL_STATUS_REGISTER_FAILED);
 }
 
 }  // namespace
