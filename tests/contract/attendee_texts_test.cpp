@@ -1,8 +1,8 @@
 // What an attendee's object logs, and what any object logs on a thread that it is not meant for.
 #include <thread>
 
-#include "platform/NotificationCenter.h"
 #include "tests/contract/TextsFixture.h"
+#include "tests/movara/common/Listener.h"
 
 namespace contract {
 namespace {
@@ -184,8 +184,7 @@ TEST_F(AttendeeTexts, OfThePresentersPlayer) {
        [&] {
          view()->delegate->volumeChange(nullptr, 200);
          const platform::Dictionary size{{"MSVideoRenderSourceID", 41}};
-         platform::NotificationCenter::defaultCenter().post("MSVideoRenderSizeChanged", nullptr,
-                                                            &size);
+         postNotification("MSVideoRenderSizeChanged", size);
        },
        {"I Volume changed, tell mmp session current volume = 200, this = 0xAPP ",
         "I Update volume, current volumeLevel = 200",

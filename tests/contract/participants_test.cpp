@@ -1,6 +1,6 @@
 // What the instances of one document tell each other, and the video size that the client reports.
-#include "platform/NotificationCenter.h"
 #include "tests/contract/ContractFixture.h"
+#include "tests/movara/common/Listener.h"
 
 namespace contract {
 namespace {
@@ -86,11 +86,14 @@ TEST_F(ContractTest, NewsThatCannotBeSentAreDropped) {
 TEST_F(ContractTest, AListenerRegistersWithThePresentersMediaInfo) {
   createListener();
   activate();
+  ticks(1);
   forget();
+  const auto questions = Listener::to({"PDSyncSharingViewModeNotification"});
   mediaInfo({90700, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO, 3});
   EXPECT_THAT(host.take(), IsEmpty()) << "held";
   EXPECT_THAT(view()->takeCalls(), ElementsAre("setMediaType 3", "setDuration 90"));
   EXPECT_EQ(view()->delegate->duration(), 90.0F);
+  EXPECT_THAT(questions->names, testing::SizeIs(1)) << "asks for the view mode";
   mediaInfo({1000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO, 1});
   EXPECT_THAT(view()->takeCalls(), IsEmpty()) << "once";
 
@@ -138,7 +141,7 @@ TEST_F(ContractTest, AListenersVolumeAndTheClientsVideoSizeArePassedOn) {
   using platform::Dictionary;
   using platform::Value;
   const auto post = [](const Dictionary& size) {
-    platform::NotificationCenter::defaultCenter().post("MSVideoRenderSizeChanged", nullptr, &size);
+    postNotification("MSVideoRenderSizeChanged", size);
   };
   const Value own = static_cast<std::int32_t>(RecordingHost::kSourceID);
   for (const Dictionary& bad : {Dictionary{{"MSVideoRenderSourceID", own}},

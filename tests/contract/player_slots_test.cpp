@@ -1,0 +1,135 @@
+// The player's table, slot by slot, as an object hands its player to whoever asks.
+#include "tests/contract/ContractFixture.h"
+#include "tests/movara/common/Listener.h"
+
+namespace contract {
+namespace {
+
+using platform::Value;
+using std::string_view;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class PlayerSlots : public ContractTest {
+ protected:
+  template <class Result, class... Arguments>
+  Result call(std::size_t slot, Arguments... arguments) {
+    return callSlot<Result>(player(), slot, arguments...);
+  }
+  // What the view is told when the operation at `slot` is called.
+  template <class... Arguments>
+  Calls told(std::size_t slot, Arguments... arguments) {
+    view()->takeCalls();
+    call<void>(slot, arguments...);
+    return view()->takeCalls();
+  }
+};
+
+TEST_F(PlayerSlots, OfTheControls) {
+  create();
+  activate();
+  takeTraceLines();
+  view()->length = 0;
+  EXPECT_FALSE(call<bool>(5, 30U));
+  view()->length = 90;
+  EXPECT_THAT(told(5, 30U), ElementsAre("seek 30"));
+  EXPECT_FALSE(call<bool>(4));
+  EXPECT_THAT(told(2), ElementsAre("onStart"));
+  EXPECT_EQ(call<int>(6), 4);
+  EXPECT_TRUE(call<bool>(33));
+  EXPECT_FALSE(call<bool>(2));
+  EXPECT_THAT(told(3), ElementsAre("onStart"));
+  EXPECT_EQ(call<int>(6), 3);
+  EXPECT_FALSE(call<bool>(3));
+  view()->position = 2.5F;
+  EXPECT_THAT(told(4), ElementsAre("onStop"));
+  EXPECT_THAT(takeTraceLines(), ElementsAre("W Current movie is invalid, duration is zero",
+                                            "W Current movie is in stoped, dont need to start",
+                                            "W Current movie is in playing, dont need to start",
+                                            "W Current movie is in paused, dont need to pause"));
+
+  EXPECT_THAT(told(7, 250U), ElementsAre("onChangeVolume 100"));
+  EXPECT_THAT(told(11, 1), ElementsAre("onChangeVolume 0"));
+  view()->volumeNow = 0;
+  EXPECT_EQ(call<unsigned>(8), 0U);
+  EXPECT_EQ(call<unsigned>(9), 0U);
+  EXPECT_EQ(call<unsigned>(10), 100U);
+  EXPECT_TRUE(call<bool>(12));
+  EXPECT_EQ(call<float>(14), 90.0F);
+  EXPECT_EQ(call<float>(15), 2.5F);
+  EXPECT_EQ(call<float>(16), 25.0F);
+  EXPECT_EQ(call<unsigned>(21), 3U);
+}
+
+TEST_F(PlayerSlots, OfTheViewAndItsPlace) {
+  create();
+  activate();
+  EXPECT_FALSE(call<bool>(17));
+  call<void>(18, 1);
+  EXPECT_TRUE(call<bool>(17));
+  EXPECT_THAT(told(19), ElementsAre("deactive"));
+  EXPECT_FALSE(call<bool>(32));
+  EXPECT_THAT(told(20), ElementsAre("attachToSuperView 1", "active"));
+  EXPECT_TRUE(call<bool>(32));
+  EXPECT_THAT(told(23, 4), ElementsAre("setStatusViewType 101"));
+  EXPECT_THAT(told(25, nullptr), ElementsAre("superFrameSizeChanged"));
+  EXPECT_THAT(told(26, nullptr), ElementsAre("attachToSuperView 0"));
+  EXPECT_EQ(call<void*>(27), view()->picture.get());
+  EXPECT_EQ(call<unsigned>(28), 0U);
+  EXPECT_EQ(callSlot<std::int32_t>(call<void*>(29), 0, 16U, 0UL, 0UL), -1) << "its sink answers";
+  view()->takeCalls();
+  call<void>(24);
+  EXPECT_THAT(view()->takeCalls(), IsEmpty()) << "its view is there";
+
+  takeTraceLines();
+  const std::shared_ptr<avcapture::AVURLAsset> none;
+  EXPECT_FALSE(call<bool>(38, &none));
+  EXPECT_EQ(takeTraceLines().back(), "W Movie  is NULL or empty");
+  EXPECT_FALSE(call<std::shared_ptr<avcapture::AVURLAsset>>(39));
+  EXPECT_EQ(call<int>(22, "/m/other.mov"), 0);
+  EXPECT_EQ(call<std::shared_ptr<avcapture::AVURLAsset>>(39)->path(), "/m/other.mov");
+  EXPECT_TRUE(call<bool>(38, &none)) << "a movie is set once";
+}
+
+TEST_F(PlayerSlots, OfTheStoreAndTheListenersPicture) {
+  createListener();
+  activate();
+  EXPECT_EQ(call<unsigned>(28), 1U);
+  EXPECT_THAT(told(13, 1), ElementsAre("setNBRMode 1"));
+  EXPECT_THAT(told(30, 61.5F), ElementsAre("setDuration 61.5"));
+  platform::Size size{1, 2};
+  EXPECT_TRUE(call<bool>(31, &size));
+  EXPECT_EQ(size, (platform::Size{1, 2}));
+  EXPECT_TRUE(call<bool>(36));
+  call<void>(37, 0);
+  EXPECT_FALSE(call<bool>(36));
+
+  const Value status = std::int32_t{3};
+  call<void>(43, string_view("kAVMovieStatusProperty"), &status);
+  EXPECT_EQ(call<Value>(42, string_view("kAVMovieStatusProperty")), status);
+  EXPECT_TRUE(call<Value>(42, string_view("kAVMovieFPSProperty")).isNil());
+  call<void>(40);
+  advance(0.2);
+  EXPECT_EQ(shown(), 201);
+  EXPECT_THAT(told(41), ElementsAre("repositionPlayer (null)"));
+  const auto questions = Listener::to({"PDSyncSharingViewModeNotification"});
+  call<void>(44);
+  EXPECT_THAT(questions->names, testing::SizeIs(1));
+}
+
+TEST_F(PlayerSlots, AChannelThatIsJoinedEndsTheFailover) {
+  create();
+  activate();
+  EXPECT_FALSE(call<bool>(34));
+  call<void>(35, 1);
+  EXPECT_TRUE(call<bool>(34));
+  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+  EXPECT_EQ(shown(), 6);
+  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+  EXPECT_FALSE(call<bool>(34));
+  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+  EXPECT_EQ(shown(), 103);
+}
+
+}  // namespace
+}  // namespace contract
