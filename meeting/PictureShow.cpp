@@ -1,10 +1,16 @@
 #include "meeting/PictureShow.h"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <utility>
 
 namespace meeting {
 
 namespace {
+
+// Behind the presenter's threads, which must be in time: pictures that are not drawn are replaced.
+constexpr int kNiceness = 5;
 
 // A picture that keeps its pooled frame until nobody shows it any more.
 std::shared_ptr<const platform::Image> imageOf(const FrameRef& frame) {
@@ -104,6 +110,8 @@ bool PictureShow::waitForWork(Lock& lock) {
 }
 
 void PictureShow::work() {
+  // Of this thread alone, as Linux takes it.
+  setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kNiceness);
   Lock lock(mutex_);
   while (waitForWork(lock)) {
     outdated_ = false;
