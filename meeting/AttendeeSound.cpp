@@ -6,6 +6,10 @@
 
 namespace meeting {
 
+namespace {
+constexpr std::uint32_t kBits = 8 * sizeof(std::int16_t);
+}  // namespace
+
 void AttendeeSound::listen(std::shared_ptr<SoundSink> sink) {
   const std::lock_guard lock(mutex_);
   std::swap(sink_, sink);
@@ -14,7 +18,7 @@ void AttendeeSound::listen(std::shared_ptr<SoundSink> sink) {
 void AttendeeSound::play(const AudioFormat& format, const AudioSample& sample) {
   ++blocks_;
   const std::lock_guard lock(mutex_);
-  if (!sink_) return;
+  if (!sink_ || format.bits != kBits) return;
   const int volume = muted_ ? 0 : volume_.load();
   if (volume == kFullVolume) return sink_->sound(format, sample);
   scaled_.resize(sample.bytes / sizeof(std::int16_t));

@@ -14,6 +14,11 @@ using std::chrono_literals::operator""h;
 class AttendeeTest : public PlatformFixture {
  protected:
   AttendeeTest() { present(); }
+  void setAudioFormat(std::uint16_t bits) {
+    tMSAUDIOFORMATEX format{0, 1, 0, 48000, 96000, 2, bits, 32, 0};
+    tagMSMediaFormat record{kHead, MM_MEDIASTREAMING_MEDIATYPE_AUDIO, 0, &format, sizeof format};
+    EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_MEDIA_FORMAT, &record), 1U);
+  }
   // Colours that change slowly over the picture.
   static Sample gradient(std::uint16_t width, std::uint16_t height) {
     Sample sample(0, width, height);
@@ -226,12 +231,15 @@ TEST_F(AttendeeTest, SoundIsHeardAtTheAttendeesVolume) {
       {"muted otherwise", 128, 7, {0, 0, 0, 0, 0, 0, 0}},
       {"loud again", 255, 0, spoken},
   };
-  tMSAUDIOFORMATEX format{0, 1, 0, 48000, 96000, 2, 16, 32, 0};
-  tagMSMediaFormat record{kHead, MM_MEDIASTREAMING_MEDIATYPE_AUDIO, 0, &format, sizeof format};
-  EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_MEDIA_FORMAT, &record), 1U);
   join(attendee_);
   const auto ear = std::make_shared<Ear>();
   attendee_.port->listen(ear);
+  EXPECT_EQ(sendSound(0, spoken), 1U);
+  EXPECT_TRUE(ear->heard.empty()) << "of an unknown format";
+  setAudioFormat(8);
+  EXPECT_EQ(sendSound(0, spoken), 1U);
+  EXPECT_TRUE(ear->heard.empty()) << "not what sinks take";
+  setAudioFormat(16);
   for (const Case& test : cases) {
     SCOPED_TRACE(test.name);
     tagMSVolumeInfo volume{kHead, MM_MEDIASTREAMING_CHANNEL_LISTENER, test.volume, 0};
@@ -248,7 +256,7 @@ TEST_F(AttendeeTest, SoundIsHeardAtTheAttendeesVolume) {
   attendee_.port->listen(nullptr);
   sendSound(0, spoken);
   EXPECT_TRUE(ear->heard.empty());
-  EXPECT_EQ(attendee_.port->statistics().audioBlocksReceived, std::size(cases) + 1);
+  EXPECT_EQ(attendee_.port->statistics().audioBlocksReceived, std::size(cases) + 3);
 }
 
 // The delivery threads go on whatever happens on the main thread; what is refused is not observed.
@@ -288,7 +296,6 @@ TEST_F(AttendeeTest, SamplesComeWhileEverythingChanges) {
   sound.join();
   EXPECT_EQ(observed, taken);
   EXPECT_EQ(observer_.pictures, observed) << "none after it was lost";
-  EXPECT_EQ(attendee_.peer->received.back(), attendee_.port ? "play 4" : "");
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
-// What the platform tells attendees about channel and player, and how it takes requests.
+// What the platform tells presenter and attendees about the channel and the player.
 #include <chrono>
-#include <limits>
-#include <optional>
 
 #include "tests/meeting/PlatformFixture.h"
 
@@ -309,117 +307,6 @@ TEST_F(PlatformTest, APictureIsAskedForWhenThereIsNoneToShow) {
   setStatus(MM_MEDIASTREAMING_PAUSE, 2);
   join(attendee_);
   EXPECT_EQ(observer_.wanted, 2) << "nobody kept the last one";
-}
-
-TEST_F(PlatformTest, RecordsThatDoNotHoldWhatTheySayAreRefused) {
-  struct Case {
-    const char* name;
-    void (*spoil)(Sample&);
-  };
-  const Case cases[] = {
-      {"another stream", [](Sample& s) { s.record.sourceID = 77; }},
-      {"another session", [](Sample& s) { s.record.sessionID = 77; }},
-      {"no pixels", [](Sample& s) { s.record.pData = nullptr; }},
-      {"no length", [](Sample& s) { s.record.dwDataLength = 0; }},
-      {"too short", [](Sample& s) { --s.record.dwDataLength; }},
-      {"too long", [](Sample& s) { ++s.record.dwDataLength; }},
-      {"absurd length",
-       [](Sample& s) { s.record.dwDataLength = std::numeric_limits<std::uint64_t>::max(); }},
-      {"no format", [](Sample& s) { s.record.pFormat = nullptr; }},
-      {"short format", [](Sample& s) { s.record.dwFormatLength = 15; }},
-      {"no width", [](Sample& s) { s.video.wWidth = 0; }},
-      {"no height", [](Sample& s) { s.video.wHeight = 0; }},
-      {"unknown kind",
-       [](Sample& s) { s.record.nMediaType = static_cast<MM_MEDIASTREAMING_MEDIATYPE>(9); }},
-      {"sound with a picture's format",
-       [](Sample& s) { s.record.nMediaType = MM_MEDIASTREAMING_MEDIATYPE_AUDIO; }},
-      {"bytes of no kind",
-       [](Sample& s) { s.record.nMediaType = MM_MEDIASTREAMING_MEDIATYPE_NONE; }},
-  };
-  Sample early;
-  EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_MEDIA_DATA, &early.record), 0U);
-  EXPECT_EQ(observer_.malformed, 0) << "nothing wrong with it but the time";
-  present();
-  int refused = 0;
-  for (const Case& test : cases) {
-    Sample sample;
-    test.spoil(sample);
-    EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_MEDIA_DATA, &sample.record), 0U) << test.name;
-    EXPECT_EQ(observer_.malformed, ++refused) << test.name;
-  }
-  EXPECT_EQ(observer_.pictures + observer_.blocks, 0);
-  EXPECT_EQ(presenter_->request(SVS_MSG_MS_COMMAND, 2000, nullptr), 0U);
-  EXPECT_EQ(sendSound(0, {7}), 1U) << "a block without a format continues the one before";
-  EXPECT_EQ(observer_.blocks, 1);
-}
-
-// A listener's record about a document.
-template <class Record>
-Record about(const tagMSHead& head) {
-  Record record{};
-  record.head = head;
-  record.eChannelType = MM_MEDIASTREAMING_CHANNEL_LISTENER;
-  return record;
-}
-
-TEST_F(PlatformTest, AttendeesRequestsAreChecked) {
-  const auto answer = [this](MM_MEDIASTREAMING_COMMAND command, auto record) {
-    return send(*attendee_.port, command, &record);
-  };
-  present();
-  for (const UCFResult expected : {1U, 0U}) {
-    SCOPED_TRACE(expected == 1 ? "ours" : "of another document");
-    const tagMSHead head{kIds.session, expected == 1 ? kIds.source : kIds.source + 1};
-    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_REGISTER, about<tagMSRegisterInfo>(head)), expected);
-    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_VOLUME, about<tagMSVolumeInfo>(head)), expected);
-    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_MUTE_STATUS, about<tagMSMuteInfo>(head)), expected);
-    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_SOURCE_STATUS, about<tagMSSourceStatus>(head)),
-              expected);
-    auto render = about<tagMSRenderInfo>(head);
-    render.eRenderType = MM_MEDIASTREAMING_RENDER_DETACH;
-    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_SET_RENDER, render), expected);
-    tagMSRenderView none{0, MM_MEDIASTREAMING_VIEW_KIND, 0};
-    auto update = about<tagMSRenderUpdate>(head);
-    update.dwUpdateKind = MM_MEDIASTREAMING_UPDATE_VIEW;
-    update.pUpdateParam = &none;
-    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_UPDATE_RENDER, update), expected);
-    update.pUpdateParam = nullptr;
-    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_UPDATE_RENDER, update), 0U);
-    EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_UNREGISTER, about<tagMSUnRegisterInfo>(head)), expected);
-  }
-  EXPECT_EQ(registerAs(*attendee_.port, MM_MEDIASTREAMING_CHANNEL_SOURCE), 0U);
-  auto volume = about<tagMSVolumeInfo>(kHead);
-  volume.wVolumeLevel = 256;
-  EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_VOLUME, volume), 0U);
-  EXPECT_EQ(answer(MM_MEDIASTREAMING_CMD_MEDIA_DATA, Sample().record), 0U);
-  EXPECT_EQ(attendee_.port->request(SVS_MSG_MS_COMMAND, 0, nullptr), 0U);
-}
-
-TEST_F(PlatformTest, QueriesAreAnsweredAsTheirAskersNeedThem) {
-  tagQuery probe = query(MM_MEDIASTREAMING_QUERY_SESSION_PROBE);
-  EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_QUERY, &probe), 0U);
-  EXPECT_EQ(probe.dwResult, 0U);
-  tagQuery allowed = query(MM_MEDIASTREAMING_QUERY_PLAY_ALLOWED);
-  allowed.dwStatus = kIds.session;
-  allowed.dwResult = 1;
-  EXPECT_EQ(send(*presenter_, MM_MEDIASTREAMING_CMD_QUERY, &allowed), 1U);
-  EXPECT_EQ(allowed.dwStatus, kIds.session);
-  EXPECT_EQ(allowed.dwResult, 1U);
-
-  const auto presence = [this](DocumentIds ids) -> std::optional<std::uint32_t> {
-    tagQuery record = query(MM_MEDIASTREAMING_QUERY_CHANNEL_STATUS);
-    record.sessionID = ids.session;
-    record.dwResult = ids.source;
-    if (send(*attendee_.port, MM_MEDIASTREAMING_CMD_QUERY, &record) == 0) return std::nullopt;
-    return record.dwChannelStatus;
-  };
-  EXPECT_EQ(presence(kIds), std::nullopt) << "no channel yet";
-  present();
-  EXPECT_EQ(presence(kIds), MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
-  EXPECT_EQ(presence({kIds.session, kIds.source + 1}), std::nullopt);
-  EXPECT_EQ(presence({kIds.session + 1, kIds.source}), std::nullopt);
-  platform_.failChannel();
-  EXPECT_EQ(presence(kIds), MM_MEDIA_STREAMING_CHANNEL_STATUS_REGISTER_FAILED);
 }
 
 }  // namespace
