@@ -3,6 +3,7 @@
 
 #include "movara/CMovaraApp.h"
 #include "tests/contract/RecordingHost.h"
+#include "tests/movara/TraceLines.h"
 #include "tests/movara/common/FakeVideoPlayer.h"
 
 namespace {
@@ -45,7 +46,11 @@ TEST_F(AppStateTest, PlayerStateComesBackAsTheContainerKeptIt) {
 }
 
 TEST_F(AppStateTest, OpeningMakesThePlayerOnceAndReportsFalseWhenItWorked) {
+  takeTraceLines();
   EXPECT_FALSE(app->RenderFileName("/m/talk.mov"));
+  EXPECT_THAT(takeTraceLines()[1],
+              testing::MatchesRegex("I CMovaraApp::RenderFileName, m_pAVRender address = "
+                                    "0x[0-9a-f]{1,8}, this = 0x[0-9a-f]{1,8} "));
   ASSERT_TRUE(FakeFramework::view);
   const auto first = FakeFramework::view;
   EXPECT_TRUE(first->asset);
