@@ -1,9 +1,6 @@
 // Stories whose every log line is compared, addresses by the name of what lies there.
 #pragma once
 
-#include <cstdio>
-#include <regex>
-
 #include "tests/contract/ContractFixture.h"
 
 namespace contract {
@@ -44,11 +41,15 @@ class TextsTest : public ContractTest {
 
   // A line prints the low 32 bits of an address, and nothing else fits a name.
   Lines named(Lines lines) const {
-    static const std::regex address("(0x|this = (?!0x))([0-9a-f]+)");
     for (std::string& line : lines) {
-      std::smatch found;
-      if (std::regex_search(line, found, address)) {
-        line = found.prefix().str() + found.str(1) + nameOf(found.str(2)) + found.suffix().str();
+      for (const std::string_view mark : {"0x", "this = "}) {
+        const auto found = line.find(mark);
+        const auto begin = found + mark.size();
+        if (found != std::string::npos) {
+          const auto end = std::min(line.find_first_not_of("0123456789abcdef", begin), line.size());
+          line.replace(begin, end - begin, nameOf(line.substr(begin, end - begin)));
+          break;
+        }
       }
     }
     return lines;

@@ -1,11 +1,18 @@
-// The trace bundle, end to end: through the front end into lines.
+// The trace bundle, each time in a process that has just loaded it.
+#include <dlfcn.h>
 #include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <set>
 #include <sstream>
-
-#include "tests/trace/BundleTree.h"
+#include <thread>
 
 namespace {
 
@@ -13,18 +20,39 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::MatchesRegex;
-using testing::SizeIs;
-
 using Lines = std::vector<std::string>;
+
+constexpr unsigned long kLevels[] = {1, 2, 4, 8};
+
+template <class Function>
+Function entryPoint(const char* name) {
+  static void* const code = dlopen(TRACE_LUMTRACE, RTLD_NOW);
+  return reinterpret_cast<Function>(dlsym(code, name));
+}
+
+__attribute__((format(printf, 4, 5))) int trace(unsigned long level, const char* module,
+                                                const char* tag2, const char* format, ...) {
+  using Trace = int (*)(unsigned long, const char*, const char*, const char*, va_list);
+  va_list args;
+  va_start(args, format);
+  const int result = entryPoint<Trace>("LUMTRACE")(level, module, tag2, format, args);
+  va_end(args);
+  return result;
+}
+
+int traceRaw(const char* text) {
+  using TraceRaw = int (*)(unsigned long, const char*, const char*, const char*);
+  return entryPoint<TraceRaw>("LUMTRACERAW")(8, "raw", nullptr, text);
+}
 
 struct Record {
   std::string level, module, thread, message;
 };
 
 Record parsed(const std::string& line) {
-  EXPECT_THAT(line, MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}"
-                                 "[+-][0-9]{2}:[0-9]{2} [a-z]+ \\[[^]]*\\] \\[[0-9]+\\] .*"));
+  EXPECT_THAT(
+      line, testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}"
+                                  "[+-][0-9]{2}:[0-9]{2} [a-z]+ \\[[^]]*\\] \\[[0-9]+\\] .*"));
   std::istringstream fields(line);
   std::string time;
   Record record;
@@ -33,109 +61,121 @@ Record parsed(const std::string& line) {
   return record;
 }
 
-// "level [module] message" of each line.
-Lines summaries(const Lines& lines) {
-  Lines result;
-  for (const std::string& line : lines) {
-    const Record record = parsed(line);
-    result.push_back(record.level + " " + record.module + " " + record.message);
-  }
-  return result;
-}
-
 class Lumtrace : public testing::Test {
  protected:
-  Lumtrace() { BundleTree::addTraceBundle(tree_.plugIns(), TRACE_LUMTRACE); }
+  Lumtrace() {
+    std::string folder = (std::filesystem::temp_directory_path() / "lumtrace-XXXXXX").string();
+    EXPECT_NE(mkdtemp(folder.data()), nullptr);
+    root_ = folder;
+  }
+  ~Lumtrace() override { std::filesystem::remove_all(root_); }
 
-  BundleTree tree_;
+  // Runs `calls` in a process of its own. It must end with true.
+  void inProcess(const std::map<std::string, std::string>& environment,
+                 const std::function<bool()>& calls) const {
+    const pid_t child = fork();
+    if (child == 0) {
+      for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
+      const bool kept = std::freopen((root_ / "err").c_str(), "w", stderr) != nullptr;
+      _exit(kept && calls() ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+  }
+  Lines linesOf(const char* file) const {
+    std::ifstream stream(root_ / file);
+    Lines lines;
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
+  }
+  // "level [module] message" of each line.
+  Lines summaries(const char* file = "err") const {
+    Lines result;
+    for (const std::string& line : linesOf(file)) {
+      const Record record = parsed(line);
+      result.push_back(record.level + " " + record.module + " " + record.message);
+    }
+    return result;
+  }
+
+  std::filesystem::path root_;
 };
 
 TEST_F(Lumtrace, WritesRecordsFromTheWantedLevelUp) {
-  const std::string debug = "debug [videostream_MMS] at debug";
-  const std::string info = "info [videostream_MMS] at info";
-  const std::string warning = "warning [videostream_MMS] at warning";
-  const std::string error = "error [videostream_MMS] at error";
-  struct Case {
-    const char* level;
-    Lines results;
-    Lines records;
-  };
-  const std::vector<Case> cases{
-      {nullptr, {"debug 1", "info 1", "warning 0", "error 0"}, {warning, error}},
-      {"debug", {"debug 0", "info 0", "warning 0", "error 0"}, {debug, info, warning, error}},
-      {"info", {"debug 1", "info 0", "warning 0", "error 0"}, {info, warning, error}},
-      {"warning", {"debug 1", "info 1", "warning 0", "error 0"}, {warning, error}},
-      {"error", {"debug 1", "info 1", "warning 1", "error 0"}, {error}},
-      {"off", {"debug 1", "info 1", "warning 1", "error 1"}, {}},
-      {"loud",
-       {"debug 1", "info 1", "warning 0", "error 0"},
-       {"warning [lumtrace] no such trace level: loud", warning, error}},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.level));
-    Environment environment;
-    if (c.level != nullptr) environment.push_back(std::string("MOVARA_TRACE_LEVEL=") + c.level);
-    Outcome outcome = tree_.run({"levels"}, environment);
-    EXPECT_EQ(outcome.status, 0);
-    ASSERT_FALSE(outcome.out.empty());
-    outcome.out.pop_back();  // the line about the calls after exit
-    EXPECT_EQ(outcome.out, c.results);
-    EXPECT_EQ(summaries(outcome.err), c.records);
+  const Lines all = {"debug [m] at 1", "info [m] at 2", "warning [m] at 4", "error [m] at 8"};
+  const std::string unknown = "warning [lumtrace] no such trace level: loud";
+  for (const auto& [level, written] : {std::pair{"", 2U},
+                                       {"debug", 4U},
+                                       {"info", 3U},
+                                       {"warning", 2U},
+                                       {"error", 1U},
+                                       {"off", 0U},
+                                       {"loud", 2U}}) {
+    SCOPED_TRACE(level);
+    inProcess({{"MOVARA_TRACE_LEVEL", level}}, [written = written] {
+      for (std::size_t i = 0; i < 4; ++i) {
+        const int result = trace(kLevels[i], "m", nullptr, "at %lu", kLevels[i]);
+        if (result != (i + written < 4 ? 1 : 0)) return false;
+      }
+      return true;
+    });
+    Lines expected(all.end() - written, all.end());
+    if (std::string(level) == "loud") expected.insert(expected.begin(), unknown);
+    EXPECT_EQ(summaries(), expected);
   }
 }
 
 TEST_F(Lumtrace, AppendsToTheFileInstead) {
-  const auto file = tree_.root() / "logs/trace.log";
   for (const char* text : {"first", "second"}) {
-    const Outcome outcome = tree_.run({"warn", text}, {"MOVARA_TRACE_FILE=" + file.string()});
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.err, IsEmpty());
+    inProcess({{"MOVARA_TRACE_FILE", root_ / "logs/trace.log"}},
+              [text] { return trace(4, "m", nullptr, "%s", text) == 0; });
+    EXPECT_THAT(summaries(), IsEmpty());
   }
-  EXPECT_THAT(summaries(linesOf(file)),
-              ElementsAre("warning [videostream_MMS] first", "warning [videostream_MMS] second"));
-}
-
-TEST_F(Lumtrace, FallsBackToStandardErrorWhenTheFileCannotBeOpened) {
-  const std::string folder = tree_.root().string();
-  const Outcome outcome = tree_.run({"warn", "kept"}, {"MOVARA_TRACE_FILE=" + folder});
-  EXPECT_THAT(summaries(outcome.err),
-              ElementsAre(AllOf(HasSubstr("warning [lumtrace] "), HasSubstr(folder)),
-                          "warning [videostream_MMS] kept"));
-}
-
-TEST_F(Lumtrace, AMessageStaysOneLine) {
-  const Outcome outcome = tree_.run({"warn", "one\r\ntwo\t\x1b[2J\x7f 100 %s %n \xc3\xa9"});
-  EXPECT_THAT(summaries(outcome.err), ElementsAre("warning [videostream_MMS] "
-                                                  R"(one\r\ntwo\t\x1b[2J\x7f 100 %s %n )"
-                                                  "\xc3\xa9"));
+  EXPECT_THAT(summaries("logs/trace.log"), ElementsAre("warning [m] first", "warning [m] second"));
 }
 
 TEST_F(Lumtrace, SurvivesOddCalls) {
-  // A file that cannot be opened is one more thing that must not disturb errno.
-  const Outcome outcome = tree_.run({"oddities"}, {"MOVARA_TRACE_FILE=" + tree_.root().string()});
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_THAT(outcome.out, ElementsAre("errno kept 1", "no module 0", "null format -1",
-                                       "null text -1", "not convertible 0", "second tag 0",
-                                       "percent 0", "long 0", "after exit -1 -1"));
   const std::string longText(5000, 'x');
-  EXPECT_THAT(summaries(outcome.err),
-              ElementsAre(HasSubstr("warning [lumtrace] "), "error [-] no module",
-                          "error [odd] wide %ls", R"(error [odd/second\ntag] tagged)",
-                          "error [odd] 100 %s %n", "error [odd] " + longText + "|" + longText));
+  // A file that cannot be opened is one more thing that must not disturb errno.
+  inProcess({{"MOVARA_TRACE_FILE", root_}}, [&] {
+    errno = ENOENT;
+    bool good = trace(8, nullptr, nullptr, "no module") == 0 && errno == ENOENT;
+    const char* const none = nullptr;
+    constexpr wchar_t kNoCharacter[] = {static_cast<wchar_t>(0x7FFFFFF0), 0};
+    good = good && traceRaw(none) == -1 && traceRaw("100 %s %n") == 0;
+    good = good && trace(9, "odd", nullptr, "wide %ls", kNoCharacter) == 0;
+    good = good && trace(9, "odd", "second\ntag", "one\r\ntwo\t\x1b[2J\x7f \xc3\xa9") == 0;
+    return good && trace(9, "odd", nullptr, "%s|%s", longText.c_str(), longText.c_str()) == 0;
+  });
+  EXPECT_THAT(summaries(),
+              ElementsAre(AllOf(HasSubstr("warning [lumtrace] "), HasSubstr(root_.string())),
+                          "error [-] no module", "error [raw] 100 %s %n", "error [odd] wide %ls",
+                          R"(error [odd/second\ntag] one\r\ntwo\t\x1b[2J\x7f )"
+                          "\xc3\xa9",
+                          "error [odd] " + longText + "|" + longText));
 }
 
 TEST_F(Lumtrace, KeepsLinesWholeAndEachThreadsInOrder) {
   constexpr int kThreads = 8;
   constexpr int kLines = 200;
-  const auto file = tree_.root() / "trace.log";
-  const Outcome outcome = tree_.run({"threads", std::to_string(kThreads), std::to_string(kLines)},
-                                    {"MOVARA_TRACE_FILE=" + file.string()});
-  EXPECT_EQ(outcome.status, 0);
+  inProcess({{"MOVARA_TRACE_FILE", root_ / "log"}}, [] {
+    std::vector<std::thread> running;
+    for (int thread = 0; thread < kThreads; ++thread) {
+      running.emplace_back([thread] {
+        for (int line = 0; line < kLines; ++line) {
+          trace(4, "m", nullptr, "thread %d line %d %0*d end", thread, line, 50 + line, 0);
+        }
+      });
+    }
+    for (std::thread& thread : running) thread.join();
+    return true;
+  });
 
   std::map<int, int> linesSeen;
   std::map<int, std::set<std::string>> idsSeen;
   std::set<std::string> allIds;
-  for (const std::string& line : linesOf(file)) {
+  for (const std::string& line : linesOf("log")) {
     const Record record = parsed(line);
     std::istringstream words(record.message);
     std::string word;
@@ -148,9 +188,9 @@ TEST_F(Lumtrace, KeepsLinesWholeAndEachThreadsInOrder) {
     idsSeen[thread].insert(record.thread);
     allIds.insert(record.thread);
   }
-  EXPECT_THAT(allIds, SizeIs(kThreads));
-  EXPECT_THAT(idsSeen, SizeIs(kThreads));
-  for (const auto& [thread, ids] : idsSeen) EXPECT_THAT(ids, SizeIs(1)) << thread;
+  EXPECT_EQ(allIds.size(), kThreads);
+  EXPECT_EQ(idsSeen.size(), kThreads);
+  for (const auto& [thread, ids] : idsSeen) EXPECT_EQ(ids.size(), 1U) << thread;
   for (const auto& [thread, lines] : linesSeen) EXPECT_EQ(lines, kLines) << thread;
 }
 
