@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <mutex>
-#include <vector>
 
 namespace meeting {
 
@@ -12,6 +10,8 @@ namespace {
 constexpr std::size_t kSpareBytes = 64;
 // Kept for the pictures to come; more than that were needed for a moment only.
 constexpr std::size_t kMaxIdle = 4;
+// A still may be shown at many sizes one after the other.
+constexpr std::size_t kMaxRenditions = 4;
 }  // namespace
 
 struct FramePoolCore {
@@ -49,8 +49,21 @@ FrameRef::FrameRef(const FrameRef& other) noexcept : frame_(other.frame_) {
 
 FrameRef::~FrameRef() {
   if (frame_ == nullptr || frame_->references_.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+  frame_->renditions_.clear();
   const auto home = std::move(frame_->home_);
   home->giveBack(std::unique_ptr<Frame>(frame_));
+}
+
+FrameRef Frame::rendition(std::uint32_t wide, std::uint32_t high,
+                          const std::function<FrameRef()>& make) const {
+  const std::lock_guard lock(renditionsMutex_);
+  for (const FrameRef& made : renditions_)
+    if (made->width == wide && made->height == high) return made;
+  FrameRef made = make();
+  if (!made) return made;
+  if (renditions_.size() == kMaxRenditions) renditions_.erase(renditions_.begin());
+  renditions_.push_back(made);
+  return made;
 }
 
 FramePool::FramePool() : core_(std::make_shared<FramePoolCore>()) {}

@@ -7,7 +7,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <utility>
+#include <vector>
 
 #include "meeting/MultimediaPlatform.h"
 
@@ -15,21 +17,7 @@ namespace meeting {
 
 struct FramePoolCore;
 
-// Immutable once it has been made.
-struct Frame {
-  std::uint64_t timestampMs = 0;
-  std::uint32_t width = 0;
-  std::uint32_t height = 0;
-  std::uint32_t bytesPerRow = 0;
-  std::unique_ptr<std::uint8_t[]> pixels;  // height * bytesPerRow bytes, and some to spare
-
- private:
-  friend class FrameRef;
-  friend class FramePool;
-  std::size_t room_ = 0;  // bytes
-  std::atomic<int> references_{0};
-  std::shared_ptr<FramePoolCore> home_;  // set while in use
-};
+struct Frame;
 
 // A counted reference; the last one gives the frame back to its pool.
 class FrameRef {
@@ -45,11 +33,34 @@ class FrameRef {
 
   explicit operator bool() const { return frame_ != nullptr; }
   const Frame* operator->() const { return frame_; }
+  const Frame& operator*() const { return *frame_; }
 
  private:
   friend class FramePool;
   explicit FrameRef(Frame* frame) : frame_(frame) {}
   Frame* frame_ = nullptr;
+};
+
+// A picture, immutable once it has been made.
+struct Frame {
+  std::uint64_t timestampMs = 0;
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t bytesPerRow = 0;
+  std::unique_ptr<std::uint8_t[]> pixels;  // height * bytesPerRow bytes, and some to spare
+
+  // This picture at another size: made by who asks first, while others wait, and shared with them.
+  FrameRef rendition(std::uint32_t wide, std::uint32_t high,
+                     const std::function<FrameRef()>& make) const;
+
+ private:
+  friend class FrameRef;
+  friend class FramePool;
+  std::size_t room_ = 0;  // bytes
+  std::atomic<int> references_{0};
+  std::shared_ptr<FramePoolCore> home_;  // set while in use
+  mutable std::mutex renditionsMutex_;
+  mutable std::vector<FrameRef> renditions_;  // guarded by renditionsMutex_; the oldest first
 };
 
 // How many frames a pool has made that still exist, now and at most.

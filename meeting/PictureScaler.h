@@ -23,11 +23,13 @@ PixelSize fitted(const PixelSize& picture, const PixelSize& bounds);
 // One thread at a time; what it makes goes to any.
 class PictureScaler {
  public:
-  // The picture itself when it has that size, otherwise a copy at that size. Nothing when the size
-  // is empty or beyond what can be scaled.
+  // The picture itself when it has that size, otherwise a copy at that size, shared with all who
+  // show this picture at it. Nothing when the size is empty or beyond what can be scaled.
   FrameRef scaled(const FrameRef& picture, const PixelSize& size);
 
  private:
+  FrameRef makeScaled(const Frame& picture, const PixelSize& size);
+
   struct Free {
     void operator()(SwsContext* context) const;
   };

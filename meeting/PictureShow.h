@@ -2,7 +2,7 @@
 // scales it and draws it into the attendee's view while somebody looks.
 //
 // Threads: offer() on the presenter's delivery threads, the rest on the main thread unless marked.
-// Nobody waits for a picture that is being scaled.
+// Neither waits for a picture that is being scaled.
 #pragma once
 
 #include <chrono>

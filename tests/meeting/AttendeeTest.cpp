@@ -78,23 +78,33 @@ TEST_F(AttendeeTest, PicturesFillTheViewWithTheirAspectKept) {
   }
 }
 
-TEST_F(AttendeeTest, PicturesOfTheViewsSizeAreSharedNotCopied) {
-  Seat other(platform_);
-  for (Seat* seat : {&attendee_, &other}) {
-    watch(*seat);
-    join(*seat);
+TEST_F(AttendeeTest, AttendeesShareWhatTheySeeAtTheSameSize) {
+  for (const double scale : {1.0, 2.0, 7.0}) {
+    SCOPED_TRACE(scale);
+    Seat one(platform_), other(platform_);
+    for (Seat* seat : {&one, &other}) {
+      seat->view->setFrame({{0, 0}, {5 * scale, 3 * scale}});
+      watch(*seat);
+      join(*seat);
+    }
+    setStatus(MM_MEDIASTREAMING_PAUSE, 9);
+    sendStill(9);
+    const auto showsIt = [](const Seat& seat) {
+      const auto shown = seat.view->contents();
+      return shown && shown->pixels[0] == 9;
+    };
+    waitFor([&] { return showsIt(one) && showsIt(other); });
+    const auto shown = one.view->contents();
+    EXPECT_EQ(shown->width, 5 * scale);
+    EXPECT_EQ(shown->pixels, other.view->contents()->pixels);
+    if (scale == 1) {
+      EXPECT_EQ(shown->bytesPerRow, 16U) << "as it was sent";
+    }
+    // A picture on show outlives the channel.
+    one.port.reset();
+    EXPECT_EQ(shown->pixels[shown->height * shown->bytesPerRow - 1], 9);
+    sendStill(0);  // what the next ones see first
   }
-  sendPicture(9);
-  whenReceived(attendee_, 1);
-  whenReceived(other, 1);
-  const auto shown = attendee_.view->contents();
-  ASSERT_TRUE(shown);
-  EXPECT_EQ(shown->bytesPerRow, 16U);
-  EXPECT_EQ(shown->pixels, other.view->contents()->pixels);
-
-  // A picture on show outlives the channel, and the stream.
-  attendee_.port.reset();
-  EXPECT_EQ(shown->pixels[47], 9);
 }
 
 TEST_F(AttendeeTest, AViewThatIsResizedIsDrawnAgain) {
