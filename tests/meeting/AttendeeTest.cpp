@@ -2,6 +2,8 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <filesystem>
+#include <iterator>
 #include <limits>
 
 #include "tests/meeting/PlatformFixture.h"
@@ -167,6 +169,29 @@ TEST_F(AttendeeTest, AHundredAttachmentsLeaveNothingBehind) {
   EXPECT_TRUE(attendee_.view->subviews().empty());
   EXPECT_EQ(attendee_.view.use_count(), 1);
   EXPECT_EQ(platform_.pictures().most, 1U);
+}
+
+TEST_F(AttendeeTest, ThreadsAndPicturesEndWithThoseWhoTakeThem) {
+  const auto threads = [] {
+    using Tasks = std::filesystem::directory_iterator;
+    return std::distance(Tasks("/proc/self/task"), Tasks());
+  };
+  // Awaited, because one that has been joined may still be on its way out of the list.
+  const auto before = threads();
+  for (int round = 0; round < 20; ++round) {
+    Seat guests[] = {Seat(platform_), Seat(platform_)};
+    waitFor([&] { return threads() == before + 2; });
+    for (Seat& guest : guests) {
+      watch(guest);
+      join(guest);
+    }
+    sendPicture(static_cast<std::uint64_t>(round));
+    for (Seat& guest : guests) whenReceived(guest, 1);
+    presenter_ = platform_.attachPresenter(presenterPeer_);
+    present();
+  }
+  waitFor([&] { return threads() == before; });
+  EXPECT_LE(platform_.pictures().frames, 4U) << "what is kept for the pictures to come";
 }
 
 TEST_F(AttendeeTest, LateOnesSeeTheStillPicture) {
