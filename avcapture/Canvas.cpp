@@ -4,6 +4,7 @@
 #include <cstring>
 #include <sstream>
 
+#include "avcapture/Font.h"
 #include "avcapture/FramePool.h"
 
 namespace avcapture {
@@ -11,8 +12,7 @@ namespace avcapture {
 Canvas::Canvas(int width, int height)
     : surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height)),
       context_(cairo_create(surface_.get())) {
-  cairo_select_font_face(context(), "sans-serif", CAIRO_FONT_SLANT_NORMAL,
-                         CAIRO_FONT_WEIGHT_NORMAL);
+  if (cairo_font_face_t* font = textFont()) cairo_set_font_face(context(), font);
   setColor(kGround);
   cairo_paint(context());
 }
