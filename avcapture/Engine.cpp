@@ -1,42 +1,17 @@
 #include "avcapture/Engine.h"
 
-#include <pthread.h>
-#include <sys/prctl.h>
-
 #include <algorithm>
-#include <csignal>
 #include <new>
 #include <system_error>
 #include <utility>
 
-#include "avcapture/ListenerCall.h"
 #include "platform/Exception.h"
-#include "platform/RunLoop.h"
 
 namespace avcapture {
 
 namespace {
 
 constexpr std::int64_t kUnknownFramePeriod = 40'000;  // microseconds
-constexpr std::array<const char*, 4> kThreadNames = {"av-demux", "av-decode", "av-picture",
-                                                     "av-sound"};
-
-// Signals are for the host's threads.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
- private:
-  sigset_t before_{};
-};
-
 MediaType typeOf(bool video, bool audio) {
   return static_cast<MediaType>((audio ? kMediaTypeAudio : 0) | (video ? kMediaTypeVideo : 0));
 }
@@ -93,133 +68,6 @@ bool Engine::openFile(const std::string& path) {
   framePeriod_ = info_.fps > 0 ? static_cast<std::int64_t>(kMicrosecondsPerSecond / info_.fps)
                                : kUnknownFramePeriod;
   return info_.type != kMediaTypeNone;
-}
-
-// --- threads ---
-
-void Engine::startThreads() {
-  const SignalsBlocked blocked;
-  startThread(kDemux, &Engine::demuxLoop);
-  if (hasVideo_) {
-    startThread(kDecode, &Engine::decodeLoop);
-    startThread(kPicture, &Engine::pictureLoop);
-  }
-  if (hasAudio_) startThread(kSound, &Engine::soundLoop);
-}
-
-void Engine::startThread(Thread which, void (Engine::*body)()) {
-  running_[which] = true;
-  try {
-    // The thread keeps the engine: its owner may let go of it from within a call of the thread.
-    threads_[which] =
-        std::thread([self = shared_from_this(), which, body] { self->run(which, body); });
-  } catch (...) {
-    running_[which] = false;
-    stop();  // the threads that did start would keep the engine for ever
-    throw;
-  }
-}
-
-void Engine::run(Thread which, void (Engine::*body)()) {
-  pthread_setname_np(pthread_self(), kThreadNames[which]);
-  prctl(PR_SET_TIMERSLACK, 1UL);  // wakes on time rather than with others
-  try {
-    (this->*body)();
-  } catch (const std::bad_alloc&) {
-    // Without memory there is nothing to play on with: the movie ends here.
-    Lock lock(mutex_);
-    const std::uint32_t generation = generation_;
-    lock.unlock();
-    tellEnd(generation);
-  }
-  running_[which] = false;
-  platform::RunLoop::main().wake();
-}
-
-void Engine::wakeAll() {
-  demuxWake_.notify_all();
-  decodeWake_.notify_all();
-  pictureWake_.notify_all();
-  soundWake_.notify_all();
-}
-
-bool Engine::isOwnThread() const {
-  return std::any_of(threads_.begin(), threads_.end(), [](const std::thread& thread) {
-    return thread.get_id() == std::this_thread::get_id();
-  });
-}
-
-void Engine::join(Thread which) {
-  std::thread& thread = threads_[which];
-  if (!thread.joinable()) return;
-  if (thread.get_id() == std::this_thread::get_id()) {
-    thread.detach();  // ends by itself as soon as it returns from the call that led here
-    return;
-  }
-  platform::RunLoop::main().waitServingMessages([&] { return !running_[which]; });
-  // A message served meanwhile may have been another stop.
-  if (thread.joinable()) thread.join();
-}
-
-void Engine::stop() {
-  {
-    const Lock lock(mutex_);
-    quit_ = true;
-    playing_ = false;
-    listener_ = nullptr;
-    wakeAll();
-  }
-  interrupted_ = true;
-  for (std::size_t i = 0; i < kThreadCount; ++i) join(static_cast<Thread>(i));
-}
-
-void Engine::stopSound() {
-  Lock lock(mutex_);
-  soundQuit_ = true;
-  audioPackets_.clear();
-  soundReady_ = true;
-  startClockWhenReady();
-  wakeAll();
-  endStream(lock, soundEnded_);
-  lock.unlock();
-  join(kSound);
-}
-
-// --- the listener ---
-
-void Engine::attach(std::weak_ptr<platform::Object> owner, AVStreamDataListener* listener,
-                    platform::Object* sender) {
-  const Lock lock(mutex_);
-  listenerOwner_ = std::move(owner);
-  listener_ = quit_ ? nullptr : listener;
-  sender_ = sender;
-}
-
-void Engine::detach(const platform::Object* sender) {
-  {
-    const Lock lock(mutex_);
-    if (sender_ != sender) return;  // replaced by another one
-    listener_ = nullptr;
-    sender_ = nullptr;
-  }
-  if (isOwnThread()) return;
-  detaching_ = true;
-  platform::RunLoop::main().waitServingMessages([this] { return callsUnderWay_ == 0; });
-  detaching_ = false;
-}
-
-Engine::ListenerCall::ListenerCall(Engine& engine)
-    : engine_(engine), owner_(engine.listenerOwner_.lock()) {
-  if (!owner_ || engine.listener_ == nullptr) return;
-  listener_ = engine.listener_;
-  sender_ = engine.sender_;
-  ++engine.callsUnderWay_;
-}
-
-Engine::ListenerCall::~ListenerCall() {
-  owner_.reset();
-  if (listener_ == nullptr) return;
-  if (--engine_.callsUnderWay_ == 0 && engine_.detaching_) platform::RunLoop::main().wake();
 }
 
 // --- controls ---

@@ -93,14 +93,21 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void redeliver();
   void setVolume(int volume) { volume_.store(volume, std::memory_order_relaxed); }
 
-  // The listener of what is delivered from now on. It is kept alive during each call, and is not
-  // called once `owner` has died. `sender` goes out with each block of sound.
-  void attach(std::weak_ptr<platform::Object> owner, AVStreamDataListener* listener,
-              platform::Object* sender);
-  // No call into the listener is under way or follows once these have returned. They serve
-  // main-thread messages while they wait, and may be called from within such a call.
+  // Whom to call with what is delivered. It is kept alive during each call, and not called once
+  // `owner` has died. `sender` goes out with each block of sound, and names who has attached it.
+  struct Listener {
+    std::weak_ptr<platform::Object> owner;
+    AVStreamDataListener* listener = nullptr;
+    platform::Object* sender = nullptr;
+  };
+  // Takes the place of the one before, and gets sound again where that one has stopped it. Returns
+  // as seek does.
+  std::uint32_t attach(Listener listener);
+  // No call into the sender's listener is under way or follows once these have returned, except one
+  // that they are called from within. They serve main-thread messages while they wait.
   void detach(const platform::Object* sender);
-  void stopSound();
+  // Ends sound, unless another one has been attached since.
+  void stopSound(const platform::Object* sender);
   void stop();
 
   double positionSeconds() const {
@@ -112,7 +119,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   PlaybackStatistics statistics() const;
 
  private:
-  enum Thread : std::size_t { kDemux, kDecode, kPicture, kSound, kThreadCount };
+  enum Which : std::size_t { kDemux, kDecode, kPicture, kSound, kThreadCount };
   using Lock = std::unique_lock<std::mutex>;
   // The picture thread's own.
   struct PictureStage {
@@ -132,13 +139,13 @@ class Engine : public std::enable_shared_from_this<Engine> {
   Engine(const PlaybackOptions& options, EngineOutputs outputs);
   bool openFile(const std::string& path);
 
-  // Threads: Engine.cpp
+  // Threads: EngineThreads.cpp
   void startThreads();
-  void startThread(Thread which, void (Engine::*body)());
-  void run(Thread which, void (Engine::*body)());
-  void join(Thread which);
+  void startThread(Which which, void (Engine::*body)());
+  void run(Which which, void (Engine::*body)());
+  void join(Which which);
   void wakeAll();
-  bool isOwnThread() const;
+  void resumeSound();
 
   // Generations, the clock and the end: Engine.cpp; all with the mutex held.
   std::uint32_t beginGeneration(std::int64_t microseconds, bool notify);
@@ -195,16 +202,26 @@ class Engine : public std::enable_shared_from_this<Engine> {
   std::unique_ptr<VideoConverter> converter_;
   std::unique_ptr<AudioDecoder> audioDecoder_;
 
-  std::array<std::thread, kThreadCount> threads_;  // main thread
-  std::array<std::atomic<bool>, kThreadCount> running_{};
+  struct Worker {
+    std::thread thread;  // main thread
+    std::atomic<bool> running{true};
+  };
+  std::array<std::shared_ptr<Worker>, kThreadCount> workers_;  // main thread
+
+  // A call into a listener that is under way.
+  struct Call {
+    std::atomic<std::thread::id> thread;  // that makes it
+    std::atomic<const platform::Object*> sender{
+        nullptr};  // of the listener; null when there is none
+  };
+  std::array<Call, kThreadCount> calls_;
+  std::atomic<int> detaching_{0};  // how many wait for calls to end
 
   // Lock-free to read.
   std::atomic<std::int64_t> position_{0};
   std::atomic<std::int64_t> duration_{0};
   std::atomic<int> invalidImages_{0};
   std::atomic<int> volume_{100};
-  std::atomic<int> callsUnderWay_{0};
-  std::atomic<bool> detaching_{false};
   std::atomic<std::uint64_t> framesDelivered_{0}, stillsDelivered_{0}, framesDropped_{0},
       audioBlocksDelivered_{0};
 
@@ -229,9 +246,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   bool endTold_ = false;
   platform::SteadyClock steadyClock_;
   MediaClock clock_{steadyClock_};
-  std::weak_ptr<platform::Object> listenerOwner_;
-  AVStreamDataListener* listener_ = nullptr;
-  platform::Object* sender_ = nullptr;
+  Listener listener_;
 };
 
 }  // namespace avcapture

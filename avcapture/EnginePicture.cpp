@@ -94,7 +94,7 @@ void Engine::deliverPicture(Lock& lock, PictureStage& stage) {
 }
 
 void Engine::handOut(Lock& lock, const std::shared_ptr<Picture>& picture, bool still) {
-  std::optional<ListenerCall> call(std::in_place, *this);
+  std::optional<ListenerCall> call(std::in_place, *this, kPicture);
   lock.unlock();
   if (AVStreamDataListener* listener = call->listener()) {
     ++(still ? stillsDelivered_ : framesDelivered_);

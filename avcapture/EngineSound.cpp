@@ -94,7 +94,7 @@ void Engine::deliverSound(Lock& lock, SoundStage& stage, AudioDevice& device) {
   stage.end = block.microseconds + av_rescale(static_cast<std::int64_t>(block.frames()),
                                               kMicrosecondsPerSecond, block.format.rate);
   advanceTo(block.microseconds);
-  std::optional<ListenerCall> call(std::in_place, *this);
+  std::optional<ListenerCall> call(std::in_place, *this, kSound);
   lock.unlock();
   if (call->listener() != nullptr) {
     ++audioBlocksDelivered_;

@@ -67,16 +67,13 @@ std::shared_ptr<Engine> FFVideoPlayer::openEngine(const std::string& path) {
   return Engine::open(path, options_, std::move(outputs));
 }
 
-void FFVideoPlayer::attachListener(std::weak_ptr<platform::Object> owner,
-                                   AVStreamDataListener* listener, platform::Object* sender) {
-  listener_ = {std::move(owner), listener, sender};
+void FFVideoPlayer::attachListener(Engine::Listener listener) {
+  listener_ = std::move(listener);
   attachToEngine();
 }
 
 void FFVideoPlayer::attachToEngine() {
-  if (engine_ && listener_.listener != nullptr) {
-    engine_->attach(listener_.owner, listener_.listener, listener_.sender);
-  }
+  if (engine_ && listener_.listener != nullptr) generation_ = engine_->attach(listener_);
 }
 
 void FFVideoPlayer::detachListener(const platform::Object* sender) {
@@ -84,8 +81,8 @@ void FFVideoPlayer::detachListener(const platform::Object* sender) {
   if (engine_) engine_->detach(sender);
 }
 
-void FFVideoPlayer::stopSound() {
-  if (engine_) engine_->stopSound();
+void FFVideoPlayer::stopSound(const platform::Object* sender) {
+  if (engine_) engine_->stopSound(sender);
 }
 
 void FFVideoPlayer::willDie() {

@@ -17,10 +17,9 @@ class FFVideoPlayer final : public KTVideoPlayer {
   ~FFVideoPlayer() override;
 
   // For the capture session: the listener of what this view plays, now or once it has a movie.
-  void attachListener(std::weak_ptr<platform::Object> owner, AVStreamDataListener* listener,
-                      platform::Object* sender);
+  void attachListener(Engine::Listener listener);
   void detachListener(const platform::Object* sender);
-  void stopSound();
+  void stopSound(const platform::Object* sender);
 
   void setPlayerFitMode(int /*mode*/) override { superFrameSizeChanged(); }
   void setPlayerType(int type) override { listening_ = type == kPlayerTypeListener; }
@@ -85,12 +84,6 @@ class FFVideoPlayer final : public KTVideoPlayer {
   void movieEnded();
   std::shared_ptr<FFVideoPlayer> self();
 
-  struct Listener {
-    std::weak_ptr<platform::Object> owner;
-    AVStreamDataListener* listener = nullptr;
-    platform::Object* sender = nullptr;
-  };
-
   const PlaybackOptions options_;
   // Asked by delivery threads, which the engine starts and which are attached after it is set.
   std::shared_ptr<Engine> engine_;
@@ -103,7 +96,7 @@ class FFVideoPlayer final : public KTVideoPlayer {
   std::shared_ptr<PlayerContainerView> container_;
   // While full-screen: stands where the container view was, and is to be again.
   std::shared_ptr<platform::View> placeholder_;
-  Listener listener_;
+  Engine::Listener listener_;
   std::uint32_t generation_ = 1;  // of the engine, since the last seek
   bool playRefused_ = false;
   int volume_ = 100;

@@ -20,17 +20,17 @@ class FFCaptureSession final : public LUMAVCaptureSession {
     const auto owner = params.get(kAVStreamListenerKey).object();
     auto* listener = dynamic_cast<AVStreamDataListener*>(owner.get());
     const auto player = player_.lock();
-    if (player && listener != nullptr) player->attachListener(owner, listener, this);
+    if (player && listener != nullptr) player->attachListener({owner, listener, this});
   }
   ~FFCaptureSession() override {
     const auto player = player_.lock();
     if (!player) return;
-    player->stopSound();
+    player->stopSound(this);
     player->detachListener(this);
   }
 
   void stopAudioDeliverThreadIfNeed() override {
-    if (const auto player = player_.lock()) player->stopSound();
+    if (const auto player = player_.lock()) player->stopSound(this);
   }
 
  private:

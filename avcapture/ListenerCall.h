@@ -8,10 +8,10 @@
 namespace avcapture {
 
 // Made with the engine's mutex held, used and ended without it. Keeps the listener's owner alive,
-// and the engine from being detached, meanwhile.
+// and who has attached it from detaching, meanwhile.
 class Engine::ListenerCall {
  public:
-  explicit ListenerCall(Engine& engine);
+  ListenerCall(Engine& engine, Which which);
   ~ListenerCall();
   ListenerCall(const ListenerCall&) = delete;
   ListenerCall& operator=(const ListenerCall&) = delete;
@@ -22,6 +22,7 @@ class Engine::ListenerCall {
 
  private:
   Engine& engine_;
+  Call& call_;
   std::shared_ptr<platform::Object> owner_;
   AVStreamDataListener* listener_ = nullptr;
   platform::Object* sender_ = nullptr;

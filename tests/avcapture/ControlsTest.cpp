@@ -72,6 +72,21 @@ TEST_F(Controls, EndOfMovieStopsAtTheEndAndStartsAgainFromTheBeginning) {
   EXPECT_TRUE(std::equal(frames.begin(), frames.begin() + 25, frames.begin() + 25));
 }
 
+// Also where the first packet of sound begins before the movie and is cut to fit.
+TEST_F(Controls, SoundIsTheSameFromTheBeginningAgain) {
+  const std::string path =
+      clip("primed.mp4", "-f lavfi -i sine=f=440:r=44100 -t 1 -ac 2 -c:a libmp3lame");
+  const std::string whole = output({"ffmpeg", "-v", "error", "-i", path, "-f", "s16le", "-"});
+  open(path);
+  for (int i = 0; i < 10 && !HasFailure(); ++i) {
+    const std::size_t before = recorder->pcm().size();
+    if (i % 2 == 1) player->onStop(nullptr);
+    delegate.calls.clear();
+    playToTheEnd();
+    EXPECT_TRUE(recorder->pcm().substr(before) == whole) << "in round " << i;
+  }
+}
+
 TEST_F(Controls, StartingAgainAtTheEndDeliversNoStill) {
   open(clip("three.mp4", "-f lavfi -i testsrc2=s=64x48:r=25 -frames:v 3 -c:v libx264"));
   for (int i = 0; i < 100 && !HasFailure(); ++i) {

@@ -1,0 +1,191 @@
+// The engine's threads, from their start to their end, and the listener that two of them call.
+#include <pthread.h>
+#include <sys/prctl.h>
+
+#include <algorithm>
+#include <csignal>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include "avcapture/Engine.h"
+#include "avcapture/ListenerCall.h"
+#include "platform/RunLoop.h"
+
+namespace avcapture {
+
+namespace {
+
+constexpr std::array<const char*, 4> kThreadNames = {"av-demux", "av-decode", "av-picture",
+                                                     "av-sound"};
+
+// Signals are for the host's threads.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
+}  // namespace
+
+// --- threads ---
+
+void Engine::startThreads() {
+  try {
+    startThread(kDemux, &Engine::demuxLoop);
+    if (hasVideo_) {
+      startThread(kDecode, &Engine::decodeLoop);
+      startThread(kPicture, &Engine::pictureLoop);
+    }
+    if (hasAudio_) startThread(kSound, &Engine::soundLoop);
+  } catch (...) {
+    stop();  // the threads that did start would keep the engine for ever
+    throw;
+  }
+}
+
+void Engine::startThread(Which which, void (Engine::*body)()) {
+  const SignalsBlocked blocked;
+  const auto worker = std::make_shared<Worker>();
+  // The thread keeps the engine: its owner may let go of it from within a call of the thread.
+  worker->thread = std::thread([self = shared_from_this(), worker, which, body] {
+    self->run(which, body);
+    worker->running = false;
+    platform::RunLoop::main().wake();
+  });
+  workers_[which] = worker;
+}
+
+void Engine::run(Which which, void (Engine::*body)()) {
+  pthread_setname_np(pthread_self(), kThreadNames[which]);
+  prctl(PR_SET_TIMERSLACK, 1UL);  // wakes on time rather than with others
+  try {
+    (this->*body)();
+  } catch (const std::bad_alloc&) {
+    // Without memory there is nothing to play on with: the movie ends here.
+    Lock lock(mutex_);
+    const std::uint32_t generation = generation_;
+    lock.unlock();
+    tellEnd(generation);
+  }
+}
+
+void Engine::wakeAll() {
+  demuxWake_.notify_all();
+  decodeWake_.notify_all();
+  pictureWake_.notify_all();
+  soundWake_.notify_all();
+}
+
+void Engine::join(Which which) {
+  // Messages served meanwhile may start another thread in its place.
+  const std::shared_ptr<Worker> worker = workers_[which];
+  if (!worker || !worker->thread.joinable()) return;
+  if (worker->thread.get_id() == std::this_thread::get_id()) {
+    worker->thread.detach();  // ends by itself as soon as it returns from the call that led here
+    return;
+  }
+  platform::RunLoop::main().waitServingMessages([&] { return !worker->running; });
+  // A message served meanwhile may have been another stop.
+  if (worker->thread.joinable()) worker->thread.join();
+}
+
+void Engine::stop() {
+  {
+    const Lock lock(mutex_);
+    quit_ = true;
+    playing_ = false;
+    listener_ = {};
+    wakeAll();
+  }
+  interrupted_ = true;
+  for (std::size_t i = 0; i < kThreadCount; ++i) join(static_cast<Which>(i));
+}
+
+void Engine::stopSound(const platform::Object* sender) {
+  {
+    Lock lock(mutex_);
+    if (listener_.sender != sender) return;  // it is somebody else's by now
+    soundQuit_ = true;
+    audioPackets_.clear();
+    soundReady_ = true;
+    startClockWhenReady();
+    wakeAll();
+    endStream(lock, soundEnded_);
+  }
+  join(kSound);
+}
+
+// Sound goes on where the movie is; its packets are read again from there.
+void Engine::resumeSound() {
+  join(kSound);
+  {
+    const Lock lock(mutex_);
+    soundQuit_ = false;
+    beginGeneration(position_, seekPending_);
+  }
+  try {
+    startThread(kSound, &Engine::soundLoop);
+  } catch (const std::system_error&) {
+    // The picture plays on without.
+    const Lock lock(mutex_);
+    soundQuit_ = soundReady_ = soundEnded_ = true;
+    wakeAll();
+  }
+}
+
+// --- the listener ---
+
+std::uint32_t Engine::attach(Listener listener) {
+  bool silent = false;
+  {
+    const Lock lock(mutex_);
+    if (!quit_) listener_ = std::move(listener);
+    silent = !quit_ && hasAudio_ && soundQuit_;
+  }
+  if (silent) resumeSound();
+  const Lock lock(mutex_);
+  return generation_;
+}
+
+void Engine::detach(const platform::Object* sender) {
+  {
+    const Lock lock(mutex_);
+    if (listener_.sender == sender) listener_ = {};
+  }
+  // Calls that began before that are let to their end, but for one that we are in.
+  ++detaching_;
+  platform::RunLoop::main().waitServingMessages([this, sender] {
+    return std::none_of(calls_.begin(), calls_.end(), [sender](const Call& call) {
+      return call.sender == sender && call.thread != std::this_thread::get_id();
+    });
+  });
+  --detaching_;
+}
+
+Engine::ListenerCall::ListenerCall(Engine& engine, Which which)
+    : engine_(engine), call_(engine.calls_[which]), owner_(engine.listener_.owner.lock()) {
+  if (!owner_ || engine.listener_.listener == nullptr) return;
+  listener_ = engine.listener_.listener;
+  sender_ = engine.listener_.sender;
+  call_.thread = std::this_thread::get_id();
+  call_.sender = sender_;
+}
+
+Engine::ListenerCall::~ListenerCall() {
+  owner_.reset();
+  if (listener_ == nullptr) return;
+  call_.sender = nullptr;
+  if (engine_.detaching_ > 0) platform::RunLoop::main().wake();
+}
+
+}  // namespace avcapture
