@@ -136,23 +136,6 @@ TEST_F(ContractTest, TheFirstProbeArmsTheCountdownOnlyWhenItSucceedsWithZero) {
   }
 }
 
-TEST_F(ContractTest, AListenersFirstAndLaterActivation) {
-  createListener();
-  host.take();
-  activate();
-  EXPECT_THAT(host.take(),
-              ElementsAre("query 1 0", "query 0 42", "item 800=0", "request 0", "request 1",
-                          "to 9 1000000002000000050000000a0b0c0d", "query 1 0"));
-  EXPECT_EQ(shown(), 203);
-  forget();
-  object->CreateActiveUI(parent.get(), &rect);
-  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
-  EXPECT_THAT(host.take(), ElementsAre("item 800=0", "query 1 0", "render 130 view", "status 3 0",
-                                       "update render 4 2 view"));
-  object->DestroyActiveUI();
-  EXPECT_THAT(host.take(), testing::IsSupersetOf({"status 4 0", "render 128 none"}));
-}
-
 TEST_F(ContractTest, ARecordingIsJoinedFromTheStart) {
   host.liveMeeting = false;
   createListener();

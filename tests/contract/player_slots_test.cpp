@@ -50,6 +50,9 @@ TEST_F(PlayerSlots, OfTheControls) {
 
   EXPECT_THAT(told(7, 250U), ElementsAre("onChangeVolume 100"));
   EXPECT_THAT(told(11, 1), ElementsAre("onChangeVolume 0"));
+  EXPECT_THAT(told(11, 0), ElementsAre("onChangeVolume 100")) << "full, not the former one";
+  EXPECT_EQ(call<unsigned>(8), 40U);
+  EXPECT_FALSE(call<bool>(12));
   view()->volumeNow = 0;
   EXPECT_EQ(call<unsigned>(8), 0U);
   EXPECT_EQ(call<unsigned>(9), 0U);

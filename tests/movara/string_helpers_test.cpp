@@ -41,12 +41,15 @@ TEST(VariantText, IsTheStringOrNothing) {
   };
   const char* const narrow = "/m/f\xC3\xBC.mp4";
   const char16_t* const wide = u"/m/f\u00FC\u4E2D\U0001F3AC.mp4";
-  const char16_t lone[] = {0xD800, u'x', 0};
   const char* const none = nullptr;
 
   EXPECT_EQ(text(UCFVT_STR, narrow), narrow);
   EXPECT_EQ(text(UCFVT_WSTR, wide), "/m/f\xC3\xBC\xE4\xB8\xAD\xF0\x9F\x8E\xAC.mp4");
-  EXPECT_EQ(text(UCFVT_WSTR, static_cast<const char16_t*>(lone)), "");
+  for (const char16_t* const bad : {u"\xD800x", u"a\xD83C",
+                                    u"\xDFAC"
+                                    u"b"}) {
+    EXPECT_EQ(text(UCFVT_WSTR, bad), "");
+  }
   EXPECT_EQ(text(UCFVT_STR, none), "");
   EXPECT_EQ(text(UCFVT_WSTR, none), "");
   EXPECT_EQ(text(UCFVT_I4, narrow), "");

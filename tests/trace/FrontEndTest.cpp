@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/platform/TemporaryFolder.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -15,19 +17,6 @@ using Lines = std::vector<std::string>;
 // A folder of its own with the bundle "host" somewhere in it; gone with the object.
 class BundleTree {
  public:
-  BundleTree() {
-    std::string folder = (fs::temp_directory_path() / "trace-XXXXXX").string();
-    EXPECT_NE(mkdtemp(folder.data()), nullptr);
-    root_ = fs::canonical(folder);
-    host_ = root_ / "place/host";
-  }
-  ~BundleTree() {
-    std::error_code ignored;
-    fs::remove_all(root_, ignored);
-  }
-  BundleTree(const BundleTree&) = delete;
-  BundleTree& operator=(const BundleTree&) = delete;
-
   const fs::path& host() const { return host_; }
   fs::path plugIns() const { return host_ / "Contents/PlugIns"; }
   fs::path beside() const { return host_.parent_path(); }
@@ -61,8 +50,9 @@ class BundleTree {
   }
 
  private:
-  fs::path root_;
-  fs::path host_;
+  TemporaryFolder folder_;
+  fs::path root_ = fs::canonical(folder_ / "");
+  fs::path host_ = root_ / "place/host";
 };
 
 // The code that served the call of LUMINFO, or nothing.

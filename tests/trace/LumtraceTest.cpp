@@ -7,12 +7,13 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <set>
 #include <sstream>
 #include <thread>
+
+#include "tests/platform/TemporaryFolder.h"
 
 namespace {
 
@@ -63,20 +64,13 @@ Record parsed(const std::string& line) {
 
 class Lumtrace : public testing::Test {
  protected:
-  Lumtrace() {
-    std::string folder = (std::filesystem::temp_directory_path() / "lumtrace-XXXXXX").string();
-    EXPECT_NE(mkdtemp(folder.data()), nullptr);
-    root_ = folder;
-  }
-  ~Lumtrace() override { std::filesystem::remove_all(root_); }
-
   // Runs `calls` in a process of its own. It must end with true.
   void inProcess(const std::map<std::string, std::string>& environment,
                  const std::function<bool()>& calls) const {
     const pid_t child = fork();
     if (child == 0) {
       for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
-      const bool kept = std::freopen((root_ / "err").c_str(), "w", stderr) != nullptr;
+      const bool kept = std::freopen((folder_ / "err").c_str(), "w", stderr) != nullptr;
       _exit(kept && calls() ? 0 : 1);
     }
     int status = -1;
@@ -84,7 +78,7 @@ class Lumtrace : public testing::Test {
     EXPECT_EQ(status, 0);
   }
   Lines linesOf(const char* file) const {
-    std::ifstream stream(root_ / file);
+    std::ifstream stream(folder_ / file);
     Lines lines;
     for (std::string line; std::getline(stream, line);) lines.push_back(line);
     return lines;
@@ -99,7 +93,7 @@ class Lumtrace : public testing::Test {
     return result;
   }
 
-  std::filesystem::path root_;
+  TemporaryFolder folder_;
 };
 
 TEST_F(Lumtrace, WritesRecordsFromTheWantedLevelUp) {
@@ -128,7 +122,7 @@ TEST_F(Lumtrace, WritesRecordsFromTheWantedLevelUp) {
 
 TEST_F(Lumtrace, AppendsToTheFileInstead) {
   for (const char* text : {"first", "second"}) {
-    inProcess({{"MOVARA_TRACE_FILE", root_ / "logs/trace.log"}},
+    inProcess({{"MOVARA_TRACE_FILE", folder_ / "logs/trace.log"}},
               [text] { return trace(4, "m", nullptr, "%s", text) == 0; });
     EXPECT_THAT(summaries(), IsEmpty());
   }
@@ -138,7 +132,7 @@ TEST_F(Lumtrace, AppendsToTheFileInstead) {
 TEST_F(Lumtrace, SurvivesOddCalls) {
   const std::string longText(5000, 'x');
   // A file that cannot be opened is one more thing that must not disturb errno.
-  inProcess({{"MOVARA_TRACE_FILE", root_}}, [&] {
+  inProcess({{"MOVARA_TRACE_FILE", folder_ / ""}}, [&] {
     errno = ENOENT;
     bool good = trace(8, nullptr, nullptr, "no module") == 0 && errno == ENOENT;
     const char* const none = nullptr;
@@ -149,7 +143,7 @@ TEST_F(Lumtrace, SurvivesOddCalls) {
     return good && trace(9, "odd", nullptr, "%s|%s", longText.c_str(), longText.c_str()) == 0;
   });
   EXPECT_THAT(summaries(),
-              ElementsAre(AllOf(HasSubstr("warning [lumtrace] "), HasSubstr(root_.string())),
+              ElementsAre(AllOf(HasSubstr("warning [lumtrace] "), HasSubstr(folder_ / "")),
                           "error [-] no module", "error [raw] 100 %s %n", "error [odd] wide %ls",
                           R"(error [odd/second\ntag] one\r\ntwo\t\x1b[2J\x7f )"
                           "\xc3\xa9",
@@ -159,7 +153,7 @@ TEST_F(Lumtrace, SurvivesOddCalls) {
 TEST_F(Lumtrace, KeepsLinesWholeAndEachThreadsInOrder) {
   constexpr int kThreads = 8;
   constexpr int kLines = 200;
-  inProcess({{"MOVARA_TRACE_FILE", root_ / "log"}}, [] {
+  inProcess({{"MOVARA_TRACE_FILE", folder_ / "log"}}, [] {
     std::vector<std::thread> running;
     for (int thread = 0; thread < kThreads; ++thread) {
       running.emplace_back([thread] {

@@ -42,31 +42,6 @@ TEST_F(PlayerControls, TurnTheViewInTheirOwnDirectionOnly) {
   }
 }
 
-TEST_F(PlayerControls, SeekNeedsADuration) {
-  makeSource();
-  EXPECT_TRUE(player->Seek(30));
-  EXPECT_THAT(view->takeCalls(), ElementsAre("seek " + Value(30.0F).description()));
-  view->length = 0;
-  EXPECT_FALSE(player->Seek(30));
-  EXPECT_THAT(view->takeCalls(), IsEmpty());
-}
-
-TEST_F(PlayerControls, VolumeIsClampedAndUnmutingGoesToFull) {
-  makeSource();
-  EXPECT_TRUE(player->SetVolume(250));
-  EXPECT_TRUE(player->SetVolume(0));
-  EXPECT_TRUE(player->SetMute(1));
-  EXPECT_TRUE(player->SetMute(0));
-  EXPECT_THAT(view->takeCalls(), ElementsAre("onChangeVolume 100", "onChangeVolume 0",
-                                             "onChangeVolume 0", "onChangeVolume 100"));
-  EXPECT_EQ(player->GetVolume(), 40U);
-  EXPECT_FALSE(player->GetMute());
-  view->volumeNow = 0;
-  EXPECT_TRUE(player->GetMute());
-  EXPECT_EQ(player->GetMinVolume(), 0U);
-  EXPECT_EQ(player->GetMaxVolume(), 100U);
-}
-
 TEST_F(PlayerControls, ListenerAsksTheBridgeWhereASourceAsksTheView) {
   const struct {
     bool source;
@@ -148,15 +123,6 @@ TEST_F(PlayerControls, FullscreenAndControlBarArePassedOn) {
               ElementsAre("setFullscreen 1", "setFullscreen 0", "showEmbedControlbar 1"));
   EXPECT_THAT(takeTraceLines(),
               ElementsAre("I Im going to fullscreen now", "I im going to exit fullscreen now"));
-}
-
-TEST_F(PlayerControls, StartPlayRepeatsOnlyARefusedStart) {
-  makeSource();
-  player->startPlay();
-  EXPECT_THAT(view->takeCalls(), IsEmpty());
-  view->refusedToPlay = true;
-  player->startPlay();
-  EXPECT_THAT(view->takeCalls(), ElementsAre("onStart by itself"));
 }
 
 }  // namespace
