@@ -9,6 +9,73 @@ namespace {
 
 using PlatformRequestsTest = PlatformFixture;
 
+// A record about a document, a listener's unless another channel is named.
+template <class Record>
+Record about(const tagMSHead& head,
+             MM_MEDIASTREAMING_CHANNLE_TYPE channel = MM_MEDIASTREAMING_CHANNEL_LISTENER) {
+  Record record{};
+  record.head = head;
+  record.eChannelType = channel;
+  return record;
+}
+
+// What the presenter's requests are answered before it has registered, while the channel is open,
+// while it has failed, when it has been closed, and when the presenter has been lost.
+TEST_F(PlatformRequestsTest, ThePresentersRequestsAreAnsweredByTheStateOfItsChannel) {
+  constexpr auto kSource = MM_MEDIASTREAMING_CHANNEL_SOURCE;
+  using Port = PresenterPort;
+  struct Case {
+    const char* name;
+    UCFResult (*request)(Port&);
+    UCFResult before, open, failed, closed, lost;
+  };
+  const Case cases[] = {
+      {"start", [](Port& p) { return p.request(SVS_MSG_START_SESSION, 0, nullptr); },  //
+       1, 1, 1, 1, 0},
+      {"advance", [](Port& p) { return p.request(SVS_MSG_STOP_ADVANCE_PAGE, 0, nullptr); },  //
+       1, 1, 1, 1, 0},
+      {"unknown", [](Port& p) { return p.request(55, 0, nullptr); }, 0, 0, 0, 0, 0},
+      {"query",
+       [](Port& p) {
+         tagQuery record = query(MM_MEDIASTREAMING_QUERY_PLAY_ALLOWED);
+         return send(p, MM_MEDIASTREAMING_CMD_QUERY, &record);
+       },
+       1, 1, 1, 1, 0},
+      {"status",
+       [](Port& p) {
+         auto record = about<tagMSSourceStatus>(kHead, kSource);
+         return send(p, MM_MEDIASTREAMING_CMD_SOURCE_STATUS, &record);
+       },
+       1, 1, 1, 1, 0},
+      {"picture",
+       [](Port& p) {
+         Sample sample;
+         return send(p, MM_MEDIASTREAMING_CMD_MEDIA_DATA, &sample.record);
+       },
+       0, 1, 1, 0, 0},
+      {"unregister as a listener",
+       [](Port& p) { return unregister(p, MM_MEDIASTREAMING_CHANNEL_LISTENER); },  //
+       0, 0, 0, 0, 0},
+  };
+  const auto expectEach = [&](const char* state, UCFResult Case::*expected) {
+    for (const Case& test : cases)
+      EXPECT_EQ(test.request(*presenter_), test.*expected) << test.name << ", " << state;
+  };
+  expectEach("before", &Case::before);
+  present();
+  expectEach("open", &Case::open);
+  platform_.failChannel();
+  expectEach("failed", &Case::failed);
+  EXPECT_EQ(unregister(*presenter_, kSource), 1U);
+  expectEach("closed", &Case::closed);
+  platform_.reconnectChannel();
+  EXPECT_EQ(presenterPeer_->take(), (Texts{"channel 0", "channel 2", "channel 3"}))
+      << "who has closed the channel is not in again";
+  present();
+  presenter_->lose();
+  expectEach("lost", &Case::lost);
+}
+
 TEST_F(PlatformRequestsTest, RecordsThatDoNotHoldWhatTheySayAreRefused) {
   struct Case {
     const char* name;
@@ -49,15 +116,6 @@ TEST_F(PlatformRequestsTest, RecordsThatDoNotHoldWhatTheySayAreRefused) {
   EXPECT_EQ(presenter_->request(SVS_MSG_MS_COMMAND, 2000, nullptr), 0U);
   EXPECT_EQ(sendSound(0, {7}), 1U) << "a block without a format continues the one before";
   EXPECT_EQ(observer_.blocks, 1);
-}
-
-// A listener's record about a document.
-template <class Record>
-Record about(const tagMSHead& head) {
-  Record record{};
-  record.head = head;
-  record.eChannelType = MM_MEDIASTREAMING_CHANNEL_LISTENER;
-  return record;
 }
 
 TEST_F(PlatformRequestsTest, AttendeesRequestsAreChecked) {
