@@ -1,0 +1,170 @@
+#include "tests/room/RoomClient.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <stdexcept>
+
+#include "platform/RunLoop.h"
+
+namespace meeting {
+
+namespace {
+
+using std::chrono_literals::operator""ms;
+using std::chrono_literals::operator""s;
+
+int connectTo(std::uint16_t port) {
+  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+    throw std::runtime_error("cannot connect to the room");
+  ::fcntl(socket, F_SETFL, O_NONBLOCK);
+  return socket;
+}
+
+std::uint64_t bigEndian(std::string_view bytes) {
+  std::uint64_t value = 0;
+  for (const char byte : bytes) value = value << 8U | static_cast<unsigned char>(byte);
+  return value;
+}
+
+}  // namespace
+
+bool pumpUntil(const std::function<bool()>& condition) {
+  auto& loop = platform::RunLoop::main();
+  const auto limit = loop.now() + 60s;
+  while (!condition()) {
+    if (loop.now() >= limit) return false;
+    loop.runUntil(loop.now() + 2ms);
+  }
+  return true;
+}
+
+RoomClient::RoomClient(std::uint16_t port) : socket_(connectTo(port)), port_(port) {}
+
+RoomClient::~RoomClient() { ::close(socket_); }
+
+void RoomClient::write(std::string_view bytes) {
+  while (!bytes.empty() && !closed_) {
+    const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent > 0)
+      bytes.remove_prefix(static_cast<std::size_t>(sent));
+    else if (errno == EAGAIN)
+      platform::RunLoop::main().runUntil(platform::RunLoop::main().now() + 1ms);
+    else
+      closed_ = true;
+  }
+}
+
+void RoomClient::receive() {
+  std::array<char, 65536> buffer{};
+  while (!closed_) {
+    const ssize_t got = ::recv(socket_, buffer.data(), buffer.size(), 0);
+    if (got > 0)
+      received_.append(buffer.data(), static_cast<std::size_t>(got));
+    else if (got == 0 || errno != EAGAIN)
+      closed_ = true;
+    else
+      return;
+  }
+}
+
+int RoomClient::request(const std::string& target, const std::string& headers,
+                        const std::string& method) {
+  received_.clear();
+  write(method + ' ' + target + " HTTP/1.1\r\n" + headers + "\r\n");
+  pumpUntil([this] {
+    receive();
+    return closed_ || received_.find("\r\n\r\n") != std::string::npos;
+  });
+  if (received_.rfind("HTTP/1.1 ", 0) != 0) return 0;
+  return std::stoi(received_.substr(9, 3));
+}
+
+int RoomClient::open(const std::string& target, const std::string& headers) {
+  const int status = request(target, "Host: 127.0.0.1:" + std::to_string(port_) +
+                                         "\r\nConnection: Upgrade\r\nUpgrade: websocket\r\n"
+                                         "Sec-WebSocket-Version: 13\r\n"
+                                         "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n" +
+                                         headers);
+  if (status == 101) received_.erase(0, received_.find("\r\n\r\n") + 4);
+  return status;
+}
+
+void RoomClient::sendFrame(unsigned char head, std::string_view data, bool masked) {
+  std::string frame{static_cast<char>(head)};
+  const unsigned mask = masked ? 0x80U : 0U;
+  if (data.size() < 126) {
+    frame += static_cast<char>(mask | data.size());
+  } else {
+    frame += static_cast<char>(mask | 127U);
+    for (int shift = 56; shift >= 0; shift -= 8)
+      frame += static_cast<char>(data.size() >> shift & 0xFFU);
+  }
+  if (masked) frame.append(4, '\0');  // a key that changes nothing
+  write(frame + std::string(data));
+}
+
+bool RoomClient::takeFrame() {
+  if (received_.size() < 2) return false;
+  const std::string_view bytes = received_;
+  std::size_t head = 2;
+  std::uint64_t length = static_cast<unsigned char>(bytes[1]) & 0x7FU;
+  if (length >= 126) {
+    const std::size_t extra = length == 126 ? 2 : 8;
+    if (bytes.size() < head + extra) return false;
+    length = bigEndian(bytes.substr(head, extra));
+    head += extra;
+  }
+  if (bytes.size() < head + length) return false;
+  Frame frame{static_cast<unsigned char>(static_cast<unsigned char>(bytes[0]) & 0x0FU),
+              received_.substr(head, length)};
+  if (frame.opcode == kBinary && frame.data.rfind('P', 0) == 0) ++pictures_;
+  frames_.push_back(std::move(frame));
+  received_.erase(0, head + length);
+  return true;
+}
+
+RoomClient::Frame RoomClient::next() {
+  pumpUntil([this] {
+    receive();
+    while (takeFrame()) {
+    }
+    return closed_ || !frames_.empty();
+  });
+  if (frames_.empty()) return {kClose, {}};
+  Frame frame = std::move(frames_.front());
+  frames_.pop_front();
+  return frame;
+}
+
+std::string RoomClient::nextText(const std::vector<std::string>& parts) {
+  while (true) {
+    const Frame frame = next();
+    if (frame.opcode == kClose) return {};
+    if (frame.opcode == kText && std::all_of(parts.begin(), parts.end(), [&](const auto& part) {
+          return frame.data.find(part) != std::string::npos;
+        }))
+      return frame.data;
+  }
+}
+
+std::size_t RoomClient::pictures() {
+  receive();
+  while (takeFrame()) {
+  }
+  return pictures_;
+}
+
+}  // namespace meeting
