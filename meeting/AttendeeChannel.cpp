@@ -9,8 +9,8 @@
 namespace meeting {
 
 AttendeeChannel::AttendeeChannel(std::shared_ptr<DocumentStream> stream,
-                                 std::weak_ptr<PlatformPeer> peer)
-    : stream_(std::move(stream)), peer_(std::move(peer)) {
+                                 std::weak_ptr<PlatformPeer> peer, Entry entry)
+    : stream_(std::move(stream)), peer_(std::move(peer)), entry_(entry) {
   stream_->add(*this);
 }
 
@@ -69,6 +69,7 @@ UCFResult AttendeeChannel::setRender(const tagMSRenderInfo& info) {
   switch (info.eRenderType) {
     case MM_MEDIASTREAMING_RENDER_ATTACH:
       showIn(info.hRender);
+      if (entry_ == Entry::byView) stream_->join(*this);
       return 1;
     case MM_MEDIASTREAMING_RENDER_DETACH:
       showIn(0);

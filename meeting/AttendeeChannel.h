@@ -22,7 +22,11 @@ enum class Membership : std::uint8_t { invited, member, left };
 
 class AttendeeChannel final : public AttendeePort {
  public:
-  AttendeeChannel(std::shared_ptr<DocumentStream> stream, std::weak_ptr<PlatformPeer> peer);
+  // Becomes a member of the channel by its registration or, in a recorded meeting, where nobody
+  // registers, as soon as it has a view to draw in.
+  enum class Entry : std::uint8_t { byRegistration, byView };
+  AttendeeChannel(std::shared_ptr<DocumentStream> stream, std::weak_ptr<PlatformPeer> peer,
+                  Entry entry);
   ~AttendeeChannel() override;
   AttendeeChannel(const AttendeeChannel&) = delete;
   AttendeeChannel& operator=(const AttendeeChannel&) = delete;
@@ -64,6 +68,7 @@ class AttendeeChannel final : public AttendeePort {
 
   const std::shared_ptr<DocumentStream> stream_;
   const std::weak_ptr<PlatformPeer> peer_;
+  const Entry entry_;
   Membership membership_ = Membership::invited;
   std::uint64_t framesMeasured_ = 0;
   std::atomic<float> fps_{0};

@@ -20,8 +20,8 @@ void Conference::remove(std::uint32_t userId) { members_.erase(userId); }
 UCFResult Conference::request(unsigned long type, void* wParam, void* lParam) {
   if (type != SVS_MSG_GET_IDS && type != SVS_MSG_GET_IDS_EMBED) return 0;
   if (wParam == nullptr || lParam == nullptr) return 0;
-  *static_cast<std::uint64_t*>(wParam) = kSessionId;
-  *static_cast<std::uint64_t*>(lParam) = kSourceId;
+  *static_cast<std::uint64_t*>(wParam) = ids_.session;
+  *static_cast<std::uint64_t*>(lParam) = ids_.source;
   return 1;
 }
 

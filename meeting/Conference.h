@@ -11,6 +11,7 @@
 #include <optional>
 #include <vector>
 
+#include "meeting/MultimediaPlatform.h"
 #include "meeting/Options.h"
 #include "ucf/SessionMessages.h"
 #include "ucf/Types.h"
@@ -33,10 +34,9 @@ class ConferenceMember {
 
 class Conference {
  public:
-  // Ids that every record about the shared document carries.
-  static constexpr std::uint64_t kSessionId = 1001;
-  static constexpr std::uint64_t kSourceId = 1;
   static constexpr std::uint32_t kPresenterUserId = 1;
+
+  explicit Conference(DocumentIds ids) : ids_(ids) {}
 
   void add(const std::shared_ptr<ConferenceMember>& member);
   void remove(std::uint32_t userId);
@@ -60,6 +60,7 @@ class Conference {
  private:
   std::vector<std::shared_ptr<ConferenceMember>> members() const;
 
+  const DocumentIds ids_;
   std::map<std::uint32_t, std::weak_ptr<ConferenceMember>> members_;
   std::map<std::uint32_t, Bytes> parameterData_;
 };

@@ -36,8 +36,8 @@ DocumentStream::~DocumentStream() = default;
 
 void DocumentStream::fail() {
   if (std::exchange(failed_, true)) return;
-  endMemberships();
-  followPlaying();
+  // Members stay so until the channel is created again: they wait for samples.
+  samples_.removeAll();
   const auto failed = channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_REGISTER_FAILED);
   postToPresenter(failed);
   postToAll(failed);
@@ -169,6 +169,7 @@ void DocumentStream::postToAll(const StatusRecord& record) const {
 }
 
 void DocumentStream::postToMembers(const StatusRecord& record) const {
+  if (failed_) return;
   for (const AttendeeChannel* attendee : attendees_)
     if (attendee->membership() == Membership::member) attendee->post(record);
 }
@@ -189,13 +190,13 @@ void DocumentStream::followPlaying() {
   ticks_ = 0;
   measuredSince_ = now;
   for (AttendeeChannel* attendee : attendees_) attendee->restartFlow(now);
-  if (isOpen() && isPlaying()) ticker_.emplace(kPositionInterval, [this] { tick(); });
+  if (registration_ && isPlaying()) ticker_.emplace(kPositionInterval, [this] { tick(); });
 }
 
 void DocumentStream::tick() {
   const platform::TimePoint now = clock_->now();
   postToMembers(playPosition());
-  if (++ticks_ % kTicksPerQuality == 0) reportQuality(now);
+  if (++ticks_ % kTicksPerQuality == 0 && !failed_) reportQuality(now);
   for (AttendeeChannel* attendee : attendees_)
     if (attendee->membership() == Membership::member && attendee->beginDrought(now))
       attendee->post(playStatus(MM_MEDIA_STREAMING_PLYASTATUS_REBUFFER));

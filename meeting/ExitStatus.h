@@ -14,6 +14,7 @@ enum class ExitStatus : int {
   notMedia = 4,
   noPlugin = 5,  // plug-in missing, or not one that can be driven
   refused = 6,   // the conference did not let the presenter's session in
+  noRoom = 7,    // the room's port is taken, or its address is not ours
 };
 
 struct Failure {

@@ -17,7 +17,13 @@ std::unique_ptr<PresenterPort> InProcessPlatform::attachPresenter(
 }
 
 std::unique_ptr<AttendeePort> InProcessPlatform::attachAttendee(std::weak_ptr<PlatformPeer> peer) {
-  return std::make_unique<AttendeeChannel>(stream_, std::move(peer));
+  return std::make_unique<AttendeeChannel>(stream_, std::move(peer),
+                                           AttendeeChannel::Entry::byRegistration);
+}
+
+std::unique_ptr<AttendeePort> InProcessPlatform::attachViewer(std::weak_ptr<PlatformPeer> peer) {
+  return std::make_unique<AttendeeChannel>(stream_, std::move(peer),
+                                           AttendeeChannel::Entry::byView);
 }
 
 void InProcessPlatform::failChannel() { stream_->fail(); }

@@ -18,6 +18,7 @@ class InProcessPlatform final : public MultimediaPlatform {
 
   std::unique_ptr<PresenterPort> attachPresenter(std::weak_ptr<PlatformPeer> peer) override;
   std::unique_ptr<AttendeePort> attachAttendee(std::weak_ptr<PlatformPeer> peer) override;
+  std::unique_ptr<AttendeePort> attachViewer(std::weak_ptr<PlatformPeer> peer) override;
   void failChannel() override;
   void reconnectChannel() override;
   // Pictures of the presenter that are held, by the stream and by whoever shows them. [any-thread]

@@ -1,6 +1,8 @@
 #include "meeting/Meeting.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -21,35 +23,34 @@ using std::chrono_literals::operator""s;
 constexpr platform::Duration kWatchInterval = 50ms;
 // From the views' creation to the first play; an ordinary start takes under a second.
 constexpr platform::Duration kStartLimit = 20s;
-// The last pictures and messages reach the attendees.
-constexpr platform::Duration kSettling = 100ms;
+// The last pictures and messages reach the attendees, and what they show follows.
+constexpr platform::Duration kSettling = 300ms;
 // Players let go of their parts a fifth of a second after they have ended.
 constexpr platform::Duration kLateReleases = 300ms;
-
-// Status views of a presenter that will not start.
-constexpr int kStatusViewRefused = 4;
-constexpr int kStatusViewLimit = 7;
-constexpr int kStatusViewOpenFailed = 101;
-constexpr int kStatusViewOpenFailed2012 = 102;
 
 void serveMainLoopFor(platform::Duration duration) {
   auto& loop = platform::RunLoop::main();
   loop.runUntil(loop.now() + duration);
 }
 
-std::optional<Failure> checkWritable(const std::string& path, const std::string& media) {
+std::optional<Failure> checkWritable(const std::string& path,
+                                     const std::vector<std::string>& media) {
   if (path.empty()) return std::nullopt;
-  std::error_code none;
-  if (std::filesystem::equivalent(path, media, none))
-    return Failure{ExitStatus::usage, "would overwrite the shared file: " + path};
+  for (const std::string& file : media) {
+    std::error_code none;
+    if (std::filesystem::equivalent(path, file, none))
+      return Failure{ExitStatus::usage, "would overwrite the shared file: " + path};
+  }
   if (std::ofstream(path, std::ios::app)) return std::nullopt;
   return Failure{ExitStatus::outputFailed, "cannot write " + path};
 }
 
 }  // namespace
 
-Meeting::Meeting(Options options) : options_(std::move(options)), progress_(options_.quiet) {
-  report_.file = options_.file;
+Meeting::Meeting(Options options)
+    : options_(std::move(options)),
+      progress_(options_.quiet),
+      scenario_(options_.scenario, [this](const TimedAction& timed) { actOnTime(timed); }) {
   report_.paced = !options_.unpaced;
 }
 
@@ -59,91 +60,83 @@ Outcome Meeting::run() {
   auto failure = prepare();
   if (!failure) {
     module_->initialize();
+    window_ = ClientWindow::open();
     failure = bringTogether();
     if (!failure) hold();
     progress_.finish();
-    takeStock();
     if (auto unwritten = takeSnapshots(); unwritten && !failure) failure = std::move(unwritten);
     disband();
-    if (!recorder_->closeMd5())
-      failure = Failure{ExitStatus::outputFailed, "cannot write " + options_.frameMd5File};
     module_->cleanup();
   }
+  if (auto unwritten = closeOutput(); unwritten && !failure) failure = std::move(unwritten);
   const bool shared = outcome_ && outcome_->exitStatus == static_cast<int>(ExitStatus::shared);
   if (failure && (!outcome_ || shared))
     outcome_ = Outcome{static_cast<int>(failure->status), failure->line};
-  report_.messages = messages_.totals();
+  report_.messages = journal_.totals();
   report_.exitStatus = outcome_->exitStatus;
   return *outcome_;
 }
 
 void Meeting::interrupt(int signal) {
-  platform::dispatchOnMainThread([this, signal] { finish(Outcome{128 + signal, "interrupted"}); });
+  // May come too late for this meeting, when the loop serves the next one.
+  platform::dispatchOnMainThread([this, signal, alive = std::weak_ptr<int>(alive_)] {
+    if (!alive.expired()) finish(Outcome{128 + signal, "interrupted"});
+  });
 }
 
 // Everything that can go wrong before anything has been started.
 std::optional<Failure> Meeting::prepare() {
-  if (auto failure = checkMediaFile(options_.file)) return failure;
-  if (auto failure = checkWritable(options_.reportFile, options_.file)) return failure;
-  if (auto failure = checkWritable(options_.frameMd5File, options_.file)) return failure;
+  for (const std::string& file : options_.files)
+    if (auto failure = checkMediaFile(file)) return failure;
+  if (auto failure = prepareOutput()) return failure;
   auto loaded = PluginModule::load(options_.plugin);
   if (auto* failure = std::get_if<Failure>(&loaded)) return std::move(*failure);
   module_ = std::get<PluginModule>(std::move(loaded));
   avcapture::setPlaybackOptions({.paced = !options_.unpaced,
                                  .decoderThreads = options_.decoderThreads,
                                  .localSound = !options_.unpaced});
+  for (unsigned number = 1; number <= options_.files.size(); ++number)
+    if (auto failure = addDocument(number)) return failure;
+  return std::nullopt;
+}
+
+std::optional<Failure> Meeting::prepareOutput() {
+  for (const std::string& path :
+       {options_.reportFile, options_.frameMd5File, options_.messagesFile})
+    if (auto failure = checkWritable(path, options_.files)) return failure;
+  if (options_.messagesFile.empty()) return std::nullopt;
+  messageLog_ = MessageLog::create(options_.messagesFile, journal_);
+  if (messageLog_) return std::nullopt;
+  return Failure{ExitStatus::outputFailed, "cannot write " + options_.messagesFile};
+}
+
+std::optional<Failure> Meeting::addDocument(unsigned number) {
   std::unique_ptr<FrameMd5Writer> md5;
   if (!options_.frameMd5File.empty()) {
     md5 = FrameMd5Writer::create(options_.frameMd5File);
     if (!md5) return Failure{ExitStatus::outputFailed, "cannot write " + options_.frameMd5File};
   }
-  recorder_ =
-      std::make_unique<StreamRecorder>(std::make_shared<platform::SteadyClock>(), std::move(md5));
-  recorder_->setStateChanged([this](StreamState state) { onStreamState(state); });
-  platform_ = std::make_unique<InProcessPlatform>(
-      DocumentIds{Conference::kSessionId, Conference::kSourceId}, *recorder_,
-      std::make_shared<platform::SteadyClock>());
+  auto document = std::make_unique<Document>(
+      Document::Setup{.file = options_.files[number - 1],
+                      .number = number,
+                      .idPrefix = number == 1 ? "" : std::to_string(number) + "/",
+                      .attendees = options_.attendees,
+                      .recording = options_.recording,
+                      .session = options_.session},
+      *module_, journal_, std::move(md5));
+  document->recorder().setStateChanged(
+      [this, raw = document.get()](StreamState state) { onStreamState(*raw, state); });
+  documents_.push_back(std::move(document));
   return std::nullopt;
 }
 
 std::optional<Failure> Meeting::bringTogether() {
-  addPresenter();
-  for (int number = 1; number <= options_.attendees; ++number) addAttendee(number);
-  const Failure failure{ExitStatus::noPlugin, "the plug-in did not create its object"};
-  if (!presenter_->open(*module_)) return failure;
-  for (const Attendee& attendee : attendees_)
-    if (!attendee.participant->open(*module_)) return failure;
-  conference_.answerJoin(*presenter_, options_.session);
-  for (const Attendee& attendee : attendees_)
-    conference_.answerJoin(*attendee.participant, JoinAnswer::accept);
+  if (!options_.snapshotFolder.empty()) {
+    for (const ParticipantStatus& status : participants()) setWatched(status.id, true);
+  }
+  for (const auto& document : documents_)
+    if (auto failure = document->open()) return failure;
   return std::nullopt;
-}
-
-void Meeting::addPresenter() {
-  const std::string path = std::filesystem::absolute(options_.file).string();
-  presenter_ = std::make_shared<Participant>(
-      Participant::Setup{.name = "presenter",
-                         .userId = Conference::kPresenterUserId,
-                         .filePath = path,
-                         .runtime = {.role = UCF_ROLE_PRESENTER, .mode = 0}},
-      conference_, messages_);
-  presenter_->connect(platform_->attachPresenter(presenter_));
-  conference_.add(presenter_);
-}
-
-void Meeting::addAttendee(int number) {
-  auto participant = std::make_shared<Participant>(
-      Participant::Setup{
-          .name = "attendee-" + std::to_string(number),
-          .userId = Conference::kPresenterUserId + static_cast<std::uint32_t>(number),
-          .filePath = {},
-          .runtime = {.role = UCF_ROLE_ATTENDEE, .mode = UCF_RUNTIME_MODE_LISTENER}},
-      conference_, messages_);
-  auto port = platform_->attachAttendee(participant);
-  port->setWatched(!options_.snapshotFolder.empty());
-  attendees_.push_back({participant, port.get()});
-  participant->connect(std::move(port));
-  conference_.add(participant);
 }
 
 void Meeting::hold() {
@@ -151,64 +144,142 @@ void Meeting::hold() {
   startDeadline_ = loop.now() + kStartLimit;
   watcher_.emplace(kWatchInterval, [this] { watch(); });
   while (!outcome_) loop.run();
-  watcher_.reset();
   timeLimit_.reset();
-  if (!attendees_.empty()) serveMainLoopFor(kSettling);
+  if (options_.attendees > 0) serveMainLoopFor(kSettling);
+  watcher_.reset();
 }
 
-// Looks at the presenter's view as its user would.
 void Meeting::watch() {
-  const auto player = presenter_->player();
-  if (!hasPlayed_) watchStart(player ? player->statusViewType() : 0);
-  const SampleSummary samples = recorder_->statistics().summary();
+  if (outcome_) return;
+  watchStart();
+  showProgress();
+  if (messageLog_) messageLog_->write();
+}
+
+// Looks at the views of those who have not begun to play, as their users would.
+void Meeting::watchStart() {
+  const bool late = platform::RunLoop::main().now() >= startDeadline_;
+  for (const auto& document : documents_) {
+    if (document->hasPlayed() || document->isOver()) continue;
+    if (const auto failure = document->startFailure()) return finish(*failure);
+    if (late && document->recorder().state() < StreamState::joined)
+      return finish(Failure{ExitStatus::noPlugin, "the plug-in did not start to play"});
+  }
+}
+
+void Meeting::showProgress() {
+  // The document that plays, or else the last one that did.
+  Document* shown = documents_.front().get();
+  for (const auto& document : documents_)
+    if (document->hasPlayed()) shown = document.get();
+  for (const auto& document : documents_)
+    if (document->recorder().state() == StreamState::playing) shown = document.get();
+  const auto player = shown->player();
+  const SampleSummary samples = shown->recorder().statistics().summary();
   progress_.update(
-      {.state = stateName(recorder_->state()),
+      {.state = stateName(shown->recorder().state()),
        .positionMs = player ? static_cast<std::uint64_t>(player->currentTime() * 1000) : 0,
-       .durationMs = recorder_->durationMs(),
+       .durationMs = shown->recorder().durationMs(),
        .frames = samples.frames,
        .audioBlocks = samples.audioBlocks,
        .dropped = player ? player->statistics().framesDropped : 0});
 }
 
-void Meeting::watchStart(int statusView) {
-  switch (statusView) {
-    case kStatusViewOpenFailed:
-    case kStatusViewOpenFailed2012:
-      return finish(Failure{ExitStatus::notMedia, "not a media file: " + options_.file});
-    case kStatusViewRefused:
-      return finish(Failure{ExitStatus::refused, "the session was refused"});
-    case kStatusViewLimit:
-      return finish(
-          Failure{ExitStatus::refused, "the session was refused: attendee limit reached"});
-    default:
-      break;
-  }
-  if (platform::RunLoop::main().now() >= startDeadline_)
-    finish(Failure{ExitStatus::noPlugin, "the plug-in did not start to play"});
-}
-
-void Meeting::onStreamState(StreamState state) {
+void Meeting::onStreamState(Document& document, StreamState state) {
   switch (state) {
     case StreamState::joined:
-      return pressPlay();
+      return playNext();
     case StreamState::playing:
-      hasPlayed_ = true;
+      document.notePlaying();
       if (options_.duration && !timeLimit_)
         timeLimit_.emplace(platform::seconds(*options_.duration), [this] { finish(Outcome{}); });
       return;
     case StreamState::stopped:
-      if (hasPlayed_) finish(Outcome{});
-      return;
+      playNext();
+      return endIfOver();
     default:
       return;
   }
 }
 
-void Meeting::pressPlay() {
-  const auto player = presenter_->player();
-  if (!player || player->isPlaying()) return;
-  recorder_->statistics().playPressed();
-  player->onStart(nullptr);
+// The first document whose turn it is starts as soon as its channel is there and nothing plays.
+void Meeting::playNext() {
+  for (const auto& document : documents_) {
+    if (document->isOver()) continue;
+    if (!document->hasPlayed() && document->recorder().state() == StreamState::joined) {
+      scenario_.start();
+      document->play();
+    }
+    return;
+  }
+}
+
+// --- scenario and room ---
+
+std::optional<std::string> Meeting::act(const Action& action) {
+  if (action.document > documents_.size())
+    return "there is no document " + std::to_string(action.document);
+  auto problem = documents_[action.document - 1]->act(action);
+  endIfOver();
+  return problem;
+}
+
+void Meeting::actOnTime(const TimedAction& timed) {
+  const auto problem = act(timed.action);
+  if (!problem) return;
+  progress_.finish();
+  const double seconds = std::chrono::duration<double>(timed.at).count();
+  std::fprintf(stderr, "movara-meeting: at %g s: %s\n", seconds, problem->c_str());
+}
+
+std::vector<ParticipantStatus> Meeting::participants() {
+  std::vector<ParticipantStatus> all;
+  for (const auto& document : documents_) {
+    auto some = document->participants();
+    std::move(some.begin(), some.end(), std::back_inserter(all));
+  }
+  return all;
+}
+
+std::optional<std::string> Meeting::act(const std::string& action) {
+  const auto parsed = parseAction(action);
+  if (const auto* wrong = std::get_if<std::string>(&parsed)) return *wrong;
+  return act(std::get<Action>(parsed));
+}
+
+std::shared_ptr<platform::View> Meeting::view(const std::string& id) {
+  for (const auto& document : documents_)
+    if (auto found = document->view(id)) return found;
+  return nullptr;
+}
+
+void Meeting::setWatched(const std::string& id, bool watched) {
+  for (const auto& document : documents_)
+    if (document->setWatched(id, watched)) return;
+}
+
+void Meeting::listen(const std::string& id, std::shared_ptr<SoundSink> sink) {
+  for (const auto& document : documents_)
+    if (document->listen(id, sink)) return;
+}
+
+// --- the end ---
+
+// Nothing plays, nothing is left to play, and nobody has asked for more.
+void Meeting::endIfOver() {
+  if (options_.stay || !scenario_.finished()) return;
+  const auto playing = [](const auto& document) {
+    const auto player = document->player();
+    return player && player->isPlaying();
+  };
+  const auto done = [](const auto& document) {
+    return document->isOver() || document->hasPlayed();
+  };
+  const auto over = [](const auto& document) { return document->isOver(); };
+  if (std::any_of(documents_.begin(), documents_.end(), over) &&
+      std::all_of(documents_.begin(), documents_.end(), done) &&
+      std::none_of(documents_.begin(), documents_.end(), playing))
+    finish(Outcome{});
 }
 
 void Meeting::finish(Outcome outcome) {
@@ -221,44 +292,41 @@ void Meeting::finish(const Failure& failure) {
   finish(Outcome{static_cast<int>(failure.status), failure.line});
 }
 
-// What can be asked only while the participants are there.
-void Meeting::takeStock() {
-  report_.state = stateName(recorder_->state());
-  report_.video = recorder_->video();
-  report_.audio = recorder_->audio();
-  report_.durationMs = recorder_->durationMs();
-  if (const auto player = presenter_->player()) {
-    report_.positionMs = static_cast<std::uint64_t>(player->currentTime() * 1000);
-    report_.dropped = player->statistics().framesDropped;
-  }
-  for (const Attendee& attendee : attendees_)
-    report_.attendees.push_back({attendee.participant->name(), attendee.port->statistics()});
-}
-
 std::optional<Failure> Meeting::takeSnapshots() {
   if (options_.snapshotFolder.empty()) return std::nullopt;
   const std::filesystem::path folder = options_.snapshotFolder;
   std::error_code error;
   std::filesystem::create_directories(folder, error);
-  const auto write = [&folder](Participant& participant) -> std::optional<Failure> {
-    const std::string path = folder / (participant.name() + ".png");
-    if (writePng(compose(participant.view()), path)) return std::nullopt;
-    return Failure{ExitStatus::outputFailed, "cannot write " + path};
-  };
-  auto failure = write(*presenter_);
-  for (const Attendee& attendee : attendees_)
-    if (!failure) failure = write(*attendee.participant);
-  return failure;
+  for (const ParticipantStatus& status : participants()) {
+    std::string name = status.id;
+    std::replace(name.begin(), name.end(), '/', '-');
+    const std::string path = folder / (name + ".png");
+    if (!writePng(compose(*view(status.id)), path))
+      return Failure{ExitStatus::outputFailed, "cannot write " + path};
+  }
+  return std::nullopt;
 }
 
 void Meeting::disband() {
-  for (const Attendee& attendee : attendees_) attendee.participant->close();
-  presenter_->close();
-  report_.samples = recorder_->statistics().summary();
+  for (const auto& document : documents_) {
+    report_.documents.push_back(document->report());
+    document->close();
+    // What the delivery threads have sent until they ended.
+    report_.documents.back().samples = document->recorder().statistics().summary();
+  }
   serveMainLoopFor(kLateReleases);
-  attendees_.clear();
-  presenter_.reset();
-  platform_.reset();
+  window_.reset();
+}
+
+std::optional<Failure> Meeting::closeOutput() {
+  std::optional<Failure> failure;
+  for (const auto& document : documents_)
+    if (!document->recorder().closeMd5())
+      failure = Failure{ExitStatus::outputFailed, "cannot write " + options_.frameMd5File};
+  if (messageLog_ && !messageLog_->close())
+    failure = Failure{ExitStatus::outputFailed, "cannot write " + options_.messagesFile};
+  documents_.clear();
+  return failure;
 }
 
 }  // namespace meeting

@@ -1,5 +1,5 @@
-// One meeting from start to end: loads the plug-in, brings the participants together, plays the
-// presenter's file and puts together what happened. [main-thread]
+// A meeting: brings the participants together round the documents, presses play, carries a
+// scenario out, waits for the end, releases everything. [main-thread]
 #pragma once
 
 #include <memory>
@@ -7,15 +7,16 @@
 #include <string>
 #include <vector>
 
-#include "meeting/Conference.h"
+#include "meeting/ClientWindow.h"
+#include "meeting/Document.h"
 #include "meeting/ExitStatus.h"
-#include "meeting/InProcessPlatform.h"
 #include "meeting/MessageJournal.h"
+#include "meeting/MessageLog.h"
 #include "meeting/Options.h"
-#include "meeting/Participant.h"
 #include "meeting/PluginModule.h"
 #include "meeting/Report.h"
-#include "meeting/StreamRecorder.h"
+#include "meeting/RoomModel.h"
+#include "meeting/ScenarioPlayer.h"
 #include "meeting/TerminalProgress.h"
 #include "meeting/Ticker.h"
 
@@ -27,7 +28,7 @@ struct Outcome {
   std::string line;
 };
 
-class Meeting {
+class Meeting final : public RoomModel {
  public:
   explicit Meeting(Options options);
   ~Meeting();
@@ -41,40 +42,45 @@ class Meeting {
   // What happened, after run().
   const Report& report() const { return report_; }
 
- private:
-  struct Attendee {
-    std::shared_ptr<Participant> participant;
-    AttendeePort* port;  // the participant's
-  };
+  // What can be seen and done while it is held.
+  std::vector<ParticipantStatus> participants() override;
+  std::optional<std::string> act(const std::string& action) override;
+  std::shared_ptr<platform::View> view(const std::string& id) override;
+  void setWatched(const std::string& id, bool watched) override;
+  void listen(const std::string& id, std::shared_ptr<SoundSink> sink) override;
 
+ private:
   std::optional<Failure> prepare();
+  std::optional<Failure> prepareOutput();
+  std::optional<Failure> addDocument(unsigned number);
   std::optional<Failure> bringTogether();
-  void addPresenter();
-  void addAttendee(int number);
   void hold();
   void watch();
-  void watchStart(int statusView);
-  void onStreamState(StreamState state);
-  void pressPlay();
+  void watchStart();
+  void onStreamState(Document& document, StreamState state);
+  void playNext();
+  std::optional<std::string> act(const Action& action);
+  void actOnTime(const TimedAction& timed);
+  void endIfOver();
   void finish(Outcome outcome);
   void finish(const Failure& failure);
-  void takeStock();
+  void showProgress();
   std::optional<Failure> takeSnapshots();
+  std::optional<Failure> closeOutput();
   void disband();
 
+  const std::shared_ptr<int> alive_ = std::make_shared<int>();  // expires with the meeting
   const Options options_;
   TerminalProgress progress_;
-  MessageJournal messages_;
-  Conference conference_;
+  MessageJournal journal_;
+  std::unique_ptr<MessageLog> messageLog_;
   std::optional<PluginModule> module_;
-  std::unique_ptr<StreamRecorder> recorder_;
-  std::unique_ptr<MultimediaPlatform> platform_;
-  std::shared_ptr<Participant> presenter_;
-  std::vector<Attendee> attendees_;
+  std::shared_ptr<ClientWindow> window_;
+  std::vector<std::unique_ptr<Document>> documents_;
+  ScenarioPlayer scenario_;
   std::optional<Ticker> watcher_;
   std::optional<Ticker> timeLimit_;
   platform::TimePoint startDeadline_;
-  bool hasPlayed_ = false;
   std::optional<Outcome> outcome_;
   Report report_;
 };

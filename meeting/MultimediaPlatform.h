@@ -148,6 +148,9 @@ class MultimediaPlatform {
   // the platform. A document has one presenter at a time.
   virtual std::unique_ptr<PresenterPort> attachPresenter(std::weak_ptr<PlatformPeer> peer) = 0;
   virtual std::unique_ptr<AttendeePort> attachAttendee(std::weak_ptr<PlatformPeer> peer) = 0;
+  // A viewer of a recorded meeting. It does not register: it takes part as soon as it has a view to
+  // draw in.
+  virtual std::unique_ptr<AttendeePort> attachViewer(std::weak_ptr<PlatformPeer> peer) = 0;
 
   // The channel fails: everybody is told so, samples are no longer carried, and registrations are
   // answered in the same way. Nothing when it has failed already.

@@ -9,8 +9,11 @@ namespace meeting {
 
 namespace {
 
-constexpr tagUCFRect kViewRect{0, 0, 960, 540};
-constexpr platform::Rect kViewFrame{{0, 0}, {960, 540}};
+// The whole of a view.
+tagUCFRect boundsOf(const platform::View& view) {
+  const platform::Size& size = view.frame().size;
+  return {0, 0, static_cast<std::int32_t>(size.width), static_cast<std::int32_t>(size.height)};
+}
 
 constexpr unsigned long messageOf(const tagMSVideoQuality&) {
   return MM_MEDIASTREAMING_MSSTATUS_VIDEOQUALITY_INDICATE;
@@ -40,27 +43,54 @@ Participant::Participant(Setup setup, Conference& conference, MessageJournal& jo
     : setup_(std::move(setup)),
       conference_(conference),
       journal_(journal),
-      runtime_(setup_.runtime, *this, conference),
-      view_(std::make_shared<platform::View>(kViewFrame)) {}
+      runtime_(setup_.runtime, *this, setup_.id, conference, journal) {}
 
 Participant::~Participant() { close(); }
 
 void Participant::connect(std::unique_ptr<PlatformPort> port) {
   port_ = std::move(port);
-  router_ = std::make_unique<Router>(conference_, *port_, journal_, setup_.name);
+  router_ = std::make_unique<Router>(conference_, *port_, journal_, setup_.id);
   container_ = std::make_unique<Container>(setup_.filePath, runtime_, *router_);
 }
 
 bool Participant::open(const PluginModule& module) {
-  object_ = module.createInstance(*container_, setup_.name, 0, setup_.filePath);
+  object_ = module.createInstance(*container_, setup_.id, 0, setup_.fileName);
   if (object_ == nullptr) return false;
   objectRuntime_ = face<IUCFObjectRuntime>(*object_, UCF_IID_OBJECT_RUNTIME);
   objectRouter_ = face<IUCFMsgRouter>(*object_, UCF_IID_OBJECT_MSG_ROUTER);
-  tagUCFRect rect = kViewRect;
-  const bool opened = objectRuntime_ != nullptr && objectRouter_ != nullptr &&
-                      object_->CreateActiveUI(view_.get(), &rect) == UCF_OK;
+  const bool opened = objectRuntime_ != nullptr && objectRouter_ != nullptr && createUI();
   if (!opened) close();
   return opened;
+}
+
+bool Participant::createUI() {
+  tagUCFRect rect = boundsOf(*setup_.view);
+  active_ = object_->CreateActiveUI(setup_.view.get(), &rect) == UCF_OK;
+  if (active_) object_->OnSetActive(1);
+  return active_;
+}
+
+void Participant::activate() {
+  if (object_ != nullptr && !active_) createUI();
+}
+
+void Participant::deactivate() {
+  if (object_ == nullptr || !active_) return;
+  active_ = false;
+  object_->IsReleaseOnKillActive(UCF_USAGE_DEFAULT);
+  object_->OnKillActive();
+  object_->DestroyActiveUI();
+}
+
+void Participant::resize(std::uint32_t width, std::uint32_t height) {
+  setup_.view->setFrame({{0, 0}, {static_cast<double>(width), static_cast<double>(height)}});
+  tagUCFRect rect = boundsOf(*setup_.view);
+  if (object_ != nullptr) object_->OnPositionChanged(&rect);
+}
+
+void Participant::changeRole(std::uint32_t role) {
+  runtime_.setRole(role);
+  if (objectRuntime_ != nullptr) objectRuntime_->OnUserRoleChanged(role);
 }
 
 void Participant::close() {
@@ -71,7 +101,7 @@ void Participant::close() {
 }
 
 std::shared_ptr<avcapture::KTVideoPlayer> Participant::player() const {
-  return avcapture::KTVideoPlayer::inView(*view_);
+  return avcapture::KTVideoPlayer::inView(*setup_.view);
 }
 
 void Participant::postSession(UCFSessionMessage message, std::optional<std::int32_t> code) {
@@ -84,7 +114,7 @@ void Participant::postSession(UCFSessionMessage message, std::optional<std::int3
 void Participant::postCommand(Bytes data) {
   post([data = std::move(data)](Participant& self) mutable {
     if (self.objectRuntime_ == nullptr) return;
-    self.journal_.recordCommand(self.setup_.name, Direction::toObject, data);
+    self.journal_.recordCommand(self.setup_.id, Direction::toObject, data);
     self.objectRuntime_->OnCommandData(data.data(), static_cast<unsigned int>(data.size()), 0, 0);
   });
 }
@@ -92,7 +122,7 @@ void Participant::postCommand(Bytes data) {
 void Participant::postParameterData(std::uint32_t id, Bytes data) {
   post([id, data = std::move(data)](Participant& self) mutable {
     if (self.objectRuntime_ == nullptr) return;
-    self.journal_.recordParameterData(self.setup_.name, Direction::toObject, id, data);
+    self.journal_.recordParameterData(self.setup_.id, Direction::toObject, id, data);
     self.objectRuntime_->OnParameterData(id, data.data(), static_cast<unsigned int>(data.size()));
   });
 }
@@ -116,7 +146,7 @@ void Participant::post(std::function<void(Participant&)> work) {
 void Participant::route(enumMODULE_TYPE from, unsigned long type, unsigned long uMsg,
                         void* wParam) {
   if (objectRouter_ == nullptr) return;
-  journal_.record(setup_.name, Direction::toObject, type, uMsg, wParam, nullptr, 0);
+  journal_.record(setup_.id, Direction::toObject, type, uMsg, wParam, nullptr, 0);
   objectRouter_->RouteMessage(from, MODULE_TYPE_SVS, type, uMsg, wParam, nullptr);
 }
 

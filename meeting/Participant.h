@@ -27,10 +27,12 @@ class Participant final : public ConferenceMember,
                           public std::enable_shared_from_this<Participant> {
  public:
   struct Setup {
-    std::string name;  // "presenter", "attendee-1"; names its files and its messages
+    std::string id;  // "presenter", "attendee-1"; names its messages
     std::uint32_t userId;
     std::string filePath;  // of the shared file; empty for one who does not have it
+    std::string fileName;  // that the object is told when it is created
     RuntimeSetup runtime;
+    std::shared_ptr<platform::View> view;  // that the object draws in
   };
 
   Participant(Setup setup, Conference& conference, MessageJournal& journal);
@@ -46,9 +48,14 @@ class Participant final : public ConferenceMember,
   // Ends the object. Its messages still under way are dropped.
   void close();
 
-  const std::string& name() const { return setup_.name; }
-  platform::View& view() { return *view_; }
-  // The player view that the object placed in the participant's view; null when there is none.
+  // Hides the object, shows it again, gives it another place, tells it another role. They do
+  // nothing without an object, or when it is so already.
+  void deactivate();
+  void activate();
+  void resize(std::uint32_t width, std::uint32_t height);
+  void changeRole(std::uint32_t role);
+
+  // The player view that the object placed in the participant's view; null while there is none.
   std::shared_ptr<avcapture::KTVideoPlayer> player() const;
 
   std::uint32_t userId() const override { return setup_.userId; }
@@ -59,6 +66,7 @@ class Participant final : public ConferenceMember,
 
  private:
   void post(std::function<void(Participant&)> work);
+  bool createUI();
   void route(enumMODULE_TYPE from, unsigned long type, unsigned long uMsg, void* wParam);
 
   Setup setup_;
@@ -68,7 +76,7 @@ class Participant final : public ConferenceMember,
   std::unique_ptr<PlatformPort> port_;
   std::unique_ptr<Router> router_;
   std::unique_ptr<Container> container_;
-  std::shared_ptr<platform::View> view_;
+  bool active_ = false;
   // Faces of the object; null before open and after close.
   IUCFObjectBase* object_ = nullptr;
   IUCFObjectRuntime* objectRuntime_ = nullptr;

@@ -34,7 +34,7 @@ json asJson(const std::optional<AudioFormat>& format) {
   return {{"channels", format->channels}, {"rate", format->rate}, {"bits", format->bits}};
 }
 
-json presenterAsJson(const Report& report) {
+json presenterAsJson(const DocumentReport& report, bool paced) {
   const SampleSummary& samples = report.samples;
   json presenter = {{"state", report.state},
                     {"frames_sent", samples.frames},
@@ -48,9 +48,22 @@ json presenterAsJson(const Report& report) {
                     {"position_ms", report.positionMs},
                     {"first_frame_ms", orNull(samples.firstFrameMs)},
                     {"dropped", report.dropped}};
-  presenter["pacing_ms"] = asJson(report.paced ? samples.pacing : Percentiles{});
-  presenter["av_skew_ms"] = asJson(report.paced ? samples.avSkew : Percentiles{});
+  presenter["pacing_ms"] = asJson(paced ? samples.pacing : Percentiles{});
+  presenter["av_skew_ms"] = asJson(paced ? samples.avSkew : Percentiles{});
   return presenter;
+}
+
+json documentAsJson(const DocumentReport& report, bool paced) {
+  json attendees = json::array();
+  for (const AttendeeReport& attendee : report.attendees) {
+    attendees.push_back({{"name", attendee.name},
+                         {"frames_received", attendee.statistics.framesReceived},
+                         {"frames_lost", attendee.statistics.framesLost},
+                         {"audio_blocks_received", attendee.statistics.audioBlocksReceived}});
+  }
+  return {{"file", report.file},
+          {"presenter", presenterAsJson(report, paced)},
+          {"attendees", std::move(attendees)}};
 }
 
 [[gnu::format(printf, 1, 2)]] std::string text(const char* format, ...) {
@@ -83,7 +96,7 @@ class Table {
   std::string text_;
 };
 
-void addMedia(Table& table, const Report& report) {
+void addMedia(Table& table, const DocumentReport& report, bool paced) {
   const SampleSummary& samples = report.samples;
   const auto number = [](std::uint64_t value) { return static_cast<unsigned long>(value); };
   if (report.video) {
@@ -99,35 +112,15 @@ void addMedia(Table& table, const Report& report) {
   }
   if (samples.firstFrameMs)
     table.row("First sample", text("%.1f ms after play", *samples.firstFrameMs));
-  if (report.paced && samples.pacing.p50) table.row("Pacing", percentilesText(samples.pacing));
-  if (report.paced && samples.avSkew.p50) table.row("A/V skew", percentilesText(samples.avSkew));
+  if (paced && samples.pacing.p50) table.row("Pacing", percentilesText(samples.pacing));
+  if (paced && samples.avSkew.p50) table.row("A/V skew", percentilesText(samples.avSkew));
 }
 
-}  // namespace
-
-std::string reportAsJson(const Report& report) {
-  json attendees = json::array();
-  for (const AttendeeReport& attendee : report.attendees) {
-    attendees.push_back({{"name", attendee.name},
-                         {"frames_received", attendee.statistics.framesReceived},
-                         {"frames_lost", attendee.statistics.framesLost},
-                         {"audio_blocks_received", attendee.statistics.audioBlocksReceived}});
-  }
-  const json document = {{"file", report.file},
-                         {"presenter", presenterAsJson(report)},
-                         {"attendees", std::move(attendees)},
-                         {"messages", report.messages},
-                         {"exit", report.exitStatus}};
-  // File names need not be UTF-8.
-  return document.dump(2, ' ', false, json::error_handler_t::replace) + '\n';
-}
-
-std::string reportAsTable(const Report& report, bool bold) {
-  Table table(bold);
+void addDocument(Table& table, const DocumentReport& report, bool paced) {
   table.row("File", report.file);
   table.row("State", report.state + " at " + timeText(report.positionMs) + " of " +
                          timeText(report.durationMs));
-  addMedia(table, report);
+  addMedia(table, report, paced);
   for (const AttendeeReport& attendee : report.attendees) {
     table.row(attendee.name,
               text("%lu frames received, %lu lost, %lu audio blocks",
@@ -135,6 +128,26 @@ std::string reportAsTable(const Report& report, bool bold) {
                    static_cast<unsigned long>(attendee.statistics.framesLost),
                    static_cast<unsigned long>(attendee.statistics.audioBlocksReceived)));
   }
+}
+
+}  // namespace
+
+std::string reportAsJson(const Report& report) {
+  // The first document stands at the top, where programs that share one file look for it.
+  json result = report.documents.empty() ? json::object()
+                                         : documentAsJson(report.documents.front(), report.paced);
+  for (std::size_t i = 1; i < report.documents.size(); ++i)
+    result["further_documents"].push_back(documentAsJson(report.documents[i], report.paced));
+  result["messages"] = report.messages;
+  result["exit"] = report.exitStatus;
+  // File names need not be UTF-8.
+  return result.dump(2, ' ', false, json::error_handler_t::replace) + '\n';
+}
+
+std::string reportAsTable(const Report& report, bool bold) {
+  Table table(bold);
+  for (const DocumentReport& document : report.documents)
+    addDocument(table, document, report.paced);
   return table.str();
 }
 

@@ -17,7 +17,7 @@ struct AttendeeReport {
   AttendeeStatistics statistics;
 };
 
-struct Report {
+struct DocumentReport {
   std::string file;
   std::string state = "none";  // of the presenter's stream
   SampleSummary samples;
@@ -26,8 +26,12 @@ struct Report {
   std::uint64_t durationMs = 0;
   std::uint64_t positionMs = 0;
   std::uint64_t dropped = 0;  // pictures that the player passed over
-  bool paced = true;          // timing means something only then
   std::vector<AttendeeReport> attendees;
+};
+
+struct Report {
+  std::vector<DocumentReport> documents;
+  bool paced = true;  // timing means something only then
   std::map<std::string, std::uint64_t> messages;
   int exitStatus = 0;
 };

@@ -1,6 +1,7 @@
 #include "meeting/Runtime.h"
 
 #include <cstring>
+#include <utility>
 
 namespace meeting {
 
@@ -20,8 +21,13 @@ bool isAcceptable(const void* data, std::uint32_t length) {
 
 }  // namespace
 
-Runtime::Runtime(const RuntimeSetup& setup, ConferenceMember& member, Conference& conference)
-    : setup_(setup), member_(member), conference_(conference) {}
+Runtime::Runtime(const RuntimeSetup& setup, ConferenceMember& member, std::string id,
+                 Conference& conference, MessageJournal& journal)
+    : setup_(setup),
+      member_(member),
+      id_(std::move(id)),
+      conference_(conference),
+      journal_(journal) {}
 
 std::uint32_t Runtime::CanSend() { return 1; }
 
@@ -29,26 +35,32 @@ std::uint32_t Runtime::GetRuntimeMode() { return setup_.mode; }
 
 UCFResult Runtime::SendDataToAll(void* data, std::uint32_t length, std::uint32_t /*reserved*/) {
   if (!isAcceptable(data, length)) return UCF_E_INVALID_ARG;
-  conference_.sendToAllBut(member_.userId(), copyOf(data, length));
+  const Bytes command = copyOf(data, length);
+  journal_.recordCommand(id_, Direction::toHost, command);
+  conference_.sendToAllBut(member_.userId(), command);
   return UCF_OK;
 }
 
 UCFResult Runtime::SendDataToUser(void* data, std::uint32_t length, std::uint32_t userId,
                                   std::uint32_t /*reserved*/) {
   if (!isAcceptable(data, length)) return UCF_E_INVALID_ARG;
-  conference_.sendToUser(userId, copyOf(data, length));
+  const Bytes command = copyOf(data, length);
+  journal_.recordCommand(id_, Direction::toHost, command);
+  conference_.sendToUser(userId, command);
   return UCF_OK;
 }
 
 UCFResult Runtime::SetParameterData(std::uint32_t id, void* data, std::uint32_t length) {
   if (!isAcceptable(data, length)) return UCF_E_INVALID_ARG;
-  return conference_.setParameterData(member_.userId(), id, copyOf(data, length))
-             ? UCF_OK
-             : UCF_E_INVALID_ARG;
+  Bytes value = copyOf(data, length);
+  journal_.recordParameterData(id_, Direction::toHost, id, value);
+  return conference_.setParameterData(member_.userId(), id, std::move(value)) ? UCF_OK
+                                                                              : UCF_E_INVALID_ARG;
 }
 
 std::uint32_t Runtime::RequestParameterData(std::int32_t id) {
-  if (id == UCF_QUERY_OWN_DOCUMENT || id == UCF_QUERY_LIVE_MEETING) return 1;
+  if (id == UCF_QUERY_OWN_DOCUMENT) return 1;
+  if (id == UCF_QUERY_LIVE_MEETING) return setup_.recording ? 0 : 1;
   if (id >= 0) conference_.requestParameterData(member_, static_cast<std::uint32_t>(id));
   return 0;
 }

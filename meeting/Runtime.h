@@ -4,8 +4,10 @@
 
 #include <cstdint>
 #include <map>
+#include <string>
 
 #include "meeting/Conference.h"
+#include "meeting/MessageJournal.h"
 #include "ucf/IUCFContainerRuntime.h"
 
 namespace meeting {
@@ -14,12 +16,16 @@ namespace meeting {
 struct RuntimeSetup {
   std::uint32_t role;  // UCF_ROLE_*
   std::uint32_t mode;  // UCF_RUNTIME_MODE_LISTENER, or 0
+  bool recording;      // plays a recorded meeting back
 };
 
 class Runtime final : public IUCFContainerRuntime {
  public:
-  // Both must outlive the runtime.
-  Runtime(const RuntimeSetup& setup, ConferenceMember& member, Conference& conference);
+  // All must outlive the runtime. `id` is the participant's in the journal.
+  Runtime(const RuntimeSetup& setup, ConferenceMember& member, std::string id,
+          Conference& conference, MessageJournal& journal);
+
+  void setRole(std::uint32_t role) { setup_.role = role; }
 
   std::uint32_t CanSend() override;
   std::uint32_t GetRuntimeMode() override;
@@ -36,7 +42,9 @@ class Runtime final : public IUCFContainerRuntime {
  private:
   RuntimeSetup setup_;
   ConferenceMember& member_;
+  const std::string id_;
   Conference& conference_;
+  MessageJournal& journal_;
   std::map<std::uint32_t, std::uint32_t> itemStates_;
 };
 

@@ -1,0 +1,121 @@
+// Coming and going leaves nothing behind: threads, descriptors and memory return to where they
+// were.
+#include <algorithm>
+#include <csignal>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "tests/meeting/LiveMeeting.h"
+
+namespace meeting {
+namespace {
+
+// Memory that sanitizers set aside grows with what has been freed.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kMemoryMeansSomething = false;
+#else
+constexpr bool kMemoryMeansSomething = true;
+#endif
+
+// What a few allocations of the libraries and of the heap itself may keep.
+constexpr std::int64_t kSlackBytes = std::int64_t{8} << 20;
+
+struct Held {
+  std::int64_t threads = 0, descriptors = 0, bytes = 0;
+
+  static Held now() {
+    const auto count = [](const char* folder) {
+      return std::distance(std::filesystem::directory_iterator(folder), {});
+    };
+    std::ifstream statm("/proc/self/statm");
+    std::int64_t size = 0;
+    std::int64_t resident = 0;
+    statm >> size >> resident;
+    return {count("/proc/self/task"), count("/proc/self/fd"), resident * 4096};
+  }
+};
+
+using LeftBehind = LiveMeeting;
+
+TEST_F(LeftBehind, NothingByThoseWhoComeAndGo) {
+  Held before;
+  const auto is = [this](const char* id, const char* state) { return status(id).state == state; };
+  // An action, and what shows that it has had its effect.
+  struct Part {
+    const char* action;
+    std::function<bool()> shown;
+  };
+  struct Walk {
+    const char* name;
+    int rounds;
+    std::vector<Part> parts;
+  };
+  const Walk walks[] = {
+      {"joins and leaves",
+       10,
+       {{"attendee=2 leave", [&] { return !status("attendee-2").present; }},
+        {"attendee=2 join", [&] { return is("attendee-2", "playing"); }}}},
+      {"presenter restarts",
+       20,
+       {{"presenter-crash", [&] { return is("attendee-1", "presenter lost"); }},
+        {"presenter-return", [&] { return is("attendee-1", "playing"); }}}},
+      {"activations",
+       100,
+       {{"attendee=1 deactivate", [&] { return player("attendee-1") == nullptr; }},
+        {"attendee=1 activate", [&] { return player("attendee-1") != nullptr; }},
+        {"deactivate", [&] { return player("presenter") == nullptr; }},
+        {"activate", [&] { return is("presenter", "playing"); }}}},
+  };
+  std::vector<Step> steps{{"it plays", [&] {
+                             return is("attendee-1", "playing") && is("attendee-2", "playing") &&
+                                    status("attendee-2").frames > 20;
+                           }}};
+  for (const Walk& walk : walks) {
+    // The first round makes what later ones only use again.
+    const std::size_t total = walk.parts.size() * static_cast<std::size_t>(walk.rounds + 1);
+    for (std::size_t i = 0; i < total; ++i) {
+      const Part& part = walk.parts[i % walk.parts.size()];
+      const bool first = i == walk.parts.size();
+      steps.push_back({part.action, [] { return true; },
+                       [&, first] {
+                         if (first) before = Held::now();
+                         act(part.action);
+                       }});
+      steps.push_back({part.action, part.shown});
+    }
+    steps.push_back({walk.name,
+                     // Some parts are let go a moment later.
+                     [&] {
+                       const Held now = Held::now();
+                       return now.threads <= before.threads &&
+                              now.descriptors <= before.descriptors;
+                     },
+                     [&] {
+                       if (kMemoryMeansSomething) {
+                         EXPECT_LT(Held::now().bytes - before.bytes, kSlackBytes) << walk.name;
+                       }
+                     }});
+  }
+  hold(sharing(clip("long.mkv", "160x90", 120), 2), std::move(steps));
+}
+
+TEST_F(LeftBehind, NothingByAWholeMeeting) {
+  const auto meet = [this] {
+    hold(sharing(clip("short.mkv", "160x90", 2), 2),
+         {{"it plays", [this] { return status("attendee-2").frames > 5; }}});
+  };
+  meet();
+  const Held before = Held::now();
+  for (int i = 0; i < 5; ++i) meet();
+  const Held after = Held::now();
+  EXPECT_LE(after.threads, before.threads);
+  EXPECT_LE(after.descriptors, before.descriptors);
+  if (kMemoryMeansSomething) {
+    EXPECT_LT(after.bytes - before.bytes, kSlackBytes);
+  }
+}
+
+}  // namespace
+}  // namespace meeting
