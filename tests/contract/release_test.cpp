@@ -16,6 +16,7 @@ class ReleaseTest : public ContractTest {
   bool releasesAt(const Scene& scene, int moment) {
     scene.before();
     forget();
+    const FakeVideoPlayer* const before = view();
     int calls = 0;
     host.within = [&](const std::string&) {
       if (calls++ == moment) {
@@ -28,6 +29,7 @@ class ReleaseTest : public ContractTest {
     if (released) {
       EXPECT_EQ(host.take().back(), "session 102") << "nothing follows the end";
       EXPECT_TRUE(view() == nullptr || view()->delegate == nullptr) << "the player has ended";
+      EXPECT_TRUE(before == nullptr || view() == before) << "and no other was made";
     }
     release();
     advance(1.0);

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <functional>
 
 #include <string>
@@ -281,19 +282,34 @@ TEST_F(SvsMgrTest, TheRouterMayComeBackFromWithinARequest) {
 
 TEST_F(SvsMgrTest, AThreadThatHoldsTheLockCanLetASampleThrough) {
   const auto manager = make(kListener, SVS_REGISTERCHANNEL_SUCCESS);
-  bool sampleSent = false;
+  std::atomic<int> begun{0};
+  std::atomic<int> sent{0};
+  const auto deliver = [&] {
+    ++begun;
+    EXPECT_TRUE(sendSample(*manager));
+    ++sent;
+  };
+  std::thread late;
   router.within = [&](const Routed& message) {
-    if (message.uMsg == MM_MEDIASTREAMING_CMD_VOLUME) {
-      std::thread delivery([&] { sampleSent = sendSample(*manager); });
-      const RequestLock::Yield yield(manager->requestLock());
-      delivery.join();
+    if (message.uMsg != MM_MEDIASTREAMING_CMD_VOLUME) {
+      return;
     }
+    {
+      const RequestLock::Yield yield(manager->requestLock());
+      std::thread(deliver).join();
+    }
+    late = std::thread(deliver);
+    while (begun < 2) {
+      std::this_thread::yield();
+    }
+    for (int i = 0; i < 1000; ++i) {  // one that does not wait has its chance here
+      std::this_thread::yield();
+    }
+    EXPECT_EQ(sent, 1) << "locked again";
   };
   EXPECT_TRUE(manager->UpdateVolume(1));
-  EXPECT_TRUE(sampleSent);
-  EXPECT_THAT(router.takeCommands(), ElementsAre(7, 2000));
-  // The lock is whole again: another thread gets it once this one has left.
-  std::thread([&] { EXPECT_TRUE(sendSample(*manager)); }).join();
+  late.join();
+  EXPECT_THAT(router.takeCommands(), ElementsAre(7, 2000, 2000));
 }
 
 // The others' warnings are seen through an object; nothing in the module mutes a listener.
