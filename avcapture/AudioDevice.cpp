@@ -6,6 +6,7 @@
 #include <alsa/asoundlib.h>
 
 #include <algorithm>
+#include <mutex>
 
 namespace avcapture {
 
@@ -16,6 +17,9 @@ constexpr int kStartMilliseconds = 60;
 // A device that lags behind by more loses sound rather than getting ever later.
 constexpr int kMostMilliseconds = 300;
 constexpr std::uint16_t kDeviceFrames = 1024;
+
+// SDL counts who uses its sound, and keeps a table of devices, without a lock of its own.
+std::mutex sdlMutex;
 
 std::size_t bytesOf(int milliseconds, const SoundFormat& format) {
   return static_cast<std::size_t>(format.rate) * static_cast<std::size_t>(milliseconds) / 1000 *
@@ -29,12 +33,14 @@ void ignoreAlsaComplaint(const char* /*file*/, int /*line*/, const char* /*funct
 }  // namespace
 
 AudioDevice::~AudioDevice() {
+  const std::lock_guard lock(sdlMutex);
   close();
   if (initialised_) SDL_QuitSubSystem(SDL_INIT_AUDIO);
   SDL_TLSCleanup();  // SDL keeps its last error per thread, and this thread is not SDL's
 }
 
 bool AudioDevice::open(const SoundFormat& format) {
+  const std::lock_guard lock(sdlMutex);
   close();
   format_ = format;
   if (!initialised_) {
@@ -64,23 +70,28 @@ void AudioDevice::play(const SoundBlock& block, int volume) {
     failed_ = !open(block.format);
     if (failed_) return;
   }
-  if (SDL_GetQueuedAudioSize(device_) > bytesOf(kMostMilliseconds, format_)) return;
-  scaled_.assign(block.bytes.size(), 0);
-  SDL_MixAudioFormat(scaled_.data(), block.bytes.data(), AUDIO_S16SYS,
-                     static_cast<Uint32>(scaled_.size()),
-                     std::clamp(volume, 0, 100) * SDL_MIX_MAXVOLUME / 100);
-  SDL_QueueAudio(device_, scaled_.data(), static_cast<Uint32>(scaled_.size()));
+  if (SDL_GetQueuedAudioSize(device_) <= bytesOf(kMostMilliseconds, format_)) {
+    scaled_.assign(block.bytes.size(), 0);
+    SDL_MixAudioFormat(scaled_.data(), block.bytes.data(), AUDIO_S16SYS,
+                       static_cast<Uint32>(scaled_.size()),
+                       std::clamp(volume, 0, 100) * SDL_MIX_MAXVOLUME / 100);
+    SDL_QueueAudio(device_, scaled_.data(), static_cast<Uint32>(scaled_.size()));
+  }
   if (!started_ && SDL_GetQueuedAudioSize(device_) >= bytesOf(kStartMilliseconds, format_)) {
     SDL_PauseAudioDevice(device_, 0);
     started_ = true;
   }
 }
 
-void AudioDevice::clear() {
-  if (device_ == 0) return;
-  SDL_PauseAudioDevice(device_, 1);
-  SDL_ClearQueuedAudio(device_);
+void AudioDevice::pause() {
+  failed_ = false;
+  if (device_ != 0) SDL_PauseAudioDevice(device_, 1);
   started_ = false;
+}
+
+void AudioDevice::clear() {
+  pause();
+  if (device_ != 0) SDL_ClearQueuedAudio(device_);
 }
 
 }  // namespace avcapture

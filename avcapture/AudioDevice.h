@@ -1,5 +1,5 @@
 // The machine's sound output, when it has one. Sound that it can't take is left out; nothing here
-// waits for it. One thread at a time.
+// waits for it. One thread at a time; any number of devices in as many threads.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,10 @@ class AudioDevice {
 
   // Plays the block, at a volume of 0 to 100.
   void play(const SoundBlock& block, int volume);
-  // Forgets what has not been heard yet.
+  // Falls silent; what has not been heard yet goes before the next block.
+  void pause();
+  bool sounding() const { return started_; }
+  // Falls silent and forgets what has not been heard yet.
   void clear();
 
  private:
@@ -28,7 +31,7 @@ class AudioDevice {
 
   SoundFormat format_;
   bool initialised_ = false;
-  bool failed_ = false;  // there is no device: don't ask again
+  bool failed_ = false;  // there is no device: don't ask again before the next pause
   bool started_ = false;
   std::uint32_t device_ = 0;
   std::vector<std::uint8_t> scaled_;

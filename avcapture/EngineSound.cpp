@@ -55,7 +55,11 @@ void Engine::soundLoop() {
 }
 
 void Engine::soundStep(Lock& lock, SoundStage& stage, AudioDevice& device) {
-  if (!stage.next && !audioDecoder_->finished()) {
+  if (!playing_ && device.sounding()) {
+    lock.unlock();
+    device.pause();
+    lock.lock();
+  } else if (!stage.next && !audioDecoder_->finished()) {
     decodeSound(lock, stage);
   } else if (!soundReady_) {
     soundReady_ = true;

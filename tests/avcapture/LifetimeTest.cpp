@@ -280,6 +280,41 @@ TEST_F(Lifetime, SessionThatFollowsAnotherGetsPictureAndSound) {
   }
 }
 
+// Both have a sound device of their own.
+TEST_F(Lifetime, TwoDocumentsPlayWithSoundAndOnePausesTheOther) {
+  ::setenv("SDL_AUDIODRIVER", "disk", 1);
+  ::setenv("SDL_DISKAUDIOFILE", "/dev/null", 1);
+  const PlaybackOptions audible{.paced = true, .decoderThreads = 1, .localSound = true};
+  Delegate other;
+  open(standardClip(), audible);
+  const auto first = player;
+  const auto firstSession = session;
+  const auto firstSound = recorder;
+  recorder = std::make_shared<Recorder>();
+  open(standardClip(), audible);
+  first->setDelegate(&other);
+  delegate.embedded = other.embedded = true;
+  delegate.onPauseOthers = [&] {
+    if (first->isPlaying()) first->onStart(nullptr);
+  };
+  other.onPauseOthers = [&] {
+    if (player->isPlaying()) player->onStart(nullptr);
+  };
+  first->onStart(nullptr);
+  ASSERT_TRUE(pumpUntil([&] { return firstSound->soundTimes().size() > 5; }));
+  player->onStart(nullptr);
+  EXPECT_FALSE(first->isPlaying());
+  ASSERT_TRUE(pumpUntil([&] { return recorder->soundTimes().size() > 5; }));
+  first->onStart(nullptr);
+  EXPECT_TRUE(player->pausedByUser());
+  ASSERT_TRUE(pumpUntil([&] { return other.count("stop") > 0; }));
+  player->onStart(nullptr);
+  ASSERT_TRUE(pumpUntil([&] { return delegate.count("stop") > 0; }));
+  EXPECT_EQ(firstSound->pcm().size(), recorder->pcm().size());
+  first->willDie();
+  ::unsetenv("SDL_AUDIODRIVER");
+}
+
 // Sound comes back in the middle of the movie, from where it is.
 TEST_F(Lifetime, SoundFollowsTheMovieWhenItsThreadComesBack) {
   openPaced(standardClip());

@@ -76,7 +76,7 @@ class Delegate final : public KTVideoPlayerDelegate {
   bool playingElsewhere = false;
   std::int64_t elsewhereVolume = 0;
   float position = 7.5F;
-  std::function<void()> onRender;
+  std::function<void()> onRender, onPauseOthers;
 
   int count(const std::string& call) const;
   void renderMovie(bool rendered) override;
@@ -101,7 +101,10 @@ class Delegate final : public KTVideoPlayerDelegate {
   std::int64_t volume() override { return elsewhereVolume; }
   void active() override {}
   void deactive() override {}
-  void pauseEmbedPlayer() override { calls.emplace_back("pauseOthers"); }
+  void pauseEmbedPlayer() override {
+    calls.emplace_back("pauseOthers");
+    if (onPauseOthers) onPauseOthers();
+  }
   bool isPresenter() override { return true; }
 };
 
