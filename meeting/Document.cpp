@@ -152,9 +152,12 @@ std::optional<Failure> Document::startFailure() const {
 }
 
 bool Document::isOver() const {
+  if (sessionEnded_ || (!presenter_ && !recording_)) return true;
   const auto view = player();
-  if (sessionEnded_ || !view) return true;
-  return hasPlayed_ && !view->isPlaying() && !view->pausedByUser();
+  // Without a view to look at, while the presenter's object is hidden, the stream tells.
+  const bool standing = view ? !view->isPlaying() && !view->pausedByUser()
+                             : recorder_->state() == StreamState::stopped;
+  return hasPlayed_ && standing;
 }
 
 void Document::play() {

@@ -65,6 +65,7 @@ Outcome Meeting::run() {
     if (!failure) hold();
     progress_.finish();
     if (auto unwritten = takeSnapshots(); unwritten && !failure) failure = std::move(unwritten);
+    room_.reset();
     disband();
     module_->cleanup();
   }
@@ -97,6 +98,17 @@ std::optional<Failure> Meeting::prepare() {
                                  .localSound = !options_.unpaced});
   for (unsigned number = 1; number <= options_.files.size(); ++number)
     if (auto failure = addDocument(number)) return failure;
+  return openRoom();
+}
+
+std::optional<Failure> Meeting::openRoom() {
+  if (!options_.room.open) return std::nullopt;
+  auto opened = RoomServer::open(
+      *this, journal_, {.address = options_.room.address, .port = options_.room.port, .token = {}});
+  if (auto* problem = std::get_if<std::string>(&opened))
+    return Failure{ExitStatus::noRoom, std::move(*problem)};
+  room_ = std::get<std::unique_ptr<RoomServer>>(std::move(opened));
+  std::fprintf(stderr, "Room: %s\n", room_->url().c_str());
   return std::nullopt;
 }
 
@@ -153,6 +165,7 @@ void Meeting::watch() {
   if (outcome_) return;
   watchStart();
   showProgress();
+  endIfOver();
   if (messageLog_) messageLog_->write();
 }
 
@@ -267,7 +280,8 @@ void Meeting::listen(const std::string& id, std::shared_ptr<SoundSink> sink) {
 
 // Nothing plays, nothing is left to play, and nobody has asked for more.
 void Meeting::endIfOver() {
-  if (options_.stay || !scenario_.finished()) return;
+  if (outcome_ || options_.stay || !scenario_.finished()) return;
+  if (room_ && room_->visitors() > 0) return;
   const auto playing = [](const auto& document) {
     const auto player = document->player();
     return player && player->isPlaying();

@@ -19,6 +19,7 @@
 #include "meeting/ScenarioPlayer.h"
 #include "meeting/TerminalProgress.h"
 #include "meeting/Ticker.h"
+#include "meeting/room/RoomServer.h"
 
 namespace meeting {
 
@@ -53,6 +54,7 @@ class Meeting final : public RoomModel {
   std::optional<Failure> prepare();
   std::optional<Failure> prepareOutput();
   std::optional<Failure> addDocument(unsigned number);
+  std::optional<Failure> openRoom();
   std::optional<Failure> bringTogether();
   void hold();
   void watch();
@@ -78,6 +80,7 @@ class Meeting final : public RoomModel {
   std::shared_ptr<ClientWindow> window_;
   std::vector<std::unique_ptr<Document>> documents_;
   ScenarioPlayer scenario_;
+  std::unique_ptr<RoomServer> room_;
   std::optional<Ticker> watcher_;
   std::optional<Ticker> timeLimit_;
   platform::TimePoint startDeadline_;

@@ -53,7 +53,8 @@ MessageLog::MessageLog(std::ofstream file, MessageJournal& journal)
 void MessageLog::write() {
   for (auto batch = journal_.since(last_, kBatch); !batch.empty();
        batch = journal_.since(last_, kBatch)) {
-    for (const JournalEntry& entry : batch) file_ << asLine(entry) << '\n';
+    for (const JournalEntry& entry : batch)
+      if (entry.kind != MessageKind::sample) file_ << asLine(entry) << '\n';
     last_ = batch.back().number;
   }
 }

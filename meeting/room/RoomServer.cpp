@@ -48,6 +48,7 @@ class RoomServer::Impl final : public WebServerDelegate,
   // Ends what runs on other threads; nothing reaches the model any more.
   void close();
   const WebServer& web() const { return *web_; }
+  std::size_t visitors() const { return visitors_.size(); }
 
   void onVisitor(VisitorId visitor) override {
     post([visitor](Impl& self) { self.welcome(visitor); });
@@ -207,5 +208,7 @@ RoomServer::~RoomServer() { impl_->close(); }
 std::uint16_t RoomServer::port() const { return impl_->web().port(); }
 
 std::string RoomServer::url() const { return impl_->web().url(); }
+
+std::size_t RoomServer::visitors() const { return impl_->visitors(); }
 
 }  // namespace meeting

@@ -2,6 +2,7 @@
 // its visitors act as the participants' users. [main-thread]
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -36,6 +37,8 @@ class RoomServer {
   std::uint16_t port() const;
   // Where a browser finds the room, the token included.
   std::string url() const;
+  // How many are in it now.
+  std::size_t visitors() const;
 
  private:
   class Impl;
