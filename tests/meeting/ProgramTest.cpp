@@ -116,7 +116,17 @@ TEST_F(ProgramTest, EachThingAUserCanGetWrongHasItsStatusAndOneLine) {
       {{"present", clip(), "--duration", "soon"}, 2, "duration"},
       {{"present", clip(), "--session", "maybe"}, 2, "session"},
       {{"present", clip(), "--no-such-option"}, 2, "no-such-option"},
+      {{"present", clip(), "--at", "1", "jump"}, 2, "no such action: jump"},
+      {{"present", clip(), "--at", "soon", "play"}, 2, "not a time in seconds: soon"},
+      {{"present", clip(), "--at", "1", "attendee=1 leave"}, 2, "there is no attendee 1"},
+      {{"present", clip(), "--at", "1", "document=2 play"}, 2, "there is no document 2"},
+      {{"present", clip(), "--scenario", in("text.mp4")}, 2, "text.mp4:1: not a time"},
+      {{"present", clip(), "--scenario", in("missing.txt")}, 2, "cannot read the scenario"},
+      {{"present", clip(), clip(), "--framemd5", in("md5")}, 2, "single FILE"},
+      {{"present", clip(), "--web", "99999"}, 2, "web"},
+      {{"present", clip(), "--web", "--listen", "nowhere"}, 7, "not a numeric address"},
       {{"present", in("missing.mp4")}, 3, "no such file"},
+      {{"present", clip(), in("missing.mp4")}, 3, "no such file"},
       {{"present", folder_.string()}, 3, "not a regular file"},
       {{"present", "/dev/null"}, 3, "not a regular file"},
       {{"present", in("empty.mp4")}, 4, "not a media file"},
@@ -130,6 +140,7 @@ TEST_F(ProgramTest, EachThingAUserCanGetWrongHasItsStatusAndOneLine) {
       {{"present", clip(), "--session", "refuse"}, 6, "refused"},
       {{"present", clip(), "--session", "limit"}, 6, "attendee limit"},
       {{"present", clip(), "--report", in("no/such/folder")}, 1, "cannot write"},
+      {{"present", clip(), "--messages", in("no/such/folder")}, 1, "cannot write"},
   };
   for (const Case& test : cases) {
     const Finished finished = meet(test.arguments);
@@ -295,6 +306,57 @@ TEST_F(ProgramTest, AnInterruptEndsInOrder) {
     EXPECT_EQ(all.value("exit", -1), test.status);
     EXPECT_EQ(all["messages"].value("SVS_MSG_STOP_SESSION", 0), 2) << "everything released";
   }
+}
+
+// Who was sent what, in order, without what differs from run to run.
+std::vector<std::string> messagesIn(const std::string& path) {
+  std::vector<std::string> all;
+  std::istringstream text(readFile(path));
+  for (std::string line; std::getline(text, line);) {
+    const json message = json::parse(line, nullptr, false);
+    std::ostringstream what;
+    what << message.value("participant", "?") << ' ' << message.value("to", "?") << ' '
+         << message.value("name", "?");
+    const json fields = message.value("fields", json::object());
+    for (const char* name : {"eStatus", "dwPlayStatus", "dwStatus", "wVolumeLevel"})
+      if (fields.contains(name)) what << ' ' << fields.value(name, "");
+    all.push_back(what.str());
+  }
+  return all;
+}
+
+TEST_F(ProgramTest, TheSameScenarioGivesTheSameOrderOfMessages) {
+  std::ofstream(in("scenario.txt")) << "# seconds, action\n"
+                                       "0.25 pause\n"
+                                       "0.55 play\n"
+                                       "0.80 attendee=2 leave\n"
+                                       "1.30 attendee=2 join\n"
+                                       "1.85 attendee=1 volume=80\n"
+                                       "2.25 attendee=1 deactivate\n";
+  std::vector<std::string> first;
+  for (const char* name : {"first.jsonl", "second.jsonl"}) {
+    const Finished finished =
+        meet({"present", clip(), "--attendees", "2", "--quiet", "--scenario", in("scenario.txt"),
+              "--at", "2.4", "attendee=1 activate", "--messages", in(name)});
+    ASSERT_EQ(finished.status, 0) << finished.err;
+    const std::vector<std::string> messages = messagesIn(in(name));
+    if (first.empty()) first = messages;
+    EXPECT_EQ(messages, first);
+  }
+  for (const char* passed :
+       {"presenter host MM_MEDIASTREAMING_CMD_SOURCE_STATUS MM_MEDIASTREAMING_PAUSE",
+        "attendee-2 host MM_MEDIASTREAMING_CMD_UNREGISTER",
+        "attendee-1 host MM_MEDIASTREAMING_CMD_VOLUME 79"})
+    EXPECT_NE(std::find(first.begin(), first.end(), passed), first.end()) << passed;
+}
+
+TEST_F(ProgramTest, WhatCannotBeDoneIsSaidAndTheMeetingGoesOn) {
+  const Finished finished = meet({"present", redClip(), "--attendees", "1", "--quiet", "--at",
+                                  "0.1", "attendee=1 join", "--at", "0.2", "presenter-return"});
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_EQ(finished.err,
+            "movara-meeting: at 0.1 s: attendee 1 is there already\n"
+            "movara-meeting: at 0.2 s: the presenter is there already\n");
 }
 
 }  // namespace
