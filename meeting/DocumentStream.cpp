@@ -44,9 +44,7 @@ void DocumentStream::fail() {
 }
 
 void DocumentStream::reconnect() {
-  if (!std::exchange(failed_, false) || !registration_) return;
-  createChannel();
-  followPlaying();
+  if (std::exchange(failed_, false) && registration_) createChannel();
 }
 
 void DocumentStream::openChannel(const std::weak_ptr<PlatformPeer>& presenter,
@@ -120,7 +118,10 @@ void DocumentStream::endChannel() {
 
 void DocumentStream::endMemberships() {
   samples_.removeAll();
-  for (AttendeeChannel* attendee : attendees_) attendee->endMembership();
+  for (AttendeeChannel* attendee : attendees_) {
+    attendee->endMembership();
+    attendee->restartFlow(clock_->now());
+  }
 }
 
 void DocumentStream::add(AttendeeChannel& attendee) { attendees_.push_back(&attendee); }
@@ -190,7 +191,7 @@ void DocumentStream::followPlaying() {
   ticks_ = 0;
   measuredSince_ = now;
   for (AttendeeChannel* attendee : attendees_) attendee->restartFlow(now);
-  if (registration_ && isPlaying()) ticker_.emplace(kPositionInterval, [this] { tick(); });
+  if (isPlaying()) ticker_.emplace(kPositionInterval, [this] { tick(); });
 }
 
 void DocumentStream::tick() {

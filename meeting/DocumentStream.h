@@ -94,7 +94,7 @@ class DocumentStream : public std::enable_shared_from_this<DocumentStream> {
   std::optional<MM_MEDIA_STREAMING_PLAYSTATUS> playStatus_;
   std::uint64_t statusPositionMs_ = 0;  // at the latest play status
   VideoFormat format_;
-  // While the channel is open and the presenter plays:
+  // While the presenter plays:
   std::optional<Ticker> ticker_;
   unsigned ticks_ = 0;
   platform::TimePoint measuredSince_;

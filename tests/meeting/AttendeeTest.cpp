@@ -194,6 +194,23 @@ TEST_F(AttendeeTest, ThreadsAndPicturesEndWithThoseWhoTakeThem) {
   EXPECT_LE(platform_.pictures().frames, 4U) << "what is kept for the pictures to come";
 }
 
+TEST_F(AttendeeTest, PicturesThatAreHeldAreLetGoAfterwards) {
+  constexpr std::uint64_t kHeld = 20;
+  watch(attendee_);
+  join(attendee_);
+  std::vector<std::shared_ptr<const platform::Image>> held;
+  for (std::uint64_t n = 1; n <= kHeld; ++n) {
+    sendPicture(n);
+    whenReceived(attendee_, n);
+    held.push_back(attendee_.view->contents());
+    EXPECT_EQ(held.back()->pixels[0], n);
+  }
+  EXPECT_EQ(held.front()->pixels[0], 1) << "nobody writes into what is held";
+  EXPECT_GE(platform_.pictures().frames, kHeld);
+  held.clear();
+  EXPECT_LE(platform_.pictures().frames, 1U + 4U) << "the one on show, and some to come";
+}
+
 TEST_F(AttendeeTest, LateOnesSeeTheStillPicture) {
   setStatus(MM_MEDIASTREAMING_PAUSE, 40);
   sendStill(40);  // nobody is there yet
