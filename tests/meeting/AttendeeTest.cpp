@@ -122,6 +122,8 @@ TEST_F(AttendeeTest, AViewThatIsResizedIsDrawnAgain) {
   EXPECT_FALSE(attendee_.view->contents()) << "no room for a picture";
   parent->setFrame({{0, 0}, {50, 50}});
   waitForSize(*attendee_.view, {50, 30});
+  parent->setFrame({{0, 0}, {100, 100}});
+  waitForSize(*attendee_.view, {100, 60});
   attendee_.view->setFrame({{0, 0}, {10, 3}});
   waitForSize(*attendee_.view, {5, 3});
   EXPECT_EQ(attendee_.port->statistics().framesReceived, 1U);
@@ -192,6 +194,23 @@ TEST_F(AttendeeTest, ThreadsAndPicturesEndWithThoseWhoTakeThem) {
   }
   waitFor([&] { return threads() == before; });
   EXPECT_LE(platform_.pictures().frames, 4U) << "what is kept for the pictures to come";
+}
+
+TEST_F(AttendeeTest, WhoLeavesTakesNoPictureAnyMore) {
+  attendee_.port->setDelay(1h);
+  watch(attendee_);
+  join(attendee_);
+  sendPicture(1);
+  whenReceived(attendee_, 1);
+  sendPicture(2);
+  leave(attendee_);
+  attendee_.port->setDelay(0h);
+  join(attendee_);  // is offered the newest one again
+  waitFor([&] { return attendee_.view->contents()->pixels[0] == 2; });
+  sendPicture(3);
+  waitFor([&] { return attendee_.view->contents()->pixels[0] == 3; });
+  const AttendeeStatistics figures = attendee_.port->statistics();
+  EXPECT_EQ(figures.framesReceived + figures.framesLost, 3U) << "the one that waited is gone";
 }
 
 TEST_F(AttendeeTest, PicturesThatAreHeldAreLetGoAfterwards) {
