@@ -197,7 +197,7 @@ void DocumentStream::followPlaying() {
 void DocumentStream::tick() {
   const platform::TimePoint now = clock_->now();
   postToMembers(playPosition());
-  if (++ticks_ % kTicksPerQuality == 0 && !failed_) reportQuality(now);
+  if (++ticks_ % kTicksPerQuality == 0) reportQuality(now);
   for (AttendeeChannel* attendee : attendees_)
     if (attendee->membership() == Membership::member && attendee->beginDrought(now))
       attendee->post(playStatus(MM_MEDIA_STREAMING_PLYASTATUS_REBUFFER));
@@ -207,7 +207,7 @@ void DocumentStream::reportQuality(platform::TimePoint now) {
   const platform::Duration measured = now - std::exchange(measuredSince_, now);
   for (AttendeeChannel* attendee : attendees_) {
     attendee->measureRate(measured);
-    if (attendee->membership() == Membership::member)
+    if (attendee->membership() == Membership::member && !failed_)
       attendee->post(tagMSVideoQuality{head(), 0, attendee->statistics().fps});
   }
 }

@@ -191,11 +191,14 @@ TEST_F(PlatformTest, ALostPresenterIsReplaced) {
 TEST_F(PlatformTest, AFailedChannelCarriesNothingUntilItIsBack) {
   present();
   turn();
+  Seat waiting(platform_);
+  join(waiting);
   join(attendee_);
   setStatus(MM_MEDIASTREAMING_PLAY, 0);
   sendPicture(1);
   whenReceived(attendee_, 1);
   attendee_.peer->take();
+  waiting.peer->take();
   presenterPeer_->take();
 
   platform_.failChannel();
@@ -205,10 +208,12 @@ TEST_F(PlatformTest, AFailedChannelCarriesNothingUntilItIsBack) {
   EXPECT_EQ(attendee_.peer->take(), (Texts{"channel 3", "channel 3"}));
   sendPicture(2);
   EXPECT_EQ(sendSound(2, {1, 2}), 1U);
+  for (int half = 0; half < 5; ++half) step(500ms);
+  EXPECT_EQ(waiting.peer->take(), (Texts{"channel 3", "play 2"})) << "it waits for samples";
   setStatus(MM_MEDIASTREAMING_PAUSE, 80);
   sendStill(80);
-  step(3000ms);
-  EXPECT_EQ(attendee_.peer->take(), Texts{});
+  step(500ms);
+  EXPECT_EQ(attendee_.peer->take(), Texts{}) << "it has been told that it cannot join";
   EXPECT_EQ(attendee_.port->statistics().audioBlocksReceived, 0U);
   EXPECT_EQ(observer_.pictures, 3) << "the presenter goes on sending";
 
@@ -216,6 +221,8 @@ TEST_F(PlatformTest, AFailedChannelCarriesNothingUntilItIsBack) {
   platform_.reconnectChannel();
   EXPECT_EQ(presenterPeer_->take(), (Texts{"channel 0", "channel 2"}));
   EXPECT_EQ(attendee_.peer->take(), Texts{"channel 0"});
+  EXPECT_EQ(waiting.peer->take(), Texts{"channel 0"});
+  EXPECT_FALSE(waiting.port->statistics().rebuffering);
   watch(attendee_);
   join(attendee_);
   EXPECT_EQ(attendee_.peer->take(), (Texts{"channel 2", "play 1", "position 80"}));
