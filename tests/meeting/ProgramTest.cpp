@@ -308,12 +308,13 @@ TEST_F(ProgramTest, AnInterruptEndsInOrder) {
   }
 }
 
-// Who was sent what, in order, without what differs from run to run.
+// Who was sent what, in order. Not the media formats: they come with the samples, on two threads.
 std::vector<std::string> messagesIn(const std::string& path) {
   std::vector<std::string> all;
   std::istringstream text(readFile(path));
   for (std::string line; std::getline(text, line);) {
     const json message = json::parse(line, nullptr, false);
+    if (message.value("name", "") == "MM_MEDIASTREAMING_CMD_MEDIA_FORMAT") continue;
     std::ostringstream what;
     what << message.value("participant", "?") << ' ' << message.value("to", "?") << ' '
          << message.value("name", "?");
