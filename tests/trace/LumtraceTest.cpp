@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <map>
@@ -67,6 +68,7 @@ class Lumtrace : public testing::Test {
   // Runs `calls` in a process of its own. It must end with true.
   void inProcess(const std::map<std::string, std::string>& environment,
                  const std::function<bool()>& calls) const {
+    std::fflush(nullptr);  // or the child would write it, too
     const pid_t child = fork();
     if (child == 0) {
       for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);

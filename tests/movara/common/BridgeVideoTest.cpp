@@ -262,6 +262,16 @@ TEST_F(BridgeVideo, FrameRateIsEstimatedOnceFromTwoPlayingFrames) {
   EXPECT_THAT(takeTraceLines(), IsEmpty());
 }
 
+TEST_F(BridgeVideo, EstimateGoesOutWithAFormatThatIsStillDue) {
+  view->frameRate = 0.0;
+  sink.answers[PLAYER_NOTIFY_VIDEO_FORMAT] = -1;
+  for (const std::uint32_t timestamp : {0U, 40U}) {
+    arrive(picture(1), timestamp);
+    runMainThread();
+  }
+  EXPECT_EQ(sink.videoFormats.back().wFrameRate, 25.0F);
+}
+
 TEST_F(BridgeVideo, NoEstimateAcrossAJumpBackOrAfterAPreparedRedraw) {
   view->frameRate = 0.0;
   startAt(1000);
