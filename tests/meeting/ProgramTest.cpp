@@ -342,7 +342,12 @@ TEST_F(ProgramTest, TheSameScenarioGivesTheSameOrderOfMessages) {
     ASSERT_EQ(finished.status, 0) << finished.err;
     const std::vector<std::string> messages = messagesIn(in(name));
     if (first.empty()) first = messages;
-    EXPECT_EQ(messages, first);
+    const auto [differs, expected] =
+        std::mismatch(messages.begin(), messages.end(), first.begin(), first.end());
+    EXPECT_TRUE(differs == messages.end() && expected == first.end())
+        << "message " << differs - messages.begin() << " of " << messages.size() << ": "
+        << (differs == messages.end() ? "none" : *differs) << " instead of "
+        << (expected == first.end() ? "none" : *expected);
   }
   for (const char* passed :
        {"presenter host MM_MEDIASTREAMING_CMD_SOURCE_STATUS MM_MEDIASTREAMING_PAUSE",
