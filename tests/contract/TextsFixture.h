@@ -12,6 +12,14 @@ struct Story {
   Lines lines;
 };
 
+inline Lines joined(const std::vector<Lines>& parts) {
+  Lines all;
+  for (const Lines& part : parts) {
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  return all;
+}
+
 class TextsTest : public ContractTest {
  protected:
   void expectTexts(const std::vector<Story>& stories) {

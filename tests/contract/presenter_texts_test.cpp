@@ -24,6 +24,11 @@ class PresenterTexts : public TextsTest {
     avcapture::AudioStreamBasicDescription format{44'100.0, 0, 0, 4, 1, 4, 2, 16, 0};
     streamListener()->newAudioFramesArrive(nullptr, &list, 2, &format, 0);
   }
+  void openAtTheNextTick() {
+    createActive();
+    session(SESSION_MSG_JOIN_CONFIRM);
+    ticks(4);
+  }
   // Joined, stream running; the first format has been accepted.
   void play() {
     present();
@@ -38,6 +43,17 @@ class PresenterTexts : public TextsTest {
 };
 
 TEST_F(PresenterTexts, FromCreationToAJoinedChannel) {
+  const Lines kTick = {"I CMovaraApp::RouteMessage, type = 0, uMsg = 0, this = 0xAPP ",
+                       "I CMovaraApp::RenderFileName, file = /m/talk.mov, this = 0xAPP ",
+                       "I UI already exist"};
+  const Lines kActive = {"I Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE",
+                         "I UpdatePlayerStatus, status = 3 to buffer, this = 0xMANAGER "};
+  const Lines kOpened =
+      joined({{"I tell other participants , current media duration = 90000, mediaContent = 3, this "
+               "= 0xAPP ",
+               "I Source register info sended, this = 0xMANAGER, sourceID = 42, sessionID = "
+               "72623859790382856, duration = 90000, mediaContent = 3 "},
+              kActive});
   expectTexts({
       {"creation",
        [] {},
@@ -51,41 +67,40 @@ TEST_F(PresenterTexts, FromCreationToAJoinedChannel) {
         "I player type = SOURCE", "I Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE",
         "I UpdatePlayerStatus, status = 3 to buffer, this = 0xMANAGER ",
         "I Active UI, My role now is presenter"}},
-      {"opening",
-       [this] {
-         createActive();
-         session(SESSION_MSG_JOIN_CONFIRM);
-         ticks(4);
-       },
-       [this] { ticks(1); },
-       {"I CMovaraApp::RouteMessage, type = 0, uMsg = 0, this = 0xAPP ",
-        "I CMovaraApp::RenderFileName, file = /m/talk.mov, this = 0xAPP ", "I UI already exist",
-        "I CAVPlayer::CeateUI",
-        "I CAVPlayer::CeateUI,m_pVideoPlayer != NULL, m_pVideoPlayer = 0xVIEW", "I after CreateUI",
-        "I after OpemMovieFile", "I before parentViewChanged", "I after parentViewChanged",
-        "I tell other participants , current media duration = 90000, mediaContent = 3, this = "
-        "0xAPP ",
-        "I Source register info sended, this = 0xMANAGER, sourceID = 42, sessionID = "
-        "72623859790382856, duration = 90000, mediaContent = 3 ",
-        "I Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE",
-        "I UpdatePlayerStatus, status = 3 to buffer, this = 0xMANAGER "}},
+      {"opening", [this] { openAtTheNextTick(); }, [this] { ticks(1); },
+       joined({kTick,
+               {"I CAVPlayer::CeateUI",
+                "I CAVPlayer::CeateUI,m_pVideoPlayer != NULL, m_pVideoPlayer = 0xVIEW",
+                "I after CreateUI", "I after OpemMovieFile", "I before parentViewChanged",
+                "I after parentViewChanged"},
+               kOpened})},
       {"opening what the view refuses",
        [this] {
-         createActive();
+         openAtTheNextTick();
          view()->accepts = false;
-         session(SESSION_MSG_JOIN_CONFIRM);
+       },
+       [this] { ticks(1); },
+       joined({kTick,
+               {"I CAVPlayer::CeateUI",
+                "I CAVPlayer::CeateUI,m_pVideoPlayer != NULL, m_pVideoPlayer = 0xVIEW",
+                "I after CreateUI", "W setMovie failed, movie = <AVURLAsset file:///m/talk.mov>",
+                "I Source register info into buffer, this = 0xMANAGER, sourceID = 42, sessionID = "
+                "72623859790382856, duration = 90, mediaContent = 3 "},
+               kActive})},
+      {"the movie is open already",
+       [this] {
+         openAtTheNextTick();
+         view()->whileOpening = [this] {
+           object->CreateActiveUI(parent.get(), &rect);
+           view()->delegate->renderMovie(true);
+         };
          ticks(4);
        },
        [this] { ticks(1); },
-       {"I CMovaraApp::RouteMessage, type = 0, uMsg = 0, this = 0xAPP ",
-        "I CMovaraApp::RenderFileName, file = /m/talk.mov, this = 0xAPP ", "I UI already exist",
-        "I CAVPlayer::CeateUI",
-        "I CAVPlayer::CeateUI,m_pVideoPlayer != NULL, m_pVideoPlayer = 0xVIEW", "I after CreateUI",
-        "W setMovie failed, movie = <AVURLAsset file:///m/talk.mov>",
-        "I Source register info into buffer, this = 0xMANAGER, sourceID = 42, sessionID = "
-        "72623859790382856, duration = 90, mediaContent = 3 ",
-        "I Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE",
-        "I UpdatePlayerStatus, status = 3 to buffer, this = 0xMANAGER "}},
+       joined({kTick,
+               {"I CMovaraApp::RenderFileName, it seems failover , movie is opened, dont need open "
+                "it again"},
+               kOpened})},
       {"channel",
        [this] {
          createActive();
@@ -179,27 +194,6 @@ TEST_F(PresenterTexts, OfTheRunningStream) {
         "I UpdatePlayerStatus, status = 0, sended, this = 0xMANAGER ",
         "I Volume changed, tell mmp session current volume = 40, this = 0xAPP ",
         "I Query Allow to play, result is[1]!"}},
-      {"the movie is open already",
-       [this] {
-         createActive();
-         session(SESSION_MSG_JOIN_CONFIRM);
-         view()->whileOpening = [this] {
-           object->CreateActiveUI(parent.get(), &rect);
-           view()->delegate->renderMovie(true);
-         };
-         ticks(8);
-       },
-       [this] { ticks(1); },
-       {"I CMovaraApp::RouteMessage, type = 0, uMsg = 0, this = 0xAPP ",
-        "I CMovaraApp::RenderFileName, file = /m/talk.mov, this = 0xAPP ", "I UI already exist",
-        "I CMovaraApp::RenderFileName, it seems failover , movie is opened, dont need open it "
-        "again",
-        "I tell other participants , current media duration = 90000, mediaContent = 3, this = "
-        "0xAPP ",
-        "I Source register info sended, this = 0xMANAGER, sourceID = 42, sessionID = "
-        "72623859790382856, duration = 90000, mediaContent = 3 ",
-        "I Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE",
-        "I UpdatePlayerStatus, status = 3 to buffer, this = 0xMANAGER "}},
   });
 }
 
@@ -262,11 +256,7 @@ TEST_F(PresenterTexts, OfTheSessionAndTheClient) {
         "W Invalid notication, noticiation is not null but allow is null",
         "I CAVPlayer::setAllowEnterFit,bAllowEnterFit = 0"}},
       {"an exception in the tick",
-       [this] {
-         createActive();
-         session(SESSION_MSG_JOIN_CONFIRM);
-         ticks(4);
-       },
+       [this] { openAtTheNextTick(); },
        [this] {
          host.within = [](const std::string&) { throw platform::Exception("Name", "reason"); };
          ticks(1);
