@@ -1,0 +1,83 @@
+// A room and browsers that visit it.
+//
+// From the environment: ROOM_HOST, the command that opens a room and prints its address as a line;
+// ROOM_MODULES, the folder that the modules are installed in; ROOM_CHROMIUM, the browser's program;
+// ROOM_SCREENSHOTS, a folder.
+import {spawn} from 'node:child_process';
+import {mkdirSync} from 'node:fs';
+import {createRequire} from 'node:module';
+import {join} from 'node:path';
+import {createInterface} from 'node:readline';
+
+const {chromium} = createRequire(join(process.env.ROOM_MODULES, 'here'))('playwright-core');
+const patience = 60_000;  // ms; no healthy machine needs them
+
+// Asks until the answer is yes. The page's policy forbids what the browser driver's own waiting does.
+export async function until(what, condition) {
+  const limit = Date.now() + patience;
+  for (;;) {
+    if (await condition()) return;
+    if (Date.now() > limit) throw new Error(`waited in vain until ${what}`);
+    await new Promise((resolve) => setTimeout(resolve, 30));
+  }
+}
+
+const hosts = new Set();
+process.on('exit', () => hosts.forEach((host) => host.kill('SIGKILL')));
+
+// A room at the port, or at any that is free.
+export async function openRoom(port = 0) {
+  const host = spawn(process.env.ROOM_HOST, [String(port)], {stdio: ['ignore', 'pipe', 'inherit']});
+  hosts.add(host);
+  const ended = new Promise((resolve) => host.once('exit', resolve));
+  const url = await new Promise((resolve, reject) => {
+    createInterface(host.stdout).once('line', resolve);
+    ended.then(() => reject(new Error('the room did not open')));
+  });
+  return {
+    url,
+    port: Number(new URL(url).port),
+    close: async () => {
+      host.kill('SIGKILL');
+      await ended;
+      hosts.delete(host);
+    },
+  };
+}
+
+export const launch = () => chromium.launch({
+  executablePath: process.env.ROOM_CHROMIUM,
+  args: ['--no-sandbox', '--disable-gpu', '--disable-dev-shm-usage', '--autoplay-policy=no-user-gesture-required'],
+});
+
+// A visitor with a browser of its own; `errors` are what its console complains about.
+export async function visit(browser, url, options = {}) {
+  const context = await browser.newContext({viewport: {width: 1280, height: 800}, ...options});
+  const page = await context.newPage();
+  const errors = [];
+  page.on('console', (message) => {
+    if (message.type() === 'error') errors.push(message.text());
+  });
+  page.on('pageerror', (error) => errors.push(String(error)));
+  await page.goto(url);
+  await until('the participants are there', async () => (await page.locator('.tile').count()) === 3);
+  const tile = (id) => page.locator(`.tile[data-id="${id}"]`);
+  return {
+    page,
+    errors,
+    tile,
+    pictures: (id) => tile(id).locator('canvas').evaluate((canvas) => Number(canvas.dataset.pictures ?? 0)),
+    state: (id) => tile(id).locator('.state').textContent(),
+    position: (id) => tile(id).locator('.position').evaluate((bar) => Number(bar.value)),
+    rows: () => page.locator('#messages li').count(),
+    // All three show the state.
+    all: (state) => until(`all are ${state}`, async () =>
+      (await page.locator('.state').allTextContents()).every((text) => text === state)),
+    close: () => context.close(),
+  };
+}
+
+export async function screenshot(page, name, options = {}) {
+  mkdirSync(process.env.ROOM_SCREENSHOTS, {recursive: true});
+  await page.screenshot({path: join(process.env.ROOM_SCREENSHOTS, `${name}.png`), ...options});
+}
