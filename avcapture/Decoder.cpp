@@ -59,7 +59,7 @@ void Decoder::completePts(AVFrame& frame) {
   if (frame.nb_samples > 0 && frame.sample_rate > 0) {
     length = av_rescale_q(frame.nb_samples, AVRational{1, frame.sample_rate}, timeline_.base);
   }
-  nextPts_ = frame.pts + std::max<std::int64_t>(0, length);
+  nextPts_ = av_sat_add64(frame.pts, std::max<std::int64_t>(0, length));
 }
 
 void Decoder::flush() {

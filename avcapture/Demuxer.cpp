@@ -16,6 +16,17 @@ constexpr std::chrono::seconds kOpenTimeout{10};
 constexpr std::chrono::milliseconds kRetryDelay{5};
 // A seek that lands behind its target goes back by this much, doubled each time.
 constexpr std::int64_t kFirstStepBack = kMicrosecondsPerSecond;
+// How much later than it is decoded a picture may show.
+constexpr std::int64_t kMostReordering = kMicrosecondsPerSecond;
+// Packets kept meanwhile. Who finds no start within goes further back at once.
+constexpr std::size_t kMostPeekedBytes = std::size_t{64} << 20;
+// A hundred years: clocks count nanoseconds, and have room for no more than three hundred.
+constexpr std::int64_t kMostMicroseconds = std::int64_t{100} * 365 * 24 * 3600 * 1'000'000;
+constexpr auto kLeastTime = std::numeric_limits<std::int64_t>::min();
+constexpr auto kGreatestTime = std::numeric_limits<std::int64_t>::max();
+// A packet that begins that far from where the one before it ended belongs to another recording.
+constexpr std::int64_t kLeapBack = kMicrosecondsPerSecond / 2;
+constexpr std::int64_t kLeapAhead = 10 * kMicrosecondsPerSecond;
 
 bool isRegularFile(const std::string& path) {
   struct stat status {};
@@ -51,6 +62,21 @@ std::span<AVStream* const> streamsOf(const AVFormatContext& format) {
   return {format.streams, format.nb_streams};
 }
 
+// FFmpeg answers the least number where the true one is too large.
+std::int64_t rescaled(std::int64_t value, AVRational from, AVRational to) {
+  const std::int64_t result = av_rescale_q(value, from, to);
+  const bool overflowed = result == kLeastTime && value > 0;
+  return overflowed ? kGreatestTime : result;
+}
+
+// When a picture begins to show, in microseconds of movie time: at the latest, where the container
+// knows only when its decoding begins; at the beginning, where it knows nothing.
+std::int64_t begins(const AVPacket& packet, const Timeline& timeline) {
+  if (packet.pts != AV_NOPTS_VALUE) return timeline.microseconds(packet.pts);
+  if (packet.dts != AV_NOPTS_VALUE) return timeline.microseconds(packet.dts) + kMostReordering;
+  return 0;
+}
+
 std::int64_t startOf(const AVFormatContext& format) {
   return format.start_time == AV_NOPTS_VALUE ? 0 : format.start_time;
 }
@@ -58,11 +84,16 @@ std::int64_t startOf(const AVFormatContext& format) {
 }  // namespace
 
 std::int64_t Timeline::microseconds(std::int64_t pts) const {
-  return av_rescale_q(pts - start, base, kMicroseconds);
+  const std::int64_t value = rescaled(av_sat_sub64(pts, start), base, kMicroseconds);
+  return std::clamp(value, -kMostMicroseconds, kMostMicroseconds);
+}
+
+std::int64_t Timeline::duration(std::int64_t units) const {
+  return std::clamp<std::int64_t>(rescaled(units, base, kMicroseconds), 0, kMostMicroseconds);
 }
 
 std::uint32_t Timeline::milliseconds(std::int64_t pts) const {
-  const std::int64_t value = av_rescale_q(pts - start, base, kMilliseconds);
+  const std::int64_t value = rescaled(av_sat_sub64(pts, start), base, kMilliseconds);
   return static_cast<std::uint32_t>(
       std::clamp<std::int64_t>(value, 0, std::numeric_limits<std::uint32_t>::max()));
 }
@@ -136,36 +167,66 @@ PacketPtr Demuxer::readFile() {
     if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
     if (result < 0) return nullptr;
     const AVStream* stream = format_->streams[packet->stream_index];
-    if (stream == video_ || stream == audio_) return packet;
+    if (stream == video_ || stream == audio_) {
+      if ((format_->iformat->flags & AVFMT_TS_DISCONT) != 0) fold(*packet);
+      return packet;
+    }
     av_packet_unref(packet.get());
   }
   return nullptr;
 }
 
+// Joins what follows a leap of the timestamps to what came before it.
+void Demuxer::fold(AVPacket& packet) {
+  if (packet.dts == AV_NOPTS_VALUE) return;
+  const AVStream* stream = format_->streams[packet.stream_index];
+  std::optional<std::int64_t>& expected = expected_[stream == video_ ? 0 : 1];
+  const std::int64_t begin = rescaled(packet.dts, stream->time_base, kMicroseconds);
+  const std::int64_t gap = expected ? av_sat_sub64(av_sat_add64(begin, folded_), *expected) : 0;
+  if (gap < -kLeapBack || gap > kLeapAhead) {
+    folded_ = av_sat_sub64(folded_, gap);
+    leapt_ = true;
+  }
+  const std::int64_t length = rescaled(packet.duration, stream->time_base, kMicroseconds);
+  expected = av_sat_add64(av_sat_add64(begin, folded_), length);
+  const std::int64_t shift = rescaled(folded_, kMicroseconds, stream->time_base);
+  packet.dts = av_sat_add64(packet.dts, shift);
+  if (packet.pts != AV_NOPTS_VALUE) packet.pts = av_sat_add64(packet.pts, shift);
+}
+
 bool Demuxer::reposition(std::int64_t microseconds) {
   peeked_.clear();
-  constexpr auto kFirst = std::numeric_limits<std::int64_t>::min();
-  constexpr auto kLast = std::numeric_limits<std::int64_t>::max();
-  const std::int64_t target = startOf(*format_) + microseconds;
+  folded_ = 0;
+  leapt_ = false;
+  expected_ = {};
+  const std::int64_t target = av_sat_add64(startOf(*format_), microseconds);
   AVFormatContext* format = format_.get();
-  return avformat_seek_file(format, -1, kFirst, target, target, 0) >= 0 ||
+  return (microseconds <= 0 && rewindBytes()) ||
+         avformat_seek_file(format, -1, kLeastTime, target, target, 0) >= 0 ||
          av_seek_frame(format, -1, target, AVSEEK_FLAG_BACKWARD) >= 0 ||
-         avformat_seek_file(format, -1, kFirst, target, kLast, 0) >= 0 ||
+         avformat_seek_file(format, -1, kLeastTime, target, kGreatestTime, 0) >= 0 ||
          av_seek_frame(format, -1, 0, AVSEEK_FLAG_BYTE) >= 0;  // without timestamps: the beginning
+}
+
+// A broadcast stream is searched by its timestamps, which finds what follows its first picture.
+bool Demuxer::rewindBytes() {
+  const int flags = format_->iformat->flags;
+  return (flags & AVFMT_TS_DISCONT) != 0 && (flags & AVFMT_GENERIC_INDEX) == 0 &&
+         av_seek_frame(format_.get(), -1, 0, AVSEEK_FLAG_BYTE) >= 0;
 }
 
 // Reads on to the first packet of the picture (of the sound, when there is none) that decoding can
 // start from. Without one there is none at or before the target either.
 bool Demuxer::startsAtOrBefore(std::int64_t microseconds) {
   const AVStream* leading = video_ != nullptr ? video_ : audio_;
-  while (PacketPtr packet = readFile()) {
+  std::size_t bytes = 0;
+  while (PacketPtr packet = bytes < kMostPeekedBytes ? readFile() : nullptr) {
+    bytes += static_cast<std::size_t>(packet->size) + sizeof(AVPacket);
     const bool leads =
         packet->stream_index == leading->index && (packet->flags & AV_PKT_FLAG_KEY) != 0;
-    const std::int64_t pts = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+    const bool shows = !leads || begins(*packet, timeline(*leading)) <= microseconds;
     peeked_.push_back(std::move(packet));
-    if (leads) {
-      return pts == AV_NOPTS_VALUE || timeline(*leading).microseconds(pts) <= microseconds;
-    }
+    if (leads) return shows;
   }
   return false;
 }

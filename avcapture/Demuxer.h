@@ -3,10 +3,12 @@
 // One thread at a time: the opener's until it has been opened, the demux thread's afterwards.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <string>
 
 #include "avcapture/Ffmpeg.h"
@@ -18,7 +20,10 @@ struct Timeline {
   AVRational base{1, 1};
   std::int64_t start = 0;  // in `base`
 
+  // Kept within a hundred years: what lies beyond is damage.
   std::int64_t microseconds(std::int64_t pts) const;
+  // Of a length of time.
+  std::int64_t duration(std::int64_t units) const;
   // Rounded to the nearest; what lies before the start counts as 0.
   std::uint32_t milliseconds(std::int64_t pts) const;
 };
@@ -44,7 +49,10 @@ class Demuxer {
 
   Timeline timeline(const AVStream& stream) const;
   std::int64_t durationMicroseconds() const;  // 0 when unknown
-  double framesPerSecond() const;             // of the picture, 0.0 when unknown
+  // Whether timestamps have leapt since the last seek: the file's own duration is then wrong.
+  // [any-thread]
+  bool leapt() const { return leapt_.load(std::memory_order_relaxed); }
+  double framesPerSecond() const;  // of the picture, 0.0 when unknown
 
   // The next packet of a played stream; null at the end, or when the file can't be read further.
   PacketPtr read();
@@ -55,7 +63,9 @@ class Demuxer {
  private:
   static int isInterrupted(void* self);
   PacketPtr readFile();
+  void fold(AVPacket& packet);
   bool reposition(std::int64_t microseconds);
+  bool rewindBytes();
   bool startsAtOrBefore(std::int64_t microseconds);
 
   const std::atomic<bool>* interrupted_;
@@ -65,6 +75,11 @@ class Demuxer {
   const AVStream* video_ = nullptr;
   const AVStream* audio_ = nullptr;
   std::deque<PacketPtr> peeked_;  // read by seek, to be handed out first
+  // Where timestamps may leap: what is added to them, and when the next packet of picture and sound
+  // should begin. In microseconds of the container.
+  std::int64_t folded_ = 0;
+  std::atomic<bool> leapt_{false};
+  std::array<std::optional<std::int64_t>, 2> expected_;
 };
 
 }  // namespace avcapture

@@ -111,8 +111,10 @@ void Engine::finish() {
   const Lock lock(mutex_);
   playing_ = false;
   clock_.stop();
-  // Files without a length have it now; those that were cut short keep the one they claim.
-  if (duration_ == 0) duration_ = position_.load();
+  // Files without a length have it now, or one that they exceed; those that were cut short keep the
+  // one they claim.
+  const std::int64_t claimed = demuxer_.leapt() ? 0 : duration_.load();
+  duration_ = std::max(claimed, position_.load());
   position_ = duration_.load();
 }
 

@@ -55,6 +55,7 @@ void Engine::takeFrame(Lock& lock, PictureStage& stage) {
   std::shared_ptr<Picture> picture = converter_->convert(*decoded.frame);
   if (picture) {
     picture->microseconds = decoded.microseconds;
+    picture->duration = timeline.duration(decoded.frame->pkt_duration);
     picture->milliseconds = milliseconds;
     // What a standing player shows; a playing one shows it when its time has come, soon enough.
     if (first) outputs_.show({picture, &picture->image});
@@ -84,7 +85,8 @@ void Engine::playPicture(Lock& lock, PictureStage& stage) {
 void Engine::deliverPicture(Lock& lock, PictureStage& stage) {
   stage.current = std::move(stage.next);
   stage.next.reset();
-  stage.end = stage.current->microseconds + framePeriod_;
+  const std::int64_t duration = stage.current->duration;
+  stage.end = stage.current->microseconds + (duration > 0 ? duration : framePeriod_);
   advanceTo(stage.current->microseconds);
   const std::shared_ptr<Picture> picture = stage.current;
   handOut(lock, picture, false);

@@ -16,6 +16,7 @@ struct Picture {
   platform::Image image;
   std::uint8_t* pixels = nullptr;  // image.pixels, writable
   std::int64_t microseconds = 0;   // movie time
+  std::int64_t duration = 0;       // microseconds; 0 when unknown
   std::uint32_t milliseconds = 0;  // movie time
 };
 

@@ -46,9 +46,8 @@ std::string uprightFilters(const DisplayMatrix& matrix) {
   }
   if (isAbout(degrees, 270)) return matrix[3] < 0 ? "transpose=clock_flip" : "transpose=cclock";
   if (std::fabs(degrees) > kToleranceDegrees) {
-    std::array<char, 48> text;
-    std::snprintf(text.data(), text.size(), "rotate=%f*PI/180", degrees);
-    return text.data();
+    // Whole: with a fraction, it would depend on the locale how it is written and read.
+    return "rotate=" + std::to_string(std::lround(degrees)) + "*PI/180";
   }
   return matrix[4] < 0 ? "vflip" : "";
 }

@@ -137,6 +137,35 @@ TEST_F(Controls, SeekWhileStandingDeliversExactlyThePictureOfThatTime) {
   EXPECT_EQ(player->statistics().framesDelivered, 0U);
 }
 
+// Containers that know little about where things are.
+TEST_F(Controls, SeekIsExactInEveryContainer) {
+  const std::pair<const char*, const char*> containers[] = {
+      {"seek.ts", "-c copy"},   {"seek.mpg", "-c:v mpeg2video -g 50 -bf 2"},
+      {"seek.h264", "-c copy"}, {"seek.mkv", "-c copy"},
+      {"seek.nut", "-c copy"},
+  };
+  for (const auto& [name, how] : containers) {
+    SCOPED_TRACE(name);
+    const std::string path = clip(name, "-i " + seekClip() + " " + how);
+    const std::vector<Frame> all = expectedFrames(path, "160x120");
+    delegate.calls.clear();
+    recorder = std::make_shared<Recorder>();
+    openPaced(path);
+    int skips = 0;
+    for (const float target : {1.0F, 3.5F, 0.2F, 2.02F, 0.0F, 3.9F}) {
+      SCOPED_TRACE(target);
+      player->seek(target);
+      ++skips;
+      ASSERT_TRUE(pumpUntil([&] { return delegate.count("skip") == skips; }));
+      const auto wanted = static_cast<std::size_t>(target * 25 + 0.001F);
+      ASSERT_FALSE(recorder->frames().empty());
+      EXPECT_EQ(recorder->frames().back().md5, all[wanted].md5)
+          << recorder->frames().back() << ", not " << all[wanted];
+    }
+    TearDown();
+  }
+}
+
 TEST_F(Controls, LastSeekOfAStormWins) {
   const std::vector<Frame> all = expectedFrames(seekClip(), "160x120");
   openPaced(seekClip());

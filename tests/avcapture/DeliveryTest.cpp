@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <fstream>
 #include <iterator>
@@ -71,6 +72,11 @@ std::string expectedPcm(const std::string& path) {
   return output({"ffmpeg", "-v", "error", "-i", path, "-vn", "-f", "s16le", "-"});
 }
 
+std::string contentsOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 class EveryClip : public PlayerTest, public ::testing::WithParamInterface<Clip> {};
 
 TEST_P(EveryClip, ComesOutBitForBit) {
@@ -114,9 +120,7 @@ void putBigEndian(std::string& bytes, std::size_t at, double units) {
 
 TEST_P(EveryAttitude, StandsUpright) {
   const Held& held = GetParam();
-  std::ifstream whole(clip("level.mp4", PICTURE "-t 0.4 -c:v libx264 -pix_fmt yuv420p"),
-                      std::ios::binary);
-  std::string bytes{std::istreambuf_iterator<char>(whole), {}};
+  std::string bytes = contentsOf(clip("level.mp4", PICTURE "-t 0.4 -c:v libx264 -pix_fmt yuv420p"));
   const std::size_t matrix = bytes.find("tkhd") + 44;
   putBigEndian(bytes, matrix, held.a);
   putBigEndian(bytes, matrix + 4, held.b);
@@ -157,6 +161,46 @@ TEST_F(Delivery, FollowsAChangeOfSizeInTheMiddle) {
   EXPECT_EQ(frames.front().width, 320U);
   EXPECT_EQ(frames.back().width, 160U);
   EXPECT_EQ(frames.back().height, 120U);
+}
+
+// Recordings that were put together: their timestamps begin anew, or leap ahead.
+TEST_F(Delivery, LeapsOfTimestampsAreFolded) {
+  const auto part = [](const char* offset) {
+    return clip(
+        std::string("part") + offset + ".ts",
+        std::string(PICTURE SOUND "-t 1 -c:v mpeg2video -bf 2 -c:a mp2 -output_ts_offset ") +
+            offset);
+  };
+  const std::pair<const char*, const char*> leaps[] = {{"0", "300"}, {"300", "0"}, {"0", "0"}};
+  for (const auto& [first, second] : leaps) {
+    SCOPED_TRACE(std::string(first) + " to " + second);
+    const std::string path = scratchPath(std::string("leap") + first + second + ".ts");
+    writeFile(path, contentsOf(part(first)) + contentsOf(part(second)));
+    recorder = std::make_shared<Recorder>();
+    delegate.calls.clear();
+    open(path);
+    playToTheEnd();
+    std::uint32_t last = 0;
+    EXPECT_GE(recorder->frames().size(), 48U);
+    for (const Frame& frame : recorder->frames()) {
+      EXPECT_GE(frame.timestamp, last);
+      EXPECT_LE(frame.timestamp, last + 200);
+      last = frame.timestamp;
+    }
+    EXPECT_NEAR(last, 2000, 200);
+    EXPECT_NEAR(recorder->soundTimes().back(), 2000, 200);
+    EXPECT_NEAR(player->currentTime(), 2.0, 0.2);
+    TearDown();
+  }
+}
+
+TEST_F(Delivery, LastPictureStaysForAsLongAsItLasts) {
+  const std::string even = clip("even.mp4", PICTURE "-frames:v 3 -c:v libx264 -bf 0");
+  openPaced(clip("long_last.mp4", "-i " + even + " -c copy -bsf:v setts=duration=1/TB"));
+  EXPECT_EQ(player->duration(), 1);
+  const auto begin = std::chrono::steady_clock::now();
+  playToTheEnd();
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1000));
 }
 
 TEST_F(Delivery, DescribesSoundAndCutsItToEvenBlocks) {

@@ -1,8 +1,11 @@
 // The small parts of the engine: block cutting and the media clock.
 #include <gmock/gmock.h>
 
+#include <limits>
+
 #include "avcapture/AudioDecoder.h"
 #include "avcapture/MediaClock.h"
+#include "avcapture/Upright.h"
 
 namespace avcapture {
 
@@ -57,6 +60,33 @@ TEST(BlockCutter, KeepsFormatsApart) {
   ASSERT_TRUE(block);
   EXPECT_EQ(block->microseconds, 4'000);
   EXPECT_EQ(block->frames(), 16U);
+}
+
+TEST(Timeline, StaysWithinWhatClocksCanCount) {
+  constexpr auto kLeast = std::numeric_limits<std::int64_t>::min();
+  constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+  const Timeline seconds{{1, 1}, 0};
+  EXPECT_EQ(seconds.microseconds(3), 3'000'000);
+  const platform::ManualClock wall;
+  MediaClock clock(wall);
+  clock.start();
+  for (const std::int64_t start : {kLeast, std::int64_t{0}, kMost}) {
+    const Timeline timeline{{1, 1}, start};
+    EXPECT_EQ(timeline.microseconds(start), 0);
+    EXPECT_GE(timeline.microseconds(kMost), 0);
+    EXPECT_LE(timeline.microseconds(kLeast), 0);
+    EXPECT_GE(clock.due(timeline.microseconds(kMost)), wall.now());
+    EXPECT_LE(clock.due(timeline.microseconds(kLeast)), wall.now());
+    EXPECT_EQ(timeline.milliseconds(kLeast), 0U);
+  }
+  EXPECT_EQ(seconds.milliseconds(kMost), std::numeric_limits<std::uint32_t>::max());
+}
+
+// Whole degrees: a fraction would be written, and read, by the locale.
+TEST(Upright, AnglesAreWholeNumbers) {
+  constexpr std::int32_t kCosine = 56756, kSine = 32768;  // of 30 degrees
+  EXPECT_EQ(uprightFilters({kCosine, kSine, 0, -kSine, kCosine, 0, 0, 0, 1 << 30}),
+            "rotate=30*PI/180");
 }
 
 TEST(MediaClock, RunsOnlyWhilePlayingAndDoesNotDrift) {
