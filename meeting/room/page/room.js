@@ -72,6 +72,7 @@ const connection = {
   },
 
   act(text) {
+    if (this.socket?.readyState !== WebSocket.OPEN) return showProblem(`not connected, not done: ${text}`);
     this.send({type: 'act', action: ++this.lastAction, text});
   },
 

@@ -79,6 +79,9 @@ test('a lost connection is told and taken up again', async () => {
   const {port} = room;
   await room.close();
   await until('it is lost', async () => (await line.textContent()).startsWith('connection lost'));
+  await visitor.tile('presenter').getByRole('button', {name: 'Stop'}).click();
+  await until('the action is not lost unsaid', async () =>
+    (await visitor.page.getByRole('alert').textContent()) === 'not connected, not done: stop');
   await screenshot(visitor.page, 'lost');
   room = await openRoom(port);
   await until('it is back', async () => (await line.textContent()) === 'connected');
