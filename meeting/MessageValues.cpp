@@ -2,6 +2,7 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <span>
 
 #include "mmp/Enumerations.h"
@@ -56,8 +57,9 @@ std::string named(std::span<const Named> names, std::int64_t value) {
 }  // namespace
 
 std::string number(float value) {
+  const double rounded = std::round(static_cast<double>(value) * 1000) / 1000;
   std::array<char, 32> text{};
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), rounded).ptr};
 }
 std::string handle(std::uint64_t value) {
   std::array<char, 16> text{};

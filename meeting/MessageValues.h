@@ -9,7 +9,7 @@
 namespace meeting {
 
 std::string number(std::integral auto value) { return std::to_string(value); }
-std::string number(float value);  // as short as it can be
+std::string number(float value);  // to the thousandth
 std::string milliseconds(std::integral auto value) { return number(value) + " ms"; }
 std::string bytes(std::integral auto value) { return number(value) + " bytes"; }
 std::string handle(std::uint64_t value);  // hexadecimal

@@ -11,7 +11,7 @@ const shownMessages = 800;
 
 // What a status view shows, by its code.
 const statusViews = {
-  1: 'picture', 2: 'sound only', 4: 'not let in', 5: 'ready to play', 6: 'platform fails over',
+  1: 'picture', 2: 'sound only', 4: 'not let in', 5: 'picture', 6: 'platform fails over',
   7: 'attendee limit reached', 8: 'stopped for bandwidth', 9: 'session left',
   101: 'file not opened', 102: 'file not opened', 103: 'waiting for the session',
   200: 'paused, sound only', 201: 'paused', 202: 'rebuffering', 203: 'waiting for the session',

@@ -1,7 +1,7 @@
 import assert from 'node:assert/strict';
 import {after, afterEach, before, beforeEach, test} from 'node:test';
 
-import {launch, openRoom, screenshot, until, visit} from './support.mjs';
+import {launch, moves, openRoom, screenshot, until, visit} from './support.mjs';
 
 const participants = ['presenter', 'attendee-1', 'attendee-2'];
 let browser;
@@ -19,11 +19,6 @@ afterEach(async () => {
   await visitor.close();
   await room.close();
 });
-
-async function moves(who, id) {
-  const begin = await who.pictures(id);
-  await until(`${id} moves`, async () => (await who.pictures(id)) > begin + 2);
-}
 
 test('pictures move, and the colour of the canvas with them', async () => {
   const colour = () => visitor.tile('presenter').locator('canvas').evaluate((canvas) =>

@@ -1,8 +1,9 @@
 // A room and browsers that visit it.
 //
-// From the environment: ROOM_HOST, the command that opens a room and prints its address as a line;
-// ROOM_MODULES, the folder that the modules are installed in; ROOM_CHROMIUM, the browser's program;
-// ROOM_SCREENSHOTS, a folder.
+// From the environment: ROOM_HOST, the program that opens the room of a made-up meeting; ROOM_MEETING,
+// the one that holds meetings, and ROOM_FILE, a movie of a minute to share in one; ROOM_MODULES, the
+// folder that the modules are installed in; ROOM_CHROMIUM, the browser's program; ROOM_SCREENSHOTS, a
+// folder.
 import {spawn} from 'node:child_process';
 import {mkdirSync} from 'node:fs';
 import {createRequire} from 'node:module';
@@ -25,14 +26,26 @@ export async function until(what, condition) {
 const hosts = new Set();
 process.on('exit', () => hosts.forEach((host) => host.kill('SIGKILL')));
 
-// A room at the port, or at any that is free.
-export async function openRoom(port = 0) {
-  const host = spawn(process.env.ROOM_HOST, [String(port)], {stdio: ['ignore', 'pipe', 'inherit']});
+// The room of a made-up meeting at the port, or at any that is free.
+export const openRoom = (port = 0) => openAt(process.env.ROOM_HOST, [String(port)]);
+
+// The room of a meeting with two attendees.
+export const holdMeeting = (port = 0) => openAt(process.env.ROOM_MEETING,
+  ['present', process.env.ROOM_FILE, '--web', String(port), '--attendees', '2', '--stay', '--quiet']);
+
+async function openAt(program, options) {
+  const host = spawn(program, options, {stdio: ['ignore', 'pipe', 'pipe']});
   hosts.add(host);
   const ended = new Promise((resolve) => host.once('exit', resolve));
+  const said = [];
   const url = await new Promise((resolve, reject) => {
-    createInterface(host.stdout).once('line', resolve);
-    ended.then(() => reject(new Error('the room did not open')));
+    for (const stream of [host.stdout, host.stderr])
+      createInterface(stream).on('line', (line) => {
+        said.push(line);
+        const address = line.match(/http:\S+/);
+        if (address) resolve(address[0]);
+      });
+    ended.then(() => reject(new Error(`the room did not open: ${said.join('; ')}`)));
   });
   return {
     url,
@@ -75,6 +88,12 @@ export async function visit(browser, url, options = {}) {
       (await page.locator('.state').allTextContents()).every((text) => text === state)),
     close: () => context.close(),
   };
+}
+
+// Waits for new pictures of that participant's view.
+export async function moves(who, id) {
+  const begin = await who.pictures(id);
+  await until(`${id} moves`, async () => (await who.pictures(id)) > begin + 2);
 }
 
 export async function screenshot(page, name, options = {}) {
