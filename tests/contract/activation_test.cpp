@@ -186,8 +186,12 @@ TEST_F(ContractTest, UsageModeDecidesAboutItemStates) {
 }
 
 TEST_F(ContractTest, FollowsMovesAndParentsWhileItIsActive) {
-  for (const UCFCtx context : {kEmbedded, kOutside}) {
-    create(context);
+  for (const auto& [context, source] :
+       {std::pair{kEmbedded, true}, {kOutside, true}, {kEmbedded, false}, {kOutside, false}}) {
+    SCOPED_TRACE(testing::Message() << "context " << context << " source " << source);
+    host.runtimeMode = source ? 0 : UCF_RUNTIME_MODE_LISTENER;
+    parent = std::make_shared<platform::View>();
+    create(context, "/m/talk.mov");
     activate();
     auto* const root = context == kEmbedded ? parent->subviews()[0].get() : parent.get();
     EXPECT_EQ(view()->container->superview(), root);
@@ -203,10 +207,16 @@ TEST_F(ContractTest, FollowsMovesAndParentsWhileItIsActive) {
     if (context == kEmbedded) {
       EXPECT_EQ(now->frame(), (platform::Rect{{0, 0}, {100, 50}}));
     }
+    startSource();
+    EXPECT_EQ(view()->container->superview(), now) << "stays there when its file is opened";
     object->DestroyActiveUI();
     object->OnParentWindowChanged(parent.get());
     EXPECT_TRUE(parent->subviews().empty()) << "an inactive document does not move";
+    object->CreateActiveUI(parent.get(), &rect);
+    EXPECT_EQ(view()->container->superview(),
+              context == kEmbedded ? parent->subviews()[0].get() : parent.get());
     release();
+    advance(1.0);
   }
 }
 
