@@ -53,6 +53,11 @@ bool volume(std::string_view value, Action& action) {
   return readNumber(value, kFullVolume, action);
 }
 
+bool onOrOff(std::string_view value, Action& action) {
+  action.number = value == "on" ? 1 : 0;
+  return value == "on" || value == "off";
+}
+
 bool delay(std::string_view value, Action& action) { return readNumber(value, kMostDelay, action); }
 
 bool pair(std::string_view value, char between, std::uint32_t& first, std::uint32_t& second) {
@@ -106,6 +111,7 @@ constexpr Form kForms[] = {
     {"mute", Actor::participant, nullptr, Verb::mute},
     {"unmute", Actor::participant, nullptr, Verb::unmute},
     {"fullscreen", Actor::participant, nullptr, Verb::fullscreen},
+    {"controls", Actor::participant, onOrOff, Verb::controls},
     {"activate", Actor::participant, nullptr, Verb::activate},
     {"deactivate", Actor::participant, nullptr, Verb::deactivate},
     {"resize", Actor::participant, size, Verb::resize},

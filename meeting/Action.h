@@ -1,9 +1,11 @@
 // What can be done in a meeting at a time of one's choice, and the words for it: the language of
 // scenarios and of the room.
 //
-//   [document=N] play | pause | stop | seek=SECONDS | volume=0..255 | mute | unmute | fullscreen
+//   [document=N] play | pause | stop | seek=SECONDS | volume=0..255 | mute | unmute | fullscreen |
+//                 controls=on|off
 //   [document=N] attendee=N join | leave | volume=0..255 | mute | unmute | fullscreen |
-//                           activate | deactivate | resize=WxH | delay=MILLISECONDS
+//                           controls=on|off | activate | deactivate | resize=WxH |
+//                           delay=MILLISECONDS
 //   [document=N] session=refuse | leave | limit | bandwidth | play
 //   [document=N] channel=fail | reconnect
 //   [document=N] presenter-crash | presenter-return
@@ -29,6 +31,7 @@ enum class Verb : std::uint8_t {
   mute,
   unmute,
   fullscreen,
+  controls,  // number: 1 shows the view's control bar, 0 hides it
   // What a client does with a participant's object.
   join,
   leave,

@@ -1,5 +1,7 @@
 #include "meeting/ClientWindow.h"
 
+#include <utility>
+
 #include "platform/Value.h"
 
 namespace meeting {
@@ -22,8 +24,8 @@ constexpr const char* kHolStatusKey = "Status";
 
 }  // namespace
 
-std::shared_ptr<ClientWindow> ClientWindow::open() {
-  auto window = std::make_shared<ClientWindow>();
+std::shared_ptr<ClientWindow> ClientWindow::open(std::function<void(bool)> showFitMode) {
+  auto window = std::make_shared<ClientWindow>(std::move(showFitMode));
   NotificationCenter& center = NotificationCenter::defaultCenter();
   center.addObserver(window, &ClientWindow::enterFitMode, kEnterFit);
   center.addObserver(window, &ClientWindow::leaveFitMode, kLeaveFit);
@@ -31,6 +33,9 @@ std::shared_ptr<ClientWindow> ClientWindow::open() {
   center.addObserver(window, &ClientWindow::tellHolStatus, kAskHolStatus);
   return window;
 }
+
+ClientWindow::ClientWindow(std::function<void(bool)> showFitMode)
+    : showFitMode_(std::move(showFitMode)) {}
 
 ClientWindow::~ClientWindow() { NotificationCenter::defaultCenter().removeObserver(*this); }
 
@@ -47,6 +52,7 @@ void ClientWindow::changeFitMode(bool on) {
 void ClientWindow::tellViewMode() {
   const platform::Dictionary mode{{kViewModeKey, fitMode_ ? 1 : 0}};
   NotificationCenter::defaultCenter().post(kViewModeChanged, nullptr, &mode);
+  showFitMode_(fitMode_);
 }
 
 // Nothing in this client forbids the fit mode.

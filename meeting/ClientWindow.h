@@ -3,6 +3,7 @@
 // [main-thread]
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "platform/NotificationCenter.h"
@@ -12,10 +13,11 @@ namespace meeting {
 
 class ClientWindow final : public platform::Object {
  public:
-  static std::shared_ptr<ClientWindow> open();
+  // `showFitMode` is told the mode whenever it has changed or somebody asks for it: it gives the
+  // views the place that goes with it.
+  static std::shared_ptr<ClientWindow> open(std::function<void(bool)> showFitMode);
+  explicit ClientWindow(std::function<void(bool)> showFitMode);
   ~ClientWindow() override;
-
-  bool isFitMode() const { return fitMode_; }
 
  private:
   void enterFitMode();
@@ -24,6 +26,7 @@ class ClientWindow final : public platform::Object {
   void tellHolStatus();
   void changeFitMode(bool on);
 
+  const std::function<void(bool)> showFitMode_;
   bool fitMode_ = false;
 };
 

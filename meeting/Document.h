@@ -63,6 +63,8 @@ class Document {
   // The source's user starts it, unless it is playing.
   void play();
 
+  // Whether everybody's view fills the client's window.
+  void setFullscreen(bool on);
   // Does what the action says. What is wrong with it, if anything.
   std::optional<std::string> act(const Action& action);
 

@@ -29,6 +29,7 @@ Problem Document::act(const Action& action) {
     case Verb::mute:
     case Verb::unmute:
     case Verb::fullscreen:
+    case Verb::controls:
       return actOnPlayer(action);
     case Verb::activate:
     case Verb::deactivate:
@@ -82,11 +83,21 @@ Problem Document::actOnPlayer(const Action& action) {
     case Verb::unmute:
       view->onUnMute({});
       break;
+    case Verb::controls:
+      view->showEmbedControlbar(action.number != 0);
+      break;
     default:
       view->onToggleFullscreen(nullptr);
       break;
   }
   return std::nullopt;
+}
+
+void Document::setFullscreen(bool on) {
+  for (unsigned number = 0; number <= seats_.size(); ++number) {
+    const auto who = participant(number);
+    if (const auto view = who ? who->player() : nullptr) view->setFullscreen(on);
+  }
 }
 
 // As the client of the participant would.

@@ -60,7 +60,9 @@ Outcome Meeting::run() {
   auto failure = prepare();
   if (!failure) {
     module_->initialize();
-    window_ = ClientWindow::open();
+    window_ = ClientWindow::open([this](bool fitMode) {
+      for (const auto& document : documents_) document->setFullscreen(fitMode);
+    });
     failure = bringTogether();
     if (!failure) hold();
     progress_.finish();

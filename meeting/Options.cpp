@@ -32,8 +32,9 @@ bytes are those of the picture without row padding. To compare with the ffmpeg p
 Actions of --at and of the lines "TIME ACTION" of --scenario, TIME in seconds since the presenter
 was first asked to play:
   play  pause  stop  seek=SECONDS  volume=0..255  mute  unmute  fullscreen
-  attendee=N join | leave | volume=0..255 | mute | unmute | fullscreen | activate | deactivate |
-             resize=WxH | delay=MILLISECONDS (that each picture takes)
+  controls=on|off  activate  deactivate  resize=WxH
+  attendee=N join | leave | volume=0..255 | mute | unmute | fullscreen | controls=on|off |
+             activate | deactivate | resize=WxH | delay=MILLISECONDS (that each picture takes)
   session=refuse | leave | limit | bandwidth | play        channel=fail | reconnect
   presenter-crash  presenter-return                        role=N,BITS
 With "document=N " before it, an action is for another than the first of several files.)";

@@ -128,6 +128,20 @@ TEST_F(Attendees, TurnTheirOwnSoundUpAndDown) {
         {"as before", volume(80), [&] { EXPECT_EQ(status("attendee-2").volume, 255); }}});
 }
 
+TEST_F(Attendees, FillTheClientsWindowWhenTheyAskForIt) {
+  const auto filled = [this](bool wanted) {
+    return [this, wanted] {
+      return player("attendee-1")->fullscreen() == wanted &&
+             player("presenter")->fullscreen() == wanted;
+    };
+  };
+  hold(sharing(clip("four.mkv", "320x180", 4), 1),
+       {{"they play", [&] { return status("attendee-1").state == "playing"; },
+         [&] { act("attendee=1 fullscreen"); }},
+        {"the window is in fit mode", filled(true), [&] { act("fullscreen"); }},
+        {"and no longer", filled(false)}});
+}
+
 TEST_F(Attendees, WatchARecordingToo) {
   Options options = sharing(clip("four.mkv", "320x180", 4), 2);
   options.recording = true;
@@ -162,7 +176,14 @@ TEST_F(Attendees, SeeOneOfTwoDocumentsPlayAtATime) {
            return status("attendee-1").state == "playing" &&
                   status("2/presenter").state == "joined";
          },
-         [&] { act("document=2 play"); }},
+         [&] {
+           act("controls=on");
+           EXPECT_TRUE(player("presenter")->controlbarShown());
+           act("document=2 controls=on");
+           EXPECT_FALSE(player("presenter")->controlbarShown()) << "only one at a time";
+           EXPECT_TRUE(player("2/presenter")->controlbarShown());
+           act("document=2 play");
+         }},
         {"the second makes it pause",
          [&] {
            return status("2/attendee-1").state == "playing" &&
