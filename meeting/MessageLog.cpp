@@ -9,28 +9,12 @@ namespace {
 
 constexpr std::size_t kBatch = 256;
 
-const char* nameOf(MessageKind kind) {
-  switch (kind) {
-    case MessageKind::session:
-      return "session";
-    case MessageKind::request:
-      return "request";
-    case MessageKind::sample:
-      return "sample";
-    case MessageKind::status:
-      return "status";
-    case MessageKind::data:
-      return "data";
-  }
-  return "unknown";
-}
-
 std::string asLine(const JournalEntry& entry) {
   nlohmann::ordered_json line{{"number", entry.number},
                               {"seconds", entry.seconds},
                               {"participant", entry.participant},
                               {"to", entry.direction == Direction::toHost ? "host" : "object"},
-                              {"kind", nameOf(entry.kind)},
+                              {"kind", kindName(entry.kind)},
                               {"name", entry.name},
                               {"taken", entry.taken},
                               {"fields", nlohmann::ordered_json::object()}};

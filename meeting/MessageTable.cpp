@@ -193,6 +193,22 @@ MessageKind messageKind(const MessageKey& key) {
   return key.type == ROUTE_TYPE_SESSION ? MessageKind::session : MessageKind::status;
 }
 
+const char* kindName(MessageKind kind) {
+  switch (kind) {
+    case MessageKind::session:
+      return "session";
+    case MessageKind::request:
+      return "request";
+    case MessageKind::sample:
+      return "sample";
+    case MessageKind::status:
+      return "status";
+    case MessageKind::data:
+      return "data";
+  }
+  return "unknown";
+}
+
 Fields messageFields(const RawMessage& message) {
   const Known* entry = known(message.key);
   Fields fields = entry != nullptr ? entry->fields(message) : unknownFields(message);

@@ -63,6 +63,7 @@ inline constexpr std::size_t kUnknownMessage = 31;
 std::size_t messageIndex(const MessageKey& key);
 const char* messageName(std::size_t index);  // "UNKNOWN" for kUnknownMessage
 MessageKind messageKind(const MessageKey& key);
+const char* kindName(MessageKind kind);  // "session", "request", ...
 Fields messageFields(const RawMessage& message);
 
 }  // namespace meeting

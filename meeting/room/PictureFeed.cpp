@@ -59,13 +59,14 @@ void PictureFeed::update() {
     Scene scene = captureScene(*view);
     if (watched.scene == scene) continue;
     watched.scene = scene;
-    if (encoder_ == nullptr)
+    if (encoder_ == nullptr) {
       encoder_ = std::make_unique<PictureEncoder>(
           [weak = weak_from_this()](const std::string& name, std::vector<unsigned char> jpeg) {
             platform::dispatchOnMainThread([weak, name, jpeg = std::move(jpeg)] {
               if (const auto self = weak.lock()) self->finished(name, jpeg);
             });
           });
+    }
     encoder_->encode(id, std::move(scene));
   }
 }

@@ -31,7 +31,7 @@ class PictureFeed : public std::enable_shared_from_this<PictureFeed> {
   // The views that the visitor sees from now on; none when it has gone.
   void watch(VisitorId visitor, const std::set<std::string>& views);
   // The visitor has drawn a picture of the view and can take another one.
-  void drawn(VisitorId visitor, const std::string& view);
+  void drawn(VisitorId visitor, const std::string& id);
   // Has a new picture made of each view that has changed.
   void update();
 

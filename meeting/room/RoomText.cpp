@@ -38,22 +38,6 @@ json asJson(const ParticipantStatus& status) {
           {"height", status.height}};
 }
 
-const char* kindName(MessageKind kind) {
-  switch (kind) {
-    case MessageKind::session:
-      return "session";
-    case MessageKind::request:
-      return "request";
-    case MessageKind::sample:
-      return "sample";
-    case MessageKind::status:
-      return "status";
-    case MessageKind::data:
-      return "data";
-  }
-  return "";
-}
-
 json asJson(const JournalEntry& entry) {
   return {{"number", entry.number},           {"seconds", entry.seconds},
           {"participant", entry.participant}, {"toHost", entry.direction == Direction::toHost},
