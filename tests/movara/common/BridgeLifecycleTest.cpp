@@ -80,6 +80,7 @@ TEST_F(BridgeLifecycle, WithoutSinkNothingReachesTheApplicationAndQueriesAnswerD
                            kMSVideoRenderSizeChangedNotification, HOLStatusNotification}) {
     postNotification(name, {{"PDSharingViewMode", 1}, {"Status", true}});
   }
+  EXPECT_EQ(count(takeTraceLines(), "sharingViewModeDidChange"), 0) << "observes nothing";
   std::uint8_t pixels[4 * 12]{};
   avcapture::AudioBufferList block{1, {{2, sizeof(pixels), pixels}}};
   avcapture::AudioStreamBasicDescription format{44'100.0, 0, 0, 4, 1, 4, 2, 16, 0};
