@@ -45,7 +45,9 @@ class SinkGate {
 
    private:
     friend class SinkGate;
-    static inline constinit thread_local const Pass* innermost_ = nullptr;
+    // Reached without a call: every sample passes here.
+    [[gnu::tls_model("initial-exec")]] static inline constinit thread_local const Pass* innermost_ =
+        nullptr;
 
     SinkGate& gate_;
     const Pass* const outer_;  // of the same thread
