@@ -18,8 +18,8 @@ enum class Actor : std::uint8_t { presenter, attendee, participant, meeting };
 // How an action is written after its actor: a word, and what may stand behind its "=".
 struct Form {
   const char* word;
-  Actor actor;
   bool (*read)(std::string_view value, Action& action);  // null: nothing may
+  Actor actor;
   Verb verb;
 };
 
@@ -103,26 +103,26 @@ bool channel(std::string_view value, Action& action) {
 }
 
 constexpr Form kForms[] = {
-    {"play", Actor::presenter, nullptr, Verb::play},
-    {"pause", Actor::presenter, nullptr, Verb::pause},
-    {"stop", Actor::presenter, nullptr, Verb::stop},
-    {"seek", Actor::presenter, seconds, Verb::seek},
-    {"volume", Actor::participant, volume, Verb::volume},
-    {"mute", Actor::participant, nullptr, Verb::mute},
-    {"unmute", Actor::participant, nullptr, Verb::unmute},
-    {"fullscreen", Actor::participant, nullptr, Verb::fullscreen},
-    {"controls", Actor::participant, onOrOff, Verb::controls},
-    {"activate", Actor::participant, nullptr, Verb::activate},
-    {"deactivate", Actor::participant, nullptr, Verb::deactivate},
-    {"resize", Actor::participant, size, Verb::resize},
-    {"join", Actor::attendee, nullptr, Verb::join},
-    {"leave", Actor::attendee, nullptr, Verb::leave},
-    {"delay", Actor::attendee, delay, Verb::delay},
-    {"role", Actor::meeting, role, Verb::role},
-    {"presenter-crash", Actor::meeting, nullptr, Verb::crash},
-    {"presenter-return", Actor::meeting, nullptr, Verb::comeBack},
-    {"session", Actor::meeting, session, Verb::session},
-    {"channel", Actor::meeting, channel, Verb::channelFail},
+    {"play", nullptr, Actor::presenter, Verb::play},
+    {"pause", nullptr, Actor::presenter, Verb::pause},
+    {"stop", nullptr, Actor::presenter, Verb::stop},
+    {"seek", seconds, Actor::presenter, Verb::seek},
+    {"volume", volume, Actor::participant, Verb::volume},
+    {"mute", nullptr, Actor::participant, Verb::mute},
+    {"unmute", nullptr, Actor::participant, Verb::unmute},
+    {"fullscreen", nullptr, Actor::participant, Verb::fullscreen},
+    {"controls", onOrOff, Actor::participant, Verb::controls},
+    {"activate", nullptr, Actor::participant, Verb::activate},
+    {"deactivate", nullptr, Actor::participant, Verb::deactivate},
+    {"resize", size, Actor::participant, Verb::resize},
+    {"join", nullptr, Actor::attendee, Verb::join},
+    {"leave", nullptr, Actor::attendee, Verb::leave},
+    {"delay", delay, Actor::attendee, Verb::delay},
+    {"role", role, Actor::meeting, Verb::role},
+    {"presenter-crash", nullptr, Actor::meeting, Verb::crash},
+    {"presenter-return", nullptr, Actor::meeting, Verb::comeBack},
+    {"session", session, Actor::meeting, Verb::session},
+    {"channel", channel, Actor::meeting, Verb::channelFail},
 };
 
 bool suits(Actor actor, bool attendee) {

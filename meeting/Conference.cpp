@@ -17,7 +17,7 @@ void Conference::add(const std::shared_ptr<ConferenceMember>& member) {
 
 void Conference::remove(std::uint32_t userId) { members_.erase(userId); }
 
-UCFResult Conference::request(unsigned long type, void* wParam, void* lParam) {
+UCFResult Conference::request(unsigned long type, void* wParam, void* lParam) const {
   if (type != SVS_MSG_GET_IDS && type != SVS_MSG_GET_IDS_EMBED) return 0;
   if (wParam == nullptr || lParam == nullptr) return 0;
   *static_cast<std::uint64_t*>(wParam) = ids_.session;

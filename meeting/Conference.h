@@ -42,7 +42,7 @@ class Conference {
   void remove(std::uint32_t userId);
 
   // A request routed to the conference: fills the ids of the document. Nonzero for success.
-  UCFResult request(unsigned long type, void* wParam, void* lParam);
+  UCFResult request(unsigned long type, void* wParam, void* lParam) const;
 
   // Answers a member's wish to join the document's session.
   void answerJoin(ConferenceMember& member, JoinAnswer answer);

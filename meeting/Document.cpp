@@ -168,7 +168,7 @@ void Document::play() {
 }
 
 // Somebody has joined who would see nothing until the presenter plays on.
-void Document::deliverPictureAgain() {
+void Document::deliverPictureAgain() const {
   if (const auto view = player()) view->deliverLatestImageAgain();
 }
 

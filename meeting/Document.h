@@ -96,7 +96,7 @@ class Document {
   bool join(Seat& seat);
   void leave(Seat& seat);
   void lose();
-  void deliverPictureAgain();
+  void deliverPictureAgain() const;
 
   std::shared_ptr<Participant> participant(unsigned number) const;
   std::optional<std::string> actOnPlayer(const Action& action);

@@ -1,18 +1,14 @@
 #include "tests/meeting/LiveMeeting.h"
 
-#include <unistd.h>
-
 #include <chrono>
 #include <cmath>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <vector>
 
 #include "meeting/Ticker.h"
 #include "platform/RunLoop.h"
-#include "tests/meeting/Process.h"
 
 extern "C" {
 #include <libswscale/swscale.h>
@@ -26,44 +22,8 @@ using std::chrono_literals::operator""s;
 constexpr auto kStepLimit = 60s;
 }  // namespace
 
-void LiveMeeting::SetUpTestSuite() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "movara-live-XXXXXX").string();
-  folder_ = ::mkdtemp(pattern.data());
-  // Not through the loudspeakers of whoever runs the tests.
-  ::setenv("SDL_AUDIODRIVER", "dummy", 1);  // NOLINT(concurrency-mt-unsafe): no threads yet
-}
-
-void LiveMeeting::TearDownTestSuite() { std::filesystem::remove_all(folder_); }
-
 std::string LiveMeeting::clip(const std::string& name, const std::string& size, int seconds) {
-  const std::string path = in(name);
-  if (std::filesystem::exists(path)) return path;
-  const Finished made = run({"ffmpeg",
-                             "-nostdin",
-                             "-v",
-                             "error",
-                             "-y",
-                             "-f",
-                             "lavfi",
-                             "-i",
-                             "testsrc2=rate=25:size=" + size,
-                             "-f",
-                             "lavfi",
-                             "-i",
-                             "sine=frequency=440:sample_rate=48000",
-                             "-t",
-                             std::to_string(seconds),
-                             "-c:v",
-                             "libx264",
-                             "-preset",
-                             "ultrafast",
-                             "-pix_fmt",
-                             "yuv420p",
-                             "-c:a",
-                             "flac",
-                             path});
-  EXPECT_EQ(made.status, 0) << made.err;
-  return path;
+  return clipOf(name, "testsrc2=rate=25:size=" + size, seconds);
 }
 
 Options LiveMeeting::sharing(const std::string& file, int attendees) {

@@ -1,9 +1,6 @@
 // Holds a real meeting with the built plug-in in this process, and acts in it step by step.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -11,10 +8,11 @@
 
 #include "meeting/Meeting.h"
 #include "platform/View.h"
+#include "tests/meeting/ClipTest.h"
 
 namespace meeting {
 
-class LiveMeeting : public testing::Test {
+class LiveMeeting : public ClipTest {
  protected:
   // Waits until `when` holds, then does `then`.
   struct Step {
@@ -23,12 +21,7 @@ class LiveMeeting : public testing::Test {
     std::function<void()> then = [] {};
   };
 
-  static void SetUpTestSuite();
-  static void TearDownTestSuite();
-
-  // A path in a folder that is removed when the tests have ended.
-  static std::string in(const std::string& name) { return folder_ / name; }
-  // A clip with sound made by ffmpeg: test picture of the size at 25 pictures a second.
+  // A clip of a test picture of the size, 25 pictures a second.
   static std::string clip(const std::string& name, const std::string& size, int seconds);
 
   // Options of a meeting that only a step or an interrupt ends.
@@ -48,7 +41,6 @@ class LiveMeeting : public testing::Test {
   bool all(const std::vector<std::string>& ids, const std::string& state);
 
  private:
-  static inline std::filesystem::path folder_;
   std::unique_ptr<Meeting> meeting_;
 };
 

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/meeting/ClipTest.h"
 #include "tests/meeting/Process.h"
 
 namespace meeting {
@@ -29,56 +30,15 @@ std::string readFile(const fs::path& path) {
   return text.str();
 }
 
-class ProgramTest : public testing::Test {
+class ProgramTest : public ClipTest {
  protected:
-  static void SetUpTestSuite() {
-    std::string pattern = (fs::temp_directory_path() / "movara-meeting-XXXXXX").string();
-    folder_ = ::mkdtemp(pattern.data());
-    // Not through the loudspeakers of whoever runs the tests.
-    ::setenv("SDL_AUDIODRIVER", "dummy", 1);  // NOLINT(concurrency-mt-unsafe): no threads yet
-  }
-  static void TearDownTestSuite() { fs::remove_all(folder_); }
-
-  static std::string in(const std::string& name) { return folder_ / name; }
-
   // Three seconds of picture (odd width, so that rows are padded) and sound.
   static std::string clip() {
-    const std::string path = in("clip.mkv");
-    if (!fs::exists(path)) make(path, "testsrc=size=321x180:rate=30", 3);
-    return path;
+    return clipOf("clip.mkv", "testsrc=size=321x180:rate=30", 3, "yuv444p");
   }
   // One second of a single colour.
   static std::string redClip() {
-    const std::string path = in("red.mkv");
-    if (!fs::exists(path)) make(path, "color=0xC02020:size=320x180:rate=30", 1);
-    return path;
-  }
-  static void make(const std::string& path, const std::string& picture, int seconds) {
-    const Finished made = run({"ffmpeg",
-                               "-nostdin",
-                               "-v",
-                               "error",
-                               "-y",
-                               "-f",
-                               "lavfi",
-                               "-i",
-                               picture,
-                               "-f",
-                               "lavfi",
-                               "-i",
-                               "sine=frequency=440:sample_rate=48000",
-                               "-t",
-                               std::to_string(seconds),
-                               "-c:v",
-                               "libx264",
-                               "-preset",
-                               "ultrafast",
-                               "-pix_fmt",
-                               "yuv444p",
-                               "-c:a",
-                               "flac",
-                               path});
-    ASSERT_EQ(made.status, 0) << made.err;
+    return clipOf("red.mkv", "color=0xC02020:size=320x180:rate=30", 1, "yuv444p");
   }
 
   static Arguments command(const Arguments& arguments) {
@@ -91,8 +51,6 @@ class ProgramTest : public testing::Test {
   static json report(const std::string& name) {
     return json::parse(readFile(in(name)), nullptr, false);
   }
-
-  static inline fs::path folder_;
 };
 
 TEST_F(ProgramTest, EachThingAUserCanGetWrongHasItsStatusAndOneLine) {
