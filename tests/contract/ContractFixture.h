@@ -3,18 +3,14 @@
 #pragma once
 
 #include <dlfcn.h>
-#include <gmock/gmock.h>
 
 #include <array>
-#include <memory>
 
 #include "avcapture/Keys.h"
 #include "mmp/ParticipantRecords.h"
 #include "mmp/StatusRecords.h"
-#include "platform/RunLoop.h"
 #include "tests/contract/RecordingHost.h"
-#include "tests/movara/TraceLines.h"
-#include "tests/movara/common/FakeVideoPlayer.h"
+#include "tests/movara/common/FrameworkTest.h"
 #include "ucf/Exports.h"
 #include "ucf/IUCFObjectRuntime.h"
 #include "ucf/SessionMessages.h"
@@ -53,17 +49,10 @@ Result callSlot(void* object, std::size_t slot, Arguments... arguments) {
 constexpr UCFCtx kEmbedded = 0;
 constexpr UCFCtx kOutside = 1;
 
-class ContractTest : public testing::Test {
+class ContractTest : public FrameworkTest {
  protected:
-  ContractTest() {
-    clock();
-    FakeFramework::install();
-    takeTraceLines();
-  }
   ~ContractTest() override {
-    release();
-    advance(1.0);  // what the player left behind ends
-    FakeFramework::uninstall();
+    end();
     EXPECT_EQ(host.variantsHeld, 0) << "variants that were not given back";
   }
 
@@ -91,11 +80,32 @@ class ContractTest : public testing::Test {
       std::exchange(object, nullptr)->Release();
     }
   }
-  // From creation to a joined channel with an open file.
-  void present() {
+  // And what the player has put off.
+  void end() {
+    release();
+    advance(1.0);
+  }
+  void createActive() {
     create();
     activate();
+  }
+  void listen() {
+    createListener();
+    activate();
+  }
+  // A source with an open file.
+  void open() {
+    createActive();
     startSource();
+  }
+  void openAtTheNextTick() {
+    createActive();
+    session(SESSION_MSG_JOIN_CONFIRM);
+    ticks(4);
+  }
+  // From creation to a joined channel with an open file.
+  void present() {
+    open();
     channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
     channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
     forget();
@@ -133,18 +143,6 @@ class ContractTest : public testing::Test {
     runtime->OnParameterData(0, reinterpret_cast<unsigned char*>(&info), sizeof(info));
   }
 
-  static std::shared_ptr<platform::ManualClock> clock() {
-    static const auto instance = [] {
-      auto manual = std::make_shared<platform::ManualClock>();
-      platform::RunLoop::main().setClock(manual);
-      return manual;
-    }();
-    return instance;
-  }
-  static void advance(double seconds) {
-    clock()->advance(platform::seconds(seconds));
-    platform::RunLoop::main().runReady();
-  }
   static void ticks(int count) {
     for (int i = 0; i < count; ++i) {
       advance(0.1);

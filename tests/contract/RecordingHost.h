@@ -52,7 +52,8 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
   std::function<void(const std::string& line)> within;
 
   std::atomic<int> samples{0};
-  int variantsHeld = 0;  // filled and not given back yet
+  std::uint32_t channel = 0;  // type in the last request that names one
+  int variantsHeld = 0;       // filled and not given back yet
 
   Lines take() { return std::exchange(lines_, {}); }
 
@@ -160,6 +161,16 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
  private:
   UCFResult command(unsigned long command, void* record) {
     const auto number = [](auto value) { return " " + std::to_string(value); };
+    const auto& begin = *static_cast<const tagMSUnRegisterInfo*>(record);
+    if (begin.head.sessionID != kSessionID) {
+      say("unknown session");
+    }
+    if (command != MM_MEDIASTREAMING_CMD_QUERY && begin.head.sourceID != kSourceID) {
+      say("unknown source");
+    }
+    if (command < MM_MEDIASTREAMING_CMD_QUERY && command != MM_MEDIASTREAMING_CMD_MEDIA_FORMAT) {
+      channel = begin.eChannelType;
+    }
     switch (command) {
       case MM_MEDIASTREAMING_CMD_REGISTER: {
         const auto* const r = static_cast<const tagMSRegisterInfo*>(record);
@@ -195,6 +206,9 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
       }
       case MM_MEDIASTREAMING_CMD_VOLUME:
         say("volume" + number(static_cast<const tagMSVolumeInfo*>(record)->wVolumeLevel));
+        return 1;
+      case MM_MEDIASTREAMING_CMD_MUTE_STATUS:
+        say("mute" + number(static_cast<const tagMSMuteInfo*>(record)->eMuteStatus));
         return 1;
       case MM_MEDIASTREAMING_CMD_QUERY: {
         auto& query = *static_cast<tagQuery*>(record);

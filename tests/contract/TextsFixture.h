@@ -31,8 +31,7 @@ class TextsTest : public ContractTest {
       story.act();
       learnAddresses();
       EXPECT_EQ(named(takeTraceLines()), story.lines);
-      release();
-      advance(1.0);
+      end();
     }
   }
 

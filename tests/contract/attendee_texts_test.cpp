@@ -14,12 +14,8 @@ constexpr const char* kActiveAgain =
 
 class AttendeeTexts : public TextsTest {
  protected:
-  void createActive() {
-    createListener();
-    activate();
-  }
   void createJoined() {
-    createActive();
+    listen();
     channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
   }
   template <class Record>
@@ -61,7 +57,7 @@ TEST_F(AttendeeTexts, FromCreationToAJoinedChannel) {
         "I UpdatePlayerStatus, status = 3, sended, this = 0xMANAGER ",
         "I UpdateRenderMsg sended, this = 0xMANAGER ", "I Active UI, My role now is attendee"}},
       {"media info, then a second activation",
-       [this] { createActive(); },
+       [this] { listen(); },
        [this] {
          mediaInfo({90000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO, 3});
          object->CreateActiveUI(parent.get(), &rect);
@@ -72,7 +68,7 @@ TEST_F(AttendeeTexts, FromCreationToAJoinedChannel) {
         kActive, kStatusHeld, "I Active UI, My role now is attendee"}},
       {"media info to a hidden document whose channel is there",
        [this] {
-         createActive();
+         listen();
          object->DestroyActiveUI();
          channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
        },
@@ -87,7 +83,7 @@ TEST_F(AttendeeTexts, FromCreationToAJoinedChannel) {
         kActive, "I UpdatePlayerStatus, status = 3, sended, this = 0xMANAGER ",
         "I Active UI, My role now is attendee"}},
       {"channel",
-       [this] { createActive(); },
+       [this] { listen(); },
        [this] {
          channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
          channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
@@ -116,10 +112,9 @@ TEST_F(AttendeeTexts, OfThePresentersPlayer) {
   constexpr const char* kRouted3 = "I CMovaraApp::RouteMessage, type = 2, uMsg = 3, this = 0xAPP ";
   constexpr const char* kRouted0 = "I CMovaraApp::RouteMessage, type = 2, uMsg = 0, this = 0xAPP ";
   constexpr const char* kRouted5 = "I CMovaraApp::RouteMessage, type = 2, uMsg = 5, this = 0xAPP ";
-  const auto createActiveOnce = [this] { createActive(); };
   expectTexts({
       {"play status",
-       createActiveOnce,
+       [this] { listen(); },
        [&] {
          for (std::uint32_t value = 0; value <= 6; ++value) {
            play(value);
@@ -141,7 +136,7 @@ TEST_F(AttendeeTexts, OfThePresentersPlayer) {
         "MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_STATUS, current playStatus = NULL, this = "
         "0xAPP "}},
       {"quality, position and size",
-       createActiveOnce,
+       [this] { listen(); },
        [&] {
          tagMSVideoQuality quality{};
          quality.nQuality = -3;
@@ -205,20 +200,20 @@ TEST_F(AttendeeTexts, OnAThreadThatAnObjectIsNotMeantFor) {
        {"I UCFCreateInstance(...)", "W SVSMgr::SetMsgRouter, should in mainThread",
         "I Chanel type is listen, this = 0xAPP ", "W SVSMgr::SetSVSState, should in mainThread"}},
       {"session",
-       [this] { createActive(); },
+       [this] { listen(); },
        elsewhere([this] { session(SESSION_MSG_JOIN_CONFIRM); }),
        {"I CMovaraApp::RouteMessage, type = 0, uMsg = 0, this = 0xAPP ",
         "W SVSMgr::SetSVSState, should in mainThread",
         "W SVSMgr::ExecuteMSCommand, should in mainThread"}},
       {"media info",
-       [this] { createActive(); },
+       [this] { listen(); },
        elsewhere([this] { mediaInfo({}); }),
        {"W SVSMgr::RegisterStreamingVideoSharing, should in mainThread",
         "I listen register info to buffer, this = 0xMANAGER ", kActive,
         "W SVSMgr::UpdatePlayerStatus, should in mainThread", kStatusHeld,
         "W SVSMgr::SetRender, should in mainThread", "I setRender to buffer, this = 0xMANAGER "}},
       {"channel",
-       [this] { createActive(); },
+       [this] { listen(); },
        elsewhere([this] { channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS); }),
        {"I CMovaraApp::RouteMessage, type = 2, uMsg = 4, this = 0xAPP ",
         "I Curent chanel status is = 2, this = 0xAPP ",
@@ -252,8 +247,7 @@ TEST_F(AttendeeTexts, OnAThreadThatAnObjectIsNotMeantFor) {
       {"a source's format",
        [this] {
          host.runtimeMode = 0;
-         create();
-         activate();
+         createActive();
        },
        elsewhere([&] { notify(6, reinterpret_cast<unsigned long>(&format)); }),
        {"W SVSMgr::SetSourceMediaFormat, should in mainThread",

@@ -76,8 +76,7 @@ TEST_F(ListenerTest, RegistersOnceInEachOrderOfEvents) {
     createListener();
     EXPECT_EQ(storyOf(events), story);
     EXPECT_EQ(shown(), 1);
-    release();
-    advance(1.0);
+    end();
   }
 }
 
@@ -109,8 +108,7 @@ TEST_F(ListenerTest, FirstActivationTakesOverThePresentStatusOfTheChannel) {
         std::erase(told, "update render 4 2 view");
       }
       EXPECT_EQ(host.take(), told);
-      release();
-      advance(1.0);
+      end();
     }
   }
 }
@@ -179,8 +177,7 @@ TEST_F(ListenerTest, ActivatedAfterARefusalItStaysDeaf) {
 
 TEST_F(ListenerTest, ARecordingIsActivatedAgainWithoutAChannel) {
   host.liveMeeting = false;
-  createListener();
-  activate();
+  listen();
   object->DestroyActiveUI();
   forget();
   object->CreateActiveUI(parent.get(), &rect);

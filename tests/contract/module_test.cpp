@@ -143,8 +143,7 @@ TEST_F(ContractTest, TheTableOfTheObjectHasItsOperationsInOrder) {
 }
 
 TEST_F(ContractTest, TheTablesOfTheOtherFacesReachTheSameObject) {
-  createListener();
-  activate();
+  listen();
   forget();
   callSlot<void>(runtime, 12, 0U);
   EXPECT_THAT(view()->takeCalls(), ElementsAre("roleChanged 0"));

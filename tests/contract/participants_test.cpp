@@ -53,8 +53,7 @@ TEST_F(ContractTest, NewsOfAFailedJoinCountsForAttendees) {
   for (const std::uint32_t role : {0U, 1U, 2U, 3U}) {
     host.runtimeMode = UCF_RUNTIME_MODE_LISTENER;
     host.role = role;
-    create();
-    activate();
+    createActive();
     for (const std::int32_t command : {0, 1, 4, -1}) {
       auto record = commandRecord(8, command, 8);
       runtime->OnCommandData(record.data(), 8, 0, 0);
@@ -84,8 +83,7 @@ TEST_F(ContractTest, NewsThatCannotBeSentAreDropped) {
 }
 
 TEST_F(ContractTest, AListenerRegistersWithThePresentersMediaInfo) {
-  createListener();
-  activate();
+  listen();
   ticks(1);
   forget();
   const auto questions = Listener::to({"PDSyncSharingViewModeNotification"});
@@ -126,8 +124,7 @@ TEST_F(ContractTest, ParameterDataOfWrongLengthOrIdIsIgnored) {
 }
 
 TEST_F(ContractTest, AListenersVolumeAndTheClientsVideoSizeArePassedOn) {
-  createListener();
-  activate();
+  listen();
   channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
   forget();
   view()->delegate->volumeChange(nullptr, 200);

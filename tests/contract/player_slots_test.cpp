@@ -16,6 +16,7 @@ class PlayerSlots : public ContractTest {
   Result call(std::size_t slot, Arguments... arguments) {
     return callSlot<Result>(player(), slot, arguments...);
   }
+  void store(string_view key, const Value& value) { call<void>(43, key, &value); }
   // What the view is told when the operation at `slot` is called.
   template <class... Arguments>
   Calls told(std::size_t slot, Arguments... arguments) {
@@ -26,14 +27,15 @@ class PlayerSlots : public ContractTest {
 };
 
 TEST_F(PlayerSlots, OfTheControls) {
-  create();
-  activate();
+  createActive();
   takeTraceLines();
   view()->length = 0;
   EXPECT_FALSE(call<bool>(5, 30U));
   view()->length = 90;
   EXPECT_THAT(told(5, 30U), ElementsAre("seek 30"));
   EXPECT_FALSE(call<bool>(4));
+  EXPECT_EQ(call<int>(6), 2);
+  EXPECT_FALSE(call<bool>(3));
   EXPECT_THAT(told(2), ElementsAre("onStart"));
   EXPECT_EQ(call<int>(6), 4);
   EXPECT_TRUE(call<bool>(33));
@@ -41,10 +43,14 @@ TEST_F(PlayerSlots, OfTheControls) {
   EXPECT_THAT(told(3), ElementsAre("onStart"));
   EXPECT_EQ(call<int>(6), 3);
   EXPECT_FALSE(call<bool>(3));
+  EXPECT_THAT(told(2), ElementsAre("onStart"));
+  EXPECT_THAT(told(4), ElementsAre("onStop")) << "playing, if only at the start";
+  view()->playing = false;
   view()->position = 2.5F;
   EXPECT_THAT(told(4), ElementsAre("onStop"));
   EXPECT_THAT(takeTraceLines(), ElementsAre("W Current movie is invalid, duration is zero",
                                             "W Current movie is in stoped, dont need to start",
+                                            "W Current movie is in paused, dont need to pause",
                                             "W Current movie is in playing, dont need to start",
                                             "W Current movie is in paused, dont need to pause"));
 
@@ -61,18 +67,25 @@ TEST_F(PlayerSlots, OfTheControls) {
   EXPECT_EQ(call<float>(14), 90.0F);
   EXPECT_EQ(call<float>(15), 2.5F);
   EXPECT_EQ(call<float>(16), 25.0F);
-  EXPECT_EQ(call<unsigned>(21), 3U);
+  for (const auto& [type, content] : {std::pair{0, 0U}, {1, 1U}, {3, 3U}, {9, 3U}, {-1, 3U}}) {
+    view()->type = type;
+    EXPECT_EQ(call<unsigned>(21), content);
+  }
+  EXPECT_THAT(told(13, 1), IsEmpty()) << "a recording has no source";
 }
 
 TEST_F(PlayerSlots, OfTheViewAndItsPlace) {
-  create();
-  activate();
+  createActive();
   EXPECT_FALSE(call<bool>(17));
   call<void>(18, 1);
   EXPECT_TRUE(call<bool>(17));
   EXPECT_THAT(told(19), ElementsAre("deactive"));
   EXPECT_FALSE(call<bool>(32));
   EXPECT_THAT(told(20), ElementsAre("attachToSuperView 1", "active"));
+  EXPECT_TRUE(call<bool>(32));
+  view()->delegate->deactive();
+  EXPECT_FALSE(call<bool>(32));
+  view()->delegate->active();
   EXPECT_TRUE(call<bool>(32));
   EXPECT_THAT(told(23, 4), ElementsAre("setStatusViewType 101"));
   EXPECT_THAT(told(25, nullptr), ElementsAre("superFrameSizeChanged"));
@@ -83,6 +96,8 @@ TEST_F(PlayerSlots, OfTheViewAndItsPlace) {
   view()->takeCalls();
   call<void>(24);
   EXPECT_THAT(view()->takeCalls(), IsEmpty()) << "its view is there";
+  postNotification("PDWillChangeFitModeNotification", {});
+  EXPECT_THAT(view()->takeCalls(), ElementsAre("willChangeFitMode"));
 
   takeTraceLines();
   const std::shared_ptr<avcapture::AVURLAsset> none;
@@ -95,8 +110,7 @@ TEST_F(PlayerSlots, OfTheViewAndItsPlace) {
 }
 
 TEST_F(PlayerSlots, OfTheStoreAndTheListenersPicture) {
-  createListener();
-  activate();
+  listen();
   EXPECT_EQ(call<unsigned>(28), 1U);
   EXPECT_THAT(told(13, 1), ElementsAre("setNBRMode 1"));
   EXPECT_THAT(told(30, 61.5F), ElementsAre("setDuration 61.5"));
@@ -106,11 +120,29 @@ TEST_F(PlayerSlots, OfTheStoreAndTheListenersPicture) {
   EXPECT_TRUE(call<bool>(36));
   call<void>(37, 0);
   EXPECT_FALSE(call<bool>(36));
+  for (const auto& [flag, slot] :
+       {std::pair{"kAVAllowEnterFitMode", 36U}, {"kAVMMPFailoverProcessing", 34U}}) {
+    store(flag, "yes");  // no number
+    EXPECT_FALSE(call<bool>(slot)) << flag;
+  }
 
   const Value status = std::int32_t{3};
-  call<void>(43, string_view("kAVMovieStatusProperty"), &status);
+  store("kAVMovieStatusProperty", status);
   EXPECT_EQ(call<Value>(42, string_view("kAVMovieStatusProperty")), status);
   EXPECT_TRUE(call<Value>(42, string_view("kAVMovieFPSProperty")).isNil());
+  for (const auto& [key, slot] : {std::pair{"kAVMovieDurationProperty", 14U},
+                                  {"kAVMovieCurTimeProperty", 15U},
+                                  {"kAVMovieFPSProperty", 16U}}) {
+    store(key, 7.5F);
+    EXPECT_EQ(call<float>(slot), 7.5F) << key;
+  }
+  store("kAVMediaVolumeProperty", 200);
+  EXPECT_EQ(call<unsigned>(8), 200U);
+  platform::performAfterDelay(FakeFramework::view, &avcapture::KTVideoPlayer::superFrameSizeChanged,
+                              {}, platform::seconds(0.1));
+  EXPECT_THAT(told(25, nullptr), ElementsAre("superFrameSizeChanged"));
+  advance(0.2);
+  EXPECT_THAT(view()->takeCalls(), IsEmpty()) << "the delayed one is gone";
   call<void>(40);
   advance(0.2);
   EXPECT_EQ(shown(), 201);
@@ -118,11 +150,12 @@ TEST_F(PlayerSlots, OfTheStoreAndTheListenersPicture) {
   const auto questions = Listener::to({"PDSyncSharingViewModeNotification"});
   call<void>(44);
   EXPECT_THAT(questions->names, testing::SizeIs(1));
+  view()->delegate->renderMovie(false);
+  EXPECT_THAT(questions->names, testing::SizeIs(2));
 }
 
 TEST_F(PlayerSlots, AChannelThatIsJoinedEndsTheFailover) {
-  create();
-  activate();
+  createActive();
   EXPECT_FALSE(call<bool>(34));
   call<void>(35, 1);
   EXPECT_TRUE(call<bool>(34));

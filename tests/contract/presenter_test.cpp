@@ -12,8 +12,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 TEST_F(ContractTest, APresenterStartsStepByStep) {
-  create();
-  activate();
+  createActive();
   forget();
   session(SESSION_MSG_JOIN_CONFIRM);
   EXPECT_EQ(shown(), 103);
@@ -44,8 +43,7 @@ TEST_F(ContractTest, APresenterStartsStepByStep) {
 }
 
 TEST_F(ContractTest, OnlyTicksOfAnActivePlayerCount) {
-  create();
-  activate();
+  createActive();
   session(SESSION_MSG_JOIN_CONFIRM);
   ticks(3);
   object->DestroyActiveUI();
@@ -63,8 +61,7 @@ TEST_F(ContractTest, OnlyARefusedProbeWithZeroOpensAndThereIsOneChance) {
     std::uint64_t answer;
   };
   for (const Row& row : {Row{1, 0}, Row{0, 1}, Row{0, 1ULL << 32U}, Row{0, 0}}) {
-    create();
-    activate();
+    createActive();
     session(SESSION_MSG_JOIN_CONFIRM);
     host.answerQuery = [&row](tagQuery& query) {
       query.dwResult = row.answer;
@@ -76,14 +73,12 @@ TEST_F(ContractTest, OnlyARefusedProbeWithZeroOpensAndThereIsOneChance) {
     host.take();
     ticks(5);
     EXPECT_THAT(host.take(), IsEmpty());
-    release();
-    advance(1.0);
+    end();
   }
 }
 
 TEST_F(ContractTest, AnExceptionWhileAnActivationSetsTheStateBackEndsIt) {
-  create();
-  activate();
+  createActive();
   session(SESSION_MSG_JOIN_CONFIRM);
   session(SESSION_MSG_JOIN_CONFIRM);
   ticks(2);
@@ -98,9 +93,7 @@ TEST_F(ContractTest, AnExceptionWhileAnActivationSetsTheStateBackEndsIt) {
 }
 
 TEST_F(ContractTest, AMovieReportedAsOpenIsPublishedAgainAndRegisteredOnce) {
-  create();
-  activate();
-  startSource();
+  open();
   host.take();
   EXPECT_EQ(notify(8), -1);
   EXPECT_THAT(host.take(), ElementsAre("publish 0 905f01000300000003000000"));
@@ -110,8 +103,7 @@ TEST_F(ContractTest, AMovieReportedAsOpenIsPublishedAgainAndRegisteredOnce) {
   EXPECT_THAT(host.take(), ElementsAre("status 3 0")) << "no longer the moment to publish";
   release();
 
-  create();
-  activate();
+  createActive();
   channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
   host.take();
   notify(8);
@@ -121,9 +113,7 @@ TEST_F(ContractTest, AMovieReportedAsOpenIsPublishedAgainAndRegisteredOnce) {
 }
 
 TEST_F(ContractTest, FormatsAndSamplesFlowOnceTheChannelIsJoined) {
-  create();
-  activate();
-  startSource();
+  open();
   host.take();
   const auto deliver = [](std::uint32_t milliseconds) {
     std::thread([&] { frame(milliseconds); }).join();
@@ -174,44 +164,76 @@ TEST_F(ContractTest, ThePresentersActionsReachThePlatform) {
   }
 }
 
-struct OpenRow {
-  const char* name;
-  std::function<void(FakeVideoPlayer&)> prepare;
-  int shown;
-  bool registers;
-};
-
 TEST_F(ContractTest, WhatBecomesOfTheOpening) {
-  const OpenRow rows[] = {
+  using avcapture::KTVideoPlayer;
+  const struct {
+    const char* name;
+    std::function<void(FakeVideoPlayer&)> prepare;
+    int shown;
+    bool registers;
+  } rows[] = {
       {"opened", [](FakeVideoPlayer&) {}, 103, true},
       {"refused by the view", [](FakeVideoPlayer& v) { v.accepts = false; }, 101, true},
       {"nothing playable", [](FakeVideoPlayer& v) { v.type = 0; }, 101, true},
       {"raised",
        [](FakeVideoPlayer& v) {
-         v.whileOpening = [] { throw platform::Exception("NSMallocException", "no memory"); };
+         v.whileOpening = [] {
+           KTVideoPlayer::enterCrashSection("/m/talk.mov");
+           throw platform::Exception("NSMallocException", "no memory");
+         };
        },
        101, false},
   };
-  for (const OpenRow& row : rows) {
-    create();
-    activate();
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    createActive();
     row.prepare(*view());
     host.take();
+    FakeFramework::session = nullptr;
     startSource();
-    EXPECT_EQ(shown(), row.shown) << row.name;
+    EXPECT_EQ(shown(), row.shown);
+    EXPECT_EQ(KTVideoPlayer::crashSectionPath(), "");
+    EXPECT_EQ(FakeFramework::session != nullptr, view()->asset != nullptr);
+    if (FakeFramework::session) {
+      const platform::Dictionary& params = FakeFramework::session->params;
+      EXPECT_EQ(params.size(), 3U);
+      EXPECT_EQ(params.get(avcapture::kAVCaptureSessionTypeKey).intValue(), 1);
+      EXPECT_EQ(params.get(avcapture::kQuickTimeQTVideoPlayerKey).object(), FakeFramework::view);
+      EXPECT_TRUE(streamListener());
+    }
     // What was refused still counts as opened for the player, so its channel is asked for; held,
     // as the state forbids it.
     channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
     channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
-    EXPECT_EQ(count(host.take(), "register ") == 1, row.registers) << row.name;
-    release();
-    advance(1.0);
+    EXPECT_EQ(count(host.take(), "register ") == 1, row.registers);
+    end();
+  }
+}
+
+TEST_F(ContractTest, AnOpenResultCountsOnceAndInItsLow32Bits) {
+  const struct {
+    unsigned long result;
+    std::int32_t answer;
+    int shown;
+  } rows[] = {{0, 0, 103},     {0x1'0000'0000, 0, 103},   {1, 1, 101},
+              {~0UL, -1, 101}, {0xFFFF'F824, -2012, 102}, {~2011UL, -2012, 102}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.result);
+    create();
+    EXPECT_EQ(notify(1, row.result), -1) << "no player";
+    activate();
+    EXPECT_EQ(notify(1, row.result), -1) << "not joined";
+    session(SESSION_MSG_JOIN_CONFIRM);  // arms the countdown; the second finds it armed
+    session(SESSION_MSG_JOIN_CONFIRM);
+    EXPECT_EQ(notify(1, row.result), row.answer);
+    EXPECT_EQ(shown(), row.shown);
+    EXPECT_EQ(notify(1, row.result), -1) << "a second time";
+    end();
   }
 }
 
 TEST_F(ContractTest, AMovieThatIsOpenAlreadyIsReportedAgainNotOpenedAgain) {
-  create();
-  activate();
+  createActive();
   session(SESSION_MSG_JOIN_CONFIRM);
   // The host activates anew while the view opens: the start counts down once more.
   view()->whileOpening = [this] {
@@ -229,7 +251,7 @@ TEST_F(ContractTest, AMovieThatIsOpenAlreadyIsReportedAgainNotOpenedAgain) {
   EXPECT_THAT(host.take(), ElementsAre("query 1 0", "register 90 3",
                                        "publish 0 905f01000300000003000000", "register 90000 3"));
   frame(80);
-  platform::RunLoop::main().runReady();
+  runMainThread();
   channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
   EXPECT_EQ(count(host.take(), "format 1"), 2) << "its format is announced again";
 }
@@ -238,7 +260,7 @@ TEST_F(ContractTest, ASampleWaitsForTheRequestThatTheRouterHas) {
   present();
   view()->playing = true;
   frame(0);
-  platform::RunLoop::main().runReady();
+  runMainThread();
   const int sampled = host.samples;
   std::thread delivery;
   host.within = [&](const std::string& line) {
@@ -268,11 +290,11 @@ TEST_F(ContractTest, ASampleWaitsForTheRequestThatTheRouterHas) {
 // host.
 TEST_F(ContractTest, AHostThatReleasesWhileTheViewOpensIsToldWhenItAsked) {
   for (const bool ownMessage : {false, true}) {
-    create();
-    activate();
-    session(SESSION_MSG_JOIN_CONFIRM);
-    ticks(4);
-    view()->whileOpening = [&] { release(); };
+    openAtTheNextTick();
+    view()->whileOpening = [&] {
+      avcapture::KTVideoPlayer::enterCrashSection("/m/talk.mov");
+      release();
+    };
     std::string thrown;
     try {
       ownMessage ? ticks(1) : session(SESSION_MSG_JOIN_CONFIRM);
@@ -281,6 +303,7 @@ TEST_F(ContractTest, AHostThatReleasesWhileTheViewOpensIsToldWhenItAsked) {
     }
     EXPECT_EQ(thrown, ownMessage ? "" : avcapture::kAVInstanceDestoriedException);
     EXPECT_EQ(view()->delegate, nullptr) << "the player has ended";
+    EXPECT_EQ(avcapture::KTVideoPlayer::crashSectionPath(), "");
     advance(1.0);
   }
 }
@@ -304,7 +327,7 @@ TEST_F(ContractTest, AReleaseWithinARequestDoesNotWaitForASampleThatWaitsForTheR
     view()->paused = true;
     const int sampled = host.samples;
     while (host.samples == sampled) {
-      platform::RunLoop::main().runReady();
+      runMainThread();
       std::this_thread::yield();
     }
     view()->playing = false;

@@ -10,24 +10,15 @@ constexpr const char* kRouted = "I CMovaraApp::RouteMessage, type = 2, uMsg = 4,
 
 class PresenterTexts : public TextsTest {
  protected:
-  void createActive() {
-    create();
-    activate();
-  }
   static void picture(std::uint32_t milliseconds) {
     frame(milliseconds);
-    platform::RunLoop::main().runReady();
+    runMainThread();
   }
   static void sound() {
     std::array<std::uint8_t, 8> bytes{};
     avcapture::AudioBufferList list{1, {{2, bytes.size(), bytes.data()}}};
     avcapture::AudioStreamBasicDescription format{44'100.0, 0, 0, 4, 1, 4, 2, 16, 0};
     streamListener()->newAudioFramesArrive(nullptr, &list, 2, &format, 0);
-  }
-  void openAtTheNextTick() {
-    createActive();
-    session(SESSION_MSG_JOIN_CONFIRM);
-    ticks(4);
   }
   // Joined, stream running; the first format has been accepted.
   void play() {
@@ -102,10 +93,7 @@ TEST_F(PresenterTexts, FromCreationToAJoinedChannel) {
                 "it again"},
                kOpened})},
       {"channel",
-       [this] {
-         createActive();
-         startSource();
-       },
+       [this] { open(); },
        [this] {
          for (const std::uint32_t status : {3U, 0U, 2U, 1U}) {
            channelStatus(status);
@@ -133,8 +121,7 @@ TEST_F(PresenterTexts, OfTheRunningStream) {
   expectTexts({
       {"format before the channel",
        [this] {
-         createActive();
-         startSource();
+         open();
          view()->playing = true;
        },
        [this] { picture(0); },

@@ -31,8 +31,7 @@ class ReleaseTest : public ContractTest {
       EXPECT_TRUE(view() == nullptr || view()->delegate == nullptr) << "the player has ended";
       EXPECT_TRUE(before == nullptr || view() == before) << "and no other was made";
     }
-    release();
-    advance(1.0);
+    end();
     FakeFramework::view = nullptr;
     return released;
   }
@@ -48,33 +47,14 @@ TEST_F(ReleaseTest, EndsAtOnceAndNothingFollows) {
       {"a source's activation", [this] { create(); }, createUI},
       {"a source's second activation", [this] { present(); }, createUI},
       {"a listener's activation", [this] { createListener(); }, createUI},
-      {"opening",
-       [this] {
-         create();
-         activate();
-         session(SESSION_MSG_JOIN_CONFIRM);
-         ticks(4);
-       },
-       [this] { ticks(1); }},
-      {"opening at the host's message",
-       [this] {
-         create();
-         activate();
-         session(SESSION_MSG_JOIN_CONFIRM);
-         ticks(4);
-       },
+      {"opening", [this] { openAtTheNextTick(); }, [this] { ticks(1); }},
+      {"opening at the host's message", [this] { openAtTheNextTick(); },
        [this] { session(SESSION_MSG_JOIN_CONFIRM); }},
-      {"joining",
-       [this] {
-         create();
-         activate();
-         startSource();
-       },
+      {"joining", [this] { open(); },
        [this] { channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS); }},
       {"reconnecting",
        [this] {
-         createListener();
-         activate();
+         listen();
          mediaInfo({});
          channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
          mediaInfo({});
@@ -82,8 +62,7 @@ TEST_F(ReleaseTest, EndsAtOnceAndNothingFollows) {
        [this] { channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM); }},
       {"media info",
        [this] {
-         createListener();
-         activate();
+         listen();
          channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
        },
        [this] { mediaInfo({}); }},

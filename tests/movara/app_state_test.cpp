@@ -1,20 +1,13 @@
 // Members of the application object that no message of the host leads to.
-#include <gmock/gmock.h>
-
 #include "movara/CMovaraApp.h"
 #include "tests/contract/RecordingHost.h"
-#include "tests/movara/TraceLines.h"
-#include "tests/movara/common/FakeVideoPlayer.h"
+#include "tests/movara/common/FrameworkTest.h"
 
 namespace {
 
-class AppStateTest : public testing::Test {
+class AppStateTest : public FrameworkTest {
  protected:
-  AppStateTest() { FakeFramework::install(); }
-  ~AppStateTest() override {
-    app->Release();
-    FakeFramework::uninstall();
-  }
+  ~AppStateTest() override { app->Release(); }
 
   contract::RecordingHost host;
   unsigned char ok = 1;
@@ -57,31 +50,6 @@ TEST_F(AppStateTest, OpeningMakesThePlayerOnceAndReportsFalseWhenItWorked) {
   EXPECT_FALSE(app->RenderFileName("/m/other.mov")) << "the open movie stays";
   EXPECT_EQ(FakeFramework::view, first);
   EXPECT_EQ(first->asset->path(), "/m/talk.mov");
-}
-
-TEST_F(AppStateTest, AnOpenResultCountsOnceAndInItsLow32Bits) {
-  struct Row {
-    unsigned long result;
-    std::int32_t answer;
-    int shown;  // status view code
-  };
-  for (const Row& row :
-       {Row{0, 0, 103}, Row{0x1'0000'0000, 0, 103}, Row{1, 1, 101}, Row{~0UL, -1, 101},
-        Row{0xFFFF'F824, -2012, 102}, Row{static_cast<unsigned long>(-2012L), -2012, 102}}) {
-    SCOPED_TRACE(row.result);
-    auto* const source = new CMovaraApp(&host, nullptr, 0, nullptr, nullptr, 0, ok);
-    EXPECT_EQ(source->OnNotify(PLAYER_NOTIFY_OPEN_RESULT, row.result, 0), -1) << "no player";
-    source->RenderFileName("/m/talk.mov");
-    EXPECT_EQ(source->OnNotify(PLAYER_NOTIFY_OPEN_RESULT, row.result, 0), -1) << "not joined";
-    // The first arms the countdown, the second finds it armed and leaves the session joined.
-    for (int i = 0; i < 2; ++i) {
-      source->RouteMessage(MODULE_TYPE_CONF, MODULE_TYPE_SVS, 0, 0, nullptr, nullptr);
-    }
-    EXPECT_EQ(source->OnNotify(PLAYER_NOTIFY_OPEN_RESULT, row.result, 0), row.answer);
-    EXPECT_EQ(FakeFramework::view->statusViewType(), row.shown);
-    EXPECT_EQ(source->OnNotify(PLAYER_NOTIFY_OPEN_RESULT, row.result, 0), -1) << "a second time";
-    source->Release();
-  }
 }
 
 }  // namespace

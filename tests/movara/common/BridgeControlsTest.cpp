@@ -7,8 +7,6 @@ using platform::Value;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr unsigned long kWithoutContent = ~0UL;
-
 class BridgeControls : public PlayerFixture {
  protected:
   std::int32_t stored(const char* key) { return player->propertyWithKey(key).intValue(); }
@@ -17,7 +15,6 @@ class BridgeControls : public PlayerFixture {
 TEST_F(BridgeControls, SourceAnswersFromThePlayer) {
   makeSource();
   view->position = 12.5F;
-  player->setPropertyWithKey(kAVMovieStatusProperty, 4);
   player->setPropertyWithKey(kAVMediaMediaTypeProperty, 1);
   player->setPropertyWithKey(kAVMediaVolumeProperty, 200);
   EXPECT_EQ(bridge->fps(), 25.0F);
@@ -26,7 +23,6 @@ TEST_F(BridgeControls, SourceAnswersFromThePlayer) {
   EXPECT_EQ(bridge->mediaSize(), (platform::Size{480.0, 360.0}));
   EXPECT_EQ(bridge->mediaType(), 0);
   EXPECT_EQ(bridge->volume(), 0);
-  EXPECT_EQ(bridge->getStatus(), 4) << "from the store on both sides";
   EXPECT_TRUE(bridge->isPresenter());
   EXPECT_TRUE(bridge->allowEnterFIT());
   const struct {
@@ -44,25 +40,10 @@ TEST_F(BridgeControls, SourceAnswersFromThePlayer) {
 TEST_F(BridgeControls, ListenerAnswersFromTheStore) {
   makeListener();
   view->playing = true;
-  EXPECT_EQ(bridge->fps(), 0.0F);
   EXPECT_FALSE(bridge->isPlaying());
-  EXPECT_FALSE(bridge->isEmbed());
-  player->setPropertyWithKey(kAVMovieFPSProperty, 29.5F);
-  player->setPropertyWithKey(kAVMovieCurTimeProperty, 3.25F);
-  player->setPropertyWithKey(kAVMovieDurationProperty, 61.0F);
-  player->setPropertyWithKey(kAVMediaMediaTypeProperty, 3);
-  player->setPropertyWithKey(kAVMediaVolumeProperty, 200);
-  player->setPropertyWithKey(kAVMovieEmbedMode, true);
+  EXPECT_EQ(bridge->fps(), 0.0F);
   player->setPropertyWithKey(kAVMediaSizeWidthProperty, 640);
   EXPECT_EQ(bridge->mediaSize(), (platform::Size{480.0, 360.0})) << "height is missing";
-  player->setPropertyWithKey(kAVMovieSizeHeightProperty, 480);
-  EXPECT_EQ(bridge->mediaSize(), (platform::Size{640.0, 480.0}));
-  EXPECT_EQ(bridge->fps(), 29.5F);
-  EXPECT_EQ(bridge->currentTime(), 3.25F);
-  EXPECT_EQ(bridge->duration(), 61.0F);
-  EXPECT_EQ(bridge->mediaType(), 3);
-  EXPECT_EQ(bridge->volume(), 200);
-  EXPECT_TRUE(bridge->isEmbed());
   // A float status counts by its whole part.
   for (const auto& [status, playing] : {std::pair{Value(4.9F), true}, {Value(5), false}}) {
     player->setPropertyWithKey(kAVMovieStatusProperty, status);
@@ -96,55 +77,23 @@ TEST_F(BridgeControls, ActionsReportThenListenersStoreTheStatus) {
   }
 }
 
-TEST_F(BridgeControls, OpenResultThenQuestionForTheViewMode) {
+TEST_F(BridgeControls, ClientsVolumeAndMutingAreKeptForAListener) {
+  constexpr const char* kVolume = "LUMNBRSetVloumeNotification";
+  constexpr const char* kMuted = "LUMNBRSetMutedNotification";
   const struct {
-    bool rendered;
-    int mediaType;
-    unsigned long result;
-  } cases[] = {{false, 3, 1}, {true, 0, kWithoutContent}, {true, 2, 0}};
-  makeSource();
-  runMainThread();
-  for (const auto& test : cases) {
-    const auto listener = Listener::to({"PDSyncSharingViewModeNotification"});
-    sink.takeCodes();
-    view->type = test.mediaType;
-    bridge->renderMovie(test.rendered);
-    EXPECT_EQ(sink.lastArgument(), test.result);
-    EXPECT_THAT(sink.takeCodes(), ElementsAre(PLAYER_NOTIFY_OPEN_RESULT));
-    EXPECT_EQ(listener->names.size(), 1U);
-  }
-}
-
-TEST_F(BridgeControls, ClientVolumeIsScaledAndKept) {
-  const struct {
-    Value fraction;
+    const char* name;
+    Value value;
     int volume;
-  } cases[] = {{0.5F, 127}, {1.7F, 255}, {-0.2F, 0}, {1.0F, 255}, {Value(), 0}};
+  } cases[] = {{kVolume, -0.2F, 0},  {kVolume, 1.7F, 255}, {kVolume, Value(), 0},
+               {kVolume, 1.0F, 255}, {kVolume, 0.5F, 127}, {kMuted, 1, 0},
+               {kMuted, 256, 127}};  // its low byte says no
   for (const bool source : {true, false}) {
     makeSide(source);
     for (const auto& test : cases) {
-      postNotification("LUMNBRSetVloumeNotification",
-                       {{"LUMNBRSetVloumeNotificationValueKey", test.fraction}});
+      postNotification(test.name, {{test.name + std::string("ValueKey"), test.value}});
       EXPECT_THAT(sink.takeCodes(), ElementsAre(PLAYER_NOTIFY_VOLUME_CHANGED));
       EXPECT_EQ(stored(kAVMediaVolumeProperty), source ? 0 : test.volume);
     }
-    releasePlayer();
-  }
-}
-
-TEST_F(BridgeControls, UnmuteRestoresTheListenersVolume) {
-  const auto setMuted = [](const Value& value) {
-    postNotification("LUMNBRSetMutedNotification", {{"LUMNBRSetMutedNotificationValueKey", value}});
-  };
-  for (const bool source : {true, false}) {
-    makeSide(source);
-    player->setPropertyWithKey(kAVMediaVolumeProperty, 200);
-    setMuted(1);
-    EXPECT_EQ(stored(kAVMediaVolumeProperty), source ? 200 : 0);
-    setMuted(256);  // its low byte says no
-    EXPECT_EQ(stored(kAVMediaVolumeProperty), 200);
-    EXPECT_THAT(sink.takeCodes(),
-                ElementsAre(PLAYER_NOTIFY_VOLUME_CHANGED, PLAYER_NOTIFY_VOLUME_CHANGED));
     releasePlayer();
   }
 }
@@ -157,28 +106,12 @@ TEST_F(BridgeControls, FullscreenClickAsksTheClientForTheOppositeMode) {
     EXPECT_EQ(player->IsFullscreen(), mode == 1);
     bridge->toggleFullscreen(view);
     EXPECT_THAT(sink.takeCodes(), ElementsAre(PLAYER_NOTIFY_FULLSCREEN_CHANGED));
-    EXPECT_THAT(listener->names, IsEmpty());
     advance(0.0, platform::kModalPanelRunLoopMode);
     EXPECT_THAT(listener->names, IsEmpty()) << "waits for the default mode";
     runMainThread();
-    EXPECT_THAT(listener->names,
+    EXPECT_THAT(std::exchange(listener->names, {}),
                 ElementsAre(mode == 1 ? "PDLeaveFitNotification" : "PDEnterFitNotification"));
-    listener->names.clear();
   }
-  platform::NotificationCenter::defaultCenter().post("PDDidChangeSharingViewModeNotification");
-  takeTraceLines();
-  EXPECT_FALSE(player->IsFullscreen());
-}
-
-TEST_F(BridgeControls, HolStatusForbidsFitModeAndMalformedOnesChangeNothing) {
-  makeSource();
-  postNotification(HOLStatusNotification, {{HOLStatusNoticationValueKey, true}});
-  EXPECT_FALSE(bridge->allowEnterFIT());
-  platform::NotificationCenter::defaultCenter().post(HOLStatusNotification);
-  postNotification(HOLStatusNotification, {{"Other", false}});
-  EXPECT_FALSE(bridge->allowEnterFIT());
-  postNotification(HOLStatusNotification, {{HOLStatusNoticationValueKey, false}});
-  EXPECT_TRUE(bridge->allowEnterFIT());
 }
 
 TEST_F(BridgeControls, AnotherBridgesClicksPauseASourceAndHideItsControlBar) {
@@ -207,25 +140,6 @@ TEST_F(BridgeControls, AnotherBridgesClicksPauseASourceAndHideItsControlBar) {
     releasePlayer();
   }
   other->setSink(nullptr);
-}
-
-TEST_F(BridgeControls, RestOfTheWayBetweenViewPlayerAndApplication) {
-  makeSource();
-  sink.playAllowed = false;
-  EXPECT_FALSE(bridge->allow2Play());
-  sink.playAllowed = true;
-  EXPECT_TRUE(bridge->allow2Play());
-  bridge->active();
-  EXPECT_TRUE(player->isActive());
-  bridge->deactive();
-  EXPECT_FALSE(player->isActive());
-  platform::NotificationCenter::defaultCenter().post("PDWillChangeFitModeNotification");
-  EXPECT_THAT(view->takeCalls(), ElementsAre("willChangeFitMode"));
-  sink.takeCodes();
-  const platform::Dictionary size{{kMSVideoRenderWidthKey, 640}};
-  postNotification(kMSVideoRenderSizeChangedNotification, size);
-  EXPECT_EQ(sink.lastArgument(), reinterpret_cast<unsigned long>(&size));
-  EXPECT_THAT(sink.takeCodes(), ElementsAre(PLAYER_NOTIFY_VIDEO_SIZE));
 }
 
 }  // namespace
