@@ -2,6 +2,8 @@
 // or told, in order, and answers as the test says. [main-thread; samples also delivery-thread]
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <cstring>
 #include <functional>
@@ -52,8 +54,7 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
   std::function<void(const std::string& line)> within;
 
   std::atomic<int> samples{0};
-  std::uint32_t channel = 0;  // type in the last request that names one
-  int variantsHeld = 0;       // filled and not given back yet
+  int variantsHeld = 0;  // filled and not given back yet
 
   Lines take() { return std::exchange(lines_, {}); }
 
@@ -161,16 +162,7 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
  private:
   UCFResult command(unsigned long command, void* record) {
     const auto number = [](auto value) { return " " + std::to_string(value); };
-    const auto& begin = *static_cast<const tagMSUnRegisterInfo*>(record);
-    if (begin.head.sessionID != kSessionID) {
-      say("unknown session");
-    }
-    if (command != MM_MEDIASTREAMING_CMD_QUERY && begin.head.sourceID != kSourceID) {
-      say("unknown source");
-    }
-    if (command < MM_MEDIASTREAMING_CMD_QUERY && command != MM_MEDIASTREAMING_CMD_MEDIA_FORMAT) {
-      channel = begin.eChannelType;
-    }
+    expectIdentifiers(command, *static_cast<const tagMSUnRegisterInfo*>(record));
     switch (command) {
       case MM_MEDIASTREAMING_CMD_REGISTER: {
         const auto* const r = static_cast<const tagMSRegisterInfo*>(record);
@@ -224,6 +216,20 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
     }
   }
 
+  // What all records begin with, but for a query's; most go on with the side that they come from.
+  void expectIdentifiers(unsigned long command, const tagMSUnRegisterInfo& record) const {
+    EXPECT_EQ(record.head.sessionID, kSessionID);
+    if (command == MM_MEDIASTREAMING_CMD_QUERY) {
+      return;
+    }
+    EXPECT_EQ(record.head.sourceID, kSourceID);
+    if (command != MM_MEDIASTREAMING_CMD_MEDIA_FORMAT &&
+        command != MM_MEDIASTREAMING_CMD_MEDIA_DATA) {
+      const bool source = ownDocument && runtimeMode != UCF_RUNTIME_MODE_LISTENER;
+      EXPECT_EQ(record.eChannelType,
+                source ? MM_MEDIASTREAMING_CHANNEL_SOURCE : MM_MEDIASTREAMING_CHANNEL_LISTENER);
+    }
+  }
   template <class Answer>
   Answer asked(Answer answer) {
     if (within) {

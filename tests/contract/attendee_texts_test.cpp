@@ -27,35 +27,18 @@ class AttendeeTexts : public TextsTest {
 
 TEST_F(AttendeeTexts, FromCreationToAJoinedChannel) {
   expectTexts({
-      {"creation in the agenda document",
+      {"creation and activation in the agenda document",
        [this] { host.ownDocument = false; },
-       [this] { createListener(); },
+       [this] {
+         listen();
+         host.ownDocument = true;
+       },
        {"I UCFCreateInstance(...)",
         "I current doc is agenda doc. regard it as listender in attendee side",
-        "I Chanel type is listen, this = 0xAPP "}},
-      {"first activation of a channel that is joined already",
-       [this] {
-         host.ownDocument = true;
-         host.answerQuery = [](tagQuery& query) {
-           query.dwChannelStatus = MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS;
-           return UCFResult{1};
-         };
-         createListener();
-       },
-       [this] {
-         activate();
-         host.answerQuery = [](tagQuery&) { return UCF_OK; };
-       },
-       {"I CMovaraApp::RouteMessage, type = 2, uMsg = 4, this = 0xAPP ",
-        "I Curent chanel status is = 2, this = 0xAPP ",
-        "I CMovaraApp::handleMediaStreamMessage,MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS "
-        "back, this = 0xAPP ",
-        "I Send all mmp command + data out, this = 0xMANAGER ",
-        "I CMovaraApp::CreateActiveUI, this = 0xAPP ", "I CAVPlayer::CeateUI",
+        "I Chanel type is listen, this = 0xAPP ", "I CMovaraApp::CreateActiveUI, this = 0xAPP ",
+        "I CAVPlayer::CeateUI",
         "I CAVPlayer::CeateUI,m_pVideoPlayer created, m_pVideoPlayer = 0xVIEW",
-        "I player type = LISTENER", kActive,
-        "I UpdatePlayerStatus, status = 3, sended, this = 0xMANAGER ",
-        "I UpdateRenderMsg sended, this = 0xMANAGER ", "I Active UI, My role now is attendee"}},
+        "I player type = LISTENER", kActive, kStatusHeld, "I Active UI, My role now is attendee"}},
       {"media info, then a second activation",
        [this] { listen(); },
        [this] {
@@ -192,68 +175,50 @@ TEST_F(AttendeeTexts, OnAThreadThatAnObjectIsNotMeantFor) {
   const auto elsewhere = [](std::function<void()> work) {
     return [work = std::move(work)] { std::thread(work).join(); };
   };
+  const auto warning = [](const std::string& operation) {
+    return "W SVSMgr::" + operation + ", should in mainThread";
+  };
   tagMSVIDEOFORMATEX format{};
-  expectTexts({
+  const std::vector<Story> stories = {
       {"creation",
        [] {},
        elsewhere([this] { createListener(); }),
-       {"I UCFCreateInstance(...)", "W SVSMgr::SetMsgRouter, should in mainThread",
-        "I Chanel type is listen, this = 0xAPP ", "W SVSMgr::SetSVSState, should in mainThread"}},
+       {warning("SetMsgRouter"), warning("SetSVSState")}},
       {"session",
        [this] { listen(); },
        elsewhere([this] { session(SESSION_MSG_JOIN_CONFIRM); }),
-       {"I CMovaraApp::RouteMessage, type = 0, uMsg = 0, this = 0xAPP ",
-        "W SVSMgr::SetSVSState, should in mainThread",
-        "W SVSMgr::ExecuteMSCommand, should in mainThread"}},
+       {warning("SetSVSState"), warning("ExecuteMSCommand")}},
       {"media info",
        [this] { listen(); },
        elsewhere([this] { mediaInfo({}); }),
-       {"W SVSMgr::RegisterStreamingVideoSharing, should in mainThread",
-        "I listen register info to buffer, this = 0xMANAGER ", kActive,
-        "W SVSMgr::UpdatePlayerStatus, should in mainThread", kStatusHeld,
-        "W SVSMgr::SetRender, should in mainThread", "I setRender to buffer, this = 0xMANAGER "}},
+       {warning("RegisterStreamingVideoSharing"), warning("UpdatePlayerStatus"),
+        warning("SetRender")}},
       {"channel",
        [this] { listen(); },
        elsewhere([this] { channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS); }),
-       {"I CMovaraApp::RouteMessage, type = 2, uMsg = 4, this = 0xAPP ",
-        "I Curent chanel status is = 2, this = 0xAPP ",
-        "I CMovaraApp::handleMediaStreamMessage,MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS "
-        "back, this = 0xAPP ",
-        "W SVSMgr::SetSVSState, should in mainThread",
-        "W SVSMgr::ExecuteAllMsCommand, should in mainThread",
-        "I Send all mmp command + data out, this = 0xMANAGER ",
-        "W SVSMgr::UpdateRenderMsg, should in mainThread,, this = 0xMANAGER ",
-        "I UpdateRenderMsg sended, this = 0xMANAGER "}},
+       {warning("SetSVSState"), warning("ExecuteAllMsCommand"),
+        warning("UpdateRenderMsg") + ",, this = 0xMANAGER "}},
       {"user",
        [this] { createJoined(); },
        elsewhere([this] {
          view()->delegate->volumeChange(nullptr, 200);
          view()->delegate->allow2Play();
        }),
-       {"I Volume changed, tell mmp session current volume = 200, this = 0xAPP ",
-        "W SVSMgr::UpdateVolume(unsigned short volumeLevel), should in mainThread",
-        "I Update volume, current volumeLevel = 200", "W SVSMgr::QueryState, should in mainThread",
-        "I Query Allow to play, result is[1]!"}},
+       {warning("UpdateVolume(unsigned short volumeLevel)"), warning("QueryState")}},
       {"end",
        [this] { createListener(); },
        elsewhere([this] { release(); }),
-       {"I CMovaraApp::Release(), this = 0xAPP ", "I CMovaraApp::DestroyActiveUI, this = 0xAPP ",
-        "W SVSMgr::UpdatePlayerStatus, should in mainThread",
-        "I UpdatePlayerStatus, status = 4, sended, this = 0xMANAGER ",
-        "W SVSMgr::SetRender, should in mainThread", "I setRender sended, this = 0xMANAGER ",
-        "I UnRegisterStreamingVideoSharing, this = 0xMANAGER ",
-        "W SVSMgr::UnRegisterStreamingVideoSharing, should in mainThread",
-        "I CMovaraApp are going to die, this = APP"}},
+       {warning("UpdatePlayerStatus"), warning("SetRender"),
+        warning("UnRegisterStreamingVideoSharing")}},
       {"a source's format",
        [this] {
          host.runtimeMode = 0;
          createActive();
        },
        elsewhere([&] { notify(6, reinterpret_cast<unsigned long>(&format)); }),
-       {"W SVSMgr::SetSourceMediaFormat, should in mainThread",
-        "I SetSourceMediaFormat to buffer, this = 0xMANAGER ",
-        "I tell mmp session the video format, height = 0, width = 0, this = 0xAPP "}},
-  });
+       {warning("SetSourceMediaFormat")}},
+  };
+  expectTexts(stories, "should in mainThread");
 }
 
 }  // namespace

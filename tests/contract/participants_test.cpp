@@ -129,34 +129,30 @@ TEST_F(ContractTest, AListenersVolumeAndTheClientsVideoSizeArePassedOn) {
   forget();
   view()->delegate->volumeChange(nullptr, 200);
   EXPECT_THAT(host.take(), ElementsAre("volume 200"));
+  tagMSVIDEOFORMATEX format{};
+  notify(6, reinterpret_cast<unsigned long>(&format));
+  EXPECT_THAT(host.take(), IsEmpty()) << "only a source has a format";
 
-  using platform::Dictionary;
-  using platform::Value;
-  const auto post = [](const Dictionary& size) {
+  takeTraceLines();
+  const auto post = [](int source, int width, int height) {
+    const platform::Dictionary size = {{"MSVideoRenderSourceID", source},
+                                       {"MSVideoRenderWidth", width},
+                                       {"MSVideoRenderHeight", height}};
     postNotification("MSVideoRenderSizeChanged", size);
+    return "I video size info = " + size.description();
   };
-  const Value own = static_cast<std::int32_t>(RecordingHost::kSourceID);
-  for (const Dictionary& bad : {Dictionary{{"MSVideoRenderSourceID", own}},
-                                Dictionary{{"MSVideoRenderSourceID", own},
-                                           {"MSVideoRenderWidth", 640},
-                                           {"MSVideoRenderHeight", 0}},
-                                Dictionary{{"MSVideoRenderSourceID", own},
-                                           {"MSVideoRenderWidth", -640},
-                                           {"MSVideoRenderHeight", 360}},
-                                Dictionary{{"MSVideoRenderSourceID", 41},
-                                           {"MSVideoRenderWidth", 640},
-                                           {"MSVideoRenderHeight", 360}}}) {
-    post(bad);
+  constexpr int kOwn = RecordingHost::kSourceID;
+  for (const auto& [source, width, height] :
+       {std::tuple{kOwn, 640, 0}, {kOwn, -640, 360}, {41, 640, 360}}) {
+    post(source, width, height);
     EXPECT_EQ(count(takeTraceLines(), "docid , or width, or height invalid, this = 0x"), 1);
   }
   EXPECT_THAT(view()->takeCalls(), IsEmpty());
-  const Dictionary size = {
-      {"MSVideoRenderSourceID", own}, {"MSVideoRenderWidth", 640}, {"MSVideoRenderHeight", 360}};
-  post(size);
-  post(size);
+  post(kOwn, 640, 360);
+  const std::string line = post(kOwn, 640, 360);
   EXPECT_THAT(view()->takeCalls(), testing::SizeIs(1)) << "placed once for the new size";
   EXPECT_EQ(view()->delegate->mediaSize(), (platform::Size{640, 360}));
-  EXPECT_THAT(takeTraceLines(), testing::Contains("I video size info = " + size.description()));
+  EXPECT_THAT(takeTraceLines(), testing::Contains(line));
 }
 
 }  // namespace

@@ -104,7 +104,10 @@ TEST_F(PlayerSlots, OfTheViewAndItsPlace) {
   EXPECT_FALSE(call<bool>(38, &none));
   EXPECT_EQ(takeTraceLines().back(), "W Movie  is NULL or empty");
   EXPECT_FALSE(call<std::shared_ptr<avcapture::AVURLAsset>>(39));
+  call<void>(26, parent.get());
+  view()->container->removeFromSuperview();
   EXPECT_EQ(call<int>(22, "/m/other.mov"), 0);
+  EXPECT_EQ(view()->container->superview(), parent.get()) << "placed when it is opened";
   EXPECT_EQ(call<std::shared_ptr<avcapture::AVURLAsset>>(39)->path(), "/m/other.mov");
   EXPECT_TRUE(call<bool>(38, &none)) << "a movie is set once";
 }

@@ -55,24 +55,37 @@ TEST_F(ContractTest, OnlyTicksOfAnActivePlayerCount) {
   EXPECT_FALSE(view()->asset);
 }
 
-TEST_F(ContractTest, OnlyARefusedProbeWithZeroOpensAndThereIsOneChance) {
+TEST_F(ContractTest, TheFirstProbeArmsTheCountdownAndTheLastOpensTheFile) {
   struct Row {
     UCFResult result;
     std::uint64_t answer;
+    bool arms;
+    bool opens;
   };
-  for (const Row& row : {Row{1, 0}, Row{0, 1}, Row{0, 1ULL << 32U}, Row{0, 0}}) {
-    createActive();
-    session(SESSION_MSG_JOIN_CONFIRM);
-    host.answerQuery = [&row](tagQuery& query) {
+  for (const Row& row : {Row{1, 0, true, false}, Row{1, 5, false, false}, Row{0, 0, false, true},
+                         Row{0, 1, false, false}, Row{0, 1ULL << 32U, false, false}}) {
+    const auto answer = [&row](tagQuery& query) {
       query.dwResult = row.answer;
       return row.result;
     };
+    const auto success = [](tagQuery&) { return UCF_OK; };
+    SCOPED_TRACE(testing::Message() << row.result << " " << row.answer);
+    host.answerQuery = answer;
+    createActive();
+    host.answerQuery = success;
     ticks(5);
-    EXPECT_EQ(view()->asset != nullptr, row.result == 0 && row.answer == 0);
-    host.answerQuery = [](tagQuery&) { return UCF_OK; };
+    EXPECT_EQ(view()->asset != nullptr, row.arms);
+    end();
+
+    createActive();
+    session(SESSION_MSG_JOIN_CONFIRM);
+    host.answerQuery = answer;
+    ticks(5);
+    EXPECT_EQ(view()->asset != nullptr, row.opens);
+    host.answerQuery = success;
     host.take();
     ticks(5);
-    EXPECT_THAT(host.take(), IsEmpty());
+    EXPECT_THAT(host.take(), IsEmpty()) << "there is one chance";
     end();
   }
 }
@@ -124,6 +137,9 @@ TEST_F(ContractTest, FormatsAndSamplesFlowOnceTheChannelIsJoined) {
   EXPECT_EQ(host.samples, 0);
   EXPECT_THAT(host.take(), IsEmpty()) << "the format is held";
   channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+  tagMSVIDEOFORMATEX another{};
+  notify(6, reinterpret_cast<unsigned long>(&another));
+  EXPECT_EQ(count(host.take(), "format"), 0) << "held until the channel is joined";
   channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
   EXPECT_THAT(host.take(), testing::Contains("format 1 00000000080002000000c84100000000"));
   deliver(80);

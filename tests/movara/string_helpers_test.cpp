@@ -29,30 +29,27 @@ TEST(IsAudioOnly, KnowsItsExtensionsInAnyCase) {
 }
 
 TEST(VariantText, IsTheStringOrNothing) {
-  const auto text = [](std::uint32_t tag, auto pointer) {
+  const auto narrow = [](const char* text, std::uint32_t tag = UCFVT_STR) {
     tagUCFVariant variant{};
     variant.vt = tag;
-    if constexpr (std::is_same_v<decltype(pointer), const char16_t*>) {
-      variant.pwszVal = pointer;
-    } else {
-      variant.pszVal = pointer;
-    }
+    variant.pszVal = text;
     return stringValueFromUCFVariant(&variant);
   };
-  const char* const narrow = "/m/f\xC3\xBC.mp4";
-  const char16_t* const wide = u"/m/f\u00FC\u4E2D\U0001F3AC.mp4";
-  const char* const none = nullptr;
-
-  EXPECT_EQ(text(UCFVT_STR, narrow), narrow);
-  EXPECT_EQ(text(UCFVT_WSTR, wide), "/m/f\xC3\xBC\xE4\xB8\xAD\xF0\x9F\x8E\xAC.mp4");
+  const auto wide = [](const char16_t* text) {
+    tagUCFVariant variant{};
+    variant.vt = UCFVT_WSTR;
+    variant.pwszVal = text;
+    return stringValueFromUCFVariant(&variant);
+  };
+  EXPECT_EQ(narrow("/m/f\xC3\xBC.mp4"), "/m/f\xC3\xBC.mp4");
+  EXPECT_EQ(wide(u"/m/f\u00FC\u4E2D\U0001F3AC.mp4"),
+            "/m/f\xC3\xBC\xE4\xB8\xAD\xF0\x9F\x8E\xAC.mp4");
   for (const char16_t* const bad : {u"\xD800x", u"a\xD83C",
                                     u"\xDFAC"
                                     u"b"}) {
-    EXPECT_EQ(text(UCFVT_WSTR, bad), "");
+    EXPECT_EQ(wide(bad), "");
   }
-  EXPECT_EQ(text(UCFVT_STR, none), "");
-  EXPECT_EQ(text(UCFVT_WSTR, none), "");
-  EXPECT_EQ(text(UCFVT_I4, narrow), "");
+  EXPECT_EQ(narrow(nullptr) + wide(nullptr) + narrow("text", UCFVT_I4), "");
   EXPECT_EQ(stringValueFromUCFVariant(nullptr), "");
 }
 

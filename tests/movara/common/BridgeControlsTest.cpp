@@ -24,6 +24,8 @@ TEST_F(BridgeControls, SourceAnswersFromThePlayer) {
   EXPECT_EQ(bridge->mediaType(), 0);
   EXPECT_EQ(bridge->volume(), 0);
   EXPECT_TRUE(bridge->isPresenter());
+  player->SetPresenter(0);
+  EXPECT_FALSE(bridge->isPresenter());
   EXPECT_TRUE(bridge->allowEnterFIT());
   const struct {
     bool playing, paused, isPlaying, pausedByUser;
