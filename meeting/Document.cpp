@@ -195,7 +195,7 @@ std::vector<ParticipantStatus> Document::participants() {
   return all;
 }
 
-ParticipantStatus Document::sourceStatus() const {
+ParticipantStatus Document::sourceStatus() {
   ParticipantStatus status;
   status.id = sourceId();
   status.presenter = true;
@@ -206,7 +206,7 @@ ParticipantStatus Document::sourceStatus() const {
   const avcapture::PlaybackStatistics playback = view->statistics();
   status.statusView = view->statusViewType();
   status.position = view->currentTime();
-  status.fps = static_cast<float>(view->fps());
+  status.fps = static_cast<float>(sourceRate_.measure(playback.framesDelivered, clock_.now()));
   status.frames = playback.framesDelivered;
   status.dropped = playback.framesDropped;
   status.volume = view->volume() * 255 / 100;

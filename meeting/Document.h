@@ -18,6 +18,7 @@
 #include "meeting/Options.h"
 #include "meeting/Participant.h"
 #include "meeting/PluginModule.h"
+#include "meeting/RateMeter.h"
 #include "meeting/Recording.h"
 #include "meeting/Report.h"
 #include "meeting/RoomModel.h"
@@ -105,7 +106,7 @@ class Document {
   std::optional<std::string> actOnMeeting(const Action& action);
   void tellSession(UCFSessionMessage message);
 
-  ParticipantStatus sourceStatus() const;
+  ParticipantStatus sourceStatus();
   ParticipantStatus seatStatus(const Seat& seat) const;
   AttendeeStatistics statistics(const Seat& seat) const;
   Seat* seat(const std::string& id);
@@ -122,6 +123,8 @@ class Document {
   PresenterPort* presenterPort_ = nullptr;  // the presenter's
   std::shared_ptr<Recording> recording_;
   std::vector<Seat> seats_;
+  platform::SteadyClock clock_;
+  RateMeter sourceRate_{clock_.now()};
   bool hasPlayed_ = false;
   bool sessionEnded_ = false;
 };

@@ -19,7 +19,6 @@ using std::chrono_literals::operator""s;
 
 constexpr platform::Duration kLiveInterval = 100ms;
 constexpr platform::Duration kLineInterval = 2s;
-constexpr platform::Duration kRateInterval = 1s;
 
 const char* environment(const char* name) {
   return std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nothing here sets the environment
@@ -39,8 +38,8 @@ std::size_t terminalWidth() {
 }  // namespace
 
 TerminalProgress::TerminalProgress(bool quiet)
-    : quiet_(quiet), live_(isTerminal(STDERR_FILENO)), rateSince_(clock_.now()) {
-  next_ = live_ ? rateSince_ : rateSince_ + kLineInterval;
+    : quiet_(quiet), live_(isTerminal(STDERR_FILENO)), rate_(clock_.now()) {
+  next_ = live_ ? clock_.now() : clock_.now() + kLineInterval;
 }
 
 bool TerminalProgress::mayDecorate(int descriptor) {
@@ -52,18 +51,13 @@ void TerminalProgress::update(const ProgressFigures& figures) {
   const platform::TimePoint now = clock_.now();
   if (quiet_ || now < next_) return;
   next_ = now + (live_ ? kLiveInterval : kLineInterval);
-  if (now - rateSince_ >= kRateInterval) {
-    const double interval = std::chrono::duration<double>(now - rateSince_).count();
-    framesPerSecond_ = static_cast<double>(figures.frames - framesAtRate_) / interval;
-    rateSince_ = now;
-    framesAtRate_ = figures.frames;
-  }
   char line[256];
-  std::snprintf(
-      line, sizeof line, "%s / %s  %-10s %lu frames  %.1f fps  %lu audio blocks  %lu dropped",
-      timeText(figures.positionMs).c_str(), timeText(figures.durationMs).c_str(),
-      figures.state.c_str(), static_cast<unsigned long>(figures.frames), framesPerSecond_,
-      static_cast<unsigned long>(figures.audioBlocks), static_cast<unsigned long>(figures.dropped));
+  std::snprintf(line, sizeof line,
+                "%s / %s  %-10s %lu frames  %.1f fps  %lu audio blocks  %lu dropped",
+                timeText(figures.positionMs).c_str(), timeText(figures.durationMs).c_str(),
+                figures.state.c_str(), static_cast<unsigned long>(figures.frames),
+                rate_.measure(figures.frames, now), static_cast<unsigned long>(figures.audioBlocks),
+                static_cast<unsigned long>(figures.dropped));
   show(line);
 }
 

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "meeting/RateMeter.h"
 #include "platform/Clock.h"
 
 namespace meeting {
@@ -39,9 +40,7 @@ class TerminalProgress {
   const bool live_;  // rewrites its line
   platform::SteadyClock clock_;
   platform::TimePoint next_;
-  platform::TimePoint rateSince_;
-  std::uint64_t framesAtRate_ = 0;
-  double framesPerSecond_ = 0;
+  RateMeter rate_;
   bool shown_ = false;
 };
 
