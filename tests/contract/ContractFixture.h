@@ -106,8 +106,7 @@ class ContractTest : public FrameworkTest {
   // From creation to a joined channel with an open file.
   void present() {
     open();
-    channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
-    channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+    joinChannel();
     forget();
   }
   void startSource() {
@@ -133,6 +132,10 @@ class ContractTest : public FrameworkTest {
     tagMSChannelStatus record{};
     record.dwStatus = value;
     status(MM_MEDIASTREAMING_MSSTATUS_CHANNEL_STATUS, record);
+  }
+  void joinChannel() {
+    channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+    channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
   }
   void route(unsigned long type, unsigned long message, void* payload) {
     EXPECT_EQ(

@@ -149,12 +149,10 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
     if (to == MODULE_TYPE_CONF) {
       *static_cast<std::uint64_t*>(wParam) = kSessionID;
       *static_cast<std::uint64_t*>(lParam) = kSourceID;
-      say("ids " + std::to_string(type));
-      return 1;
+      return say("ids " + std::to_string(type));
     }
     if (type != SVS_MSG_MS_COMMAND) {
-      say("session " + std::to_string(type));
-      return 1;
+      return say("session " + std::to_string(type));
     }
     return command(uMsg, wParam);
   }
@@ -165,43 +163,35 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
     expectIdentifiers(command, *static_cast<const tagMSUnRegisterInfo*>(record));
     switch (command) {
       case MM_MEDIASTREAMING_CMD_REGISTER: {
-        const auto* const r = static_cast<const tagMSRegisterInfo*>(record);
-        say("register" + number(static_cast<std::int64_t>(r->dwDuration)) +
-            number(r->eMediaContent));
-        return 1;
+        const auto& r = *static_cast<const tagMSRegisterInfo*>(record);
+        return say("register" + number(static_cast<std::int64_t>(r.dwDuration)) +
+                   number(r.eMediaContent));
       }
       case MM_MEDIASTREAMING_CMD_UNREGISTER:
-        say("unregister");
-        return 1;
+        return say("unregister");
       case MM_MEDIASTREAMING_CMD_SOURCE_STATUS: {
-        const auto* const r = static_cast<const tagMSSourceStatus*>(record);
-        say("status" + number(r->eStatus) + number(r->lPosition) +
-            (r->dwSeekMark == MM_MEDIASTREAMING_SEEK_MARK ? " seek" : ""));
-        return 1;
+        const auto& r = *static_cast<const tagMSSourceStatus*>(record);
+        return say("status" + number(r.eStatus) + number(r.lPosition) +
+                   (r.dwSeekMark == MM_MEDIASTREAMING_SEEK_MARK ? " seek" : ""));
       }
       case MM_MEDIASTREAMING_CMD_MEDIA_FORMAT: {
-        const auto* const r = static_cast<const tagMSMediaFormat*>(record);
-        say("format" + number(r->eMediaType) + " " + hex(r->pFormat, r->dwFormatSize));
-        return 1;
+        const auto& r = *static_cast<const tagMSMediaFormat*>(record);
+        return say("format" + number(r.eMediaType) + " " + hex(r.pFormat, r.dwFormatSize));
       }
       case MM_MEDIASTREAMING_CMD_SET_RENDER: {
-        const auto* const r = static_cast<const tagMSRenderInfo*>(record);
-        say("render" + number(r->eRenderType) + (r->hRender == 0 ? " none" : " view"));
-        return 1;
+        const auto& r = *static_cast<const tagMSRenderInfo*>(record);
+        return say("render" + number(r.eRenderType) + (r.hRender == 0 ? " none" : " view"));
       }
       case MM_MEDIASTREAMING_CMD_UPDATE_RENDER: {
-        const auto* const r = static_cast<const tagMSRenderUpdate*>(record);
-        const auto* const view = static_cast<const tagMSRenderView*>(r->pUpdateParam);
-        say("update render" + number(r->dwUpdateKind) + number(view->nViewKind) +
-            (r->hRender != 0 && view->hRenderView == r->hRender ? " view" : " none"));
-        return 1;
+        const auto& r = *static_cast<const tagMSRenderUpdate*>(record);
+        const auto& view = *static_cast<const tagMSRenderView*>(r.pUpdateParam);
+        return say("update render" + number(r.dwUpdateKind) + number(view.nViewKind) +
+                   (r.hRender != 0 && view.hRenderView == r.hRender ? " view" : " none"));
       }
       case MM_MEDIASTREAMING_CMD_VOLUME:
-        say("volume" + number(static_cast<const tagMSVolumeInfo*>(record)->wVolumeLevel));
-        return 1;
+        return say("volume" + number(static_cast<const tagMSVolumeInfo*>(record)->wVolumeLevel));
       case MM_MEDIASTREAMING_CMD_MUTE_STATUS:
-        say("mute" + number(static_cast<const tagMSMuteInfo*>(record)->eMuteStatus));
-        return 1;
+        return say("mute" + number(static_cast<const tagMSMuteInfo*>(record)->eMuteStatus));
       case MM_MEDIASTREAMING_CMD_QUERY: {
         auto& query = *static_cast<tagQuery*>(record);
         say("query" + number(query.nQueryType) + number(query.dwResult));
@@ -211,8 +201,7 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
         ++samples;
         return 1;
       default:
-        say("command" + number(command));
-        return 1;
+        return say("command" + number(command));
     }
   }
 
@@ -243,11 +232,13 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
     }
     return UCF_OK;
   }
-  void say(const std::string& line) {
+  // Answers as a router that could do it.
+  UCFResult say(const std::string& line) {
     lines_.push_back(line);
     if (within) {
       within(line);
     }
+    return 1;
   }
 
   Lines lines_;

@@ -67,10 +67,7 @@ TEST_F(AttendeeTexts, FromCreationToAJoinedChannel) {
         "I Active UI, My role now is attendee"}},
       {"channel",
        [this] { listen(); },
-       [this] {
-         channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
-         channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
-       },
+       [this] { joinChannel(); },
        {"I CMovaraApp::RouteMessage, type = 2, uMsg = 4, this = 0xAPP ",
         "I Curent chanel status is = 0, this = 0xAPP ",
         "I CMovaraApp::handleMediaStreamMessage,MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM "

@@ -120,8 +120,7 @@ TEST_F(ContractTest, AMovieReportedAsOpenIsPublishedAgainAndRegisteredOnce) {
   channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
   host.take();
   notify(8);
-  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
-  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+  joinChannel();
   EXPECT_THAT(host.take(), ElementsAre("status 3 0", "register 90 3")) << "in seconds";
 }
 
@@ -219,8 +218,7 @@ TEST_F(ContractTest, WhatBecomesOfTheOpening) {
     }
     // What was refused still counts as opened for the player, so its channel is asked for; held,
     // as the state forbids it.
-    channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
-    channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+    joinChannel();
     EXPECT_EQ(count(host.take(), "register ") == 1, row.registers);
     end();
   }

@@ -43,16 +43,11 @@ class TraceFile {
   // Of "TIME LEVEL [MODULE] [THREAD] TEXT".
   static std::string summary(const std::string& line) {
     std::istringstream fields(line);
-    std::string time;
-    std::string level;
-    std::string module;
-    std::string thread;
-    fields >> time >> level >> module >> thread;
-    std::string text;
+    std::string ignored, level, module, text;
+    fields >> ignored >> level >> module >> ignored;
     std::getline(fields, text);  // with the blank in front
-    return (level == "info"      ? "I"
-            : level == "warning" ? "W"
-                                 : level) +
+    const bool usual = level == "info" || level == "warning";
+    return (usual ? std::string(level == "info" ? "I" : "W") : level) +
            (module == "[videostream_MMS]" ? "" : module) + text;
   }
 

@@ -7,24 +7,25 @@ namespace {
 using avcapture::AudioStreamBasicDescription;
 using testing::ElementsAre;
 
-AudioStreamBasicDescription pcm(double rate, std::uint32_t channels, std::uint32_t bits,
-                                std::uint32_t bytesPerPacket) {
+constexpr AudioStreamBasicDescription pcm(double rate, std::uint32_t channels, std::uint32_t bits,
+                                          std::uint32_t bytesPerPacket) {
   return {rate, 0, 0, bytesPerPacket, 1, bytesPerPacket, channels, bits, 0};
 }
+
+constexpr auto kCommon = pcm(44'100.0, 2, 16, 4);
 
 class BridgeAudio : public PlayerFixture {
  protected:
   BridgeAudio() { makeSource(); }
-  void arrive(AudioStreamBasicDescription* format, std::uint32_t timestamp = 0) {
-    bridge->newAudioFramesArrive(nullptr, &list, 2, format, timestamp);
+  void arrive(AudioStreamBasicDescription format, std::uint32_t timestamp = 0) {
+    bridge->newAudioFramesArrive(nullptr, &list, 2, &format, timestamp);
   }
   std::uint8_t bytes[8] = {1, 2, 3, 4, 5, 6, 7, 8};
   avcapture::AudioBufferList list{1, {{2, sizeof(bytes), bytes}}};
 };
 
 TEST_F(BridgeAudio, FirstBlockAnnouncesItsFormatBeforeItself) {
-  auto format = pcm(44'100.0, 2, 16, 4);
-  arrive(&format, 23);
+  arrive(kCommon, 23);
   EXPECT_THAT(sink.takeCodes(),
               ElementsAre(PLAYER_NOTIFY_AUDIO_FORMAT, PLAYER_NOTIFY_MEDIA_SAMPLE));
   const tMSAUDIOFORMATEX& announced = sink.audioFormats.at(0);
@@ -46,8 +47,7 @@ TEST_F(BridgeAudio, FirstBlockAnnouncesItsFormatBeforeItself) {
 }
 
 TEST_F(BridgeAudio, FormatIsAnnouncedWhenRateChannelsOrWidthChange) {
-  auto first = pcm(44'100.0, 2, 16, 4);
-  arrive(&first);
+  arrive(kCommon);
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const struct {
     AudioStreamBasicDescription format;
@@ -63,9 +63,9 @@ TEST_F(BridgeAudio, FormatIsAnnouncedWhenRateChannelsOrWidthChange) {
       {pcm(48'000.0, 1, 16, 2), true, 96'000, 2},
       {pcm(nan, 1, 16, 2), true, 0, 2},
   };
-  for (auto test : cases) {
+  for (const auto& test : cases) {
     sink.takeCodes();
-    arrive(&test.format);
+    arrive(test.format);
     SCOPED_TRACE(test.format.mSampleRate);
     EXPECT_EQ(sink.takeCodes().size(), test.announced ? 2U : 1U);
     EXPECT_EQ(sink.samples.back().audio.nAvgBytesPerSec, test.bytesPerSecond);
@@ -74,18 +74,17 @@ TEST_F(BridgeAudio, FormatIsAnnouncedWhenRateChannelsOrWidthChange) {
 }
 
 TEST_F(BridgeAudio, BlockWithoutDescriptionGoesOutWithoutFormat) {
-  auto format = pcm(44'100.0, 2, 16, 4);
-  arrive(&format);
-  arrive(nullptr);
+  arrive(kCommon);
+  bridge->newAudioFramesArrive(nullptr, &list, 2, nullptr, 0);
   EXPECT_EQ(sink.samples.back().record.pFormat, nullptr);
   EXPECT_EQ(sink.samples.back().record.dwFormatLength, 0U);
   sink.takeCodes();
-  arrive(&format);  // the stored format was left alone
+  arrive(kCommon);  // the stored format was left alone
   EXPECT_THAT(sink.takeCodes(), ElementsAre(PLAYER_NOTIFY_MEDIA_SAMPLE));
 }
 
 TEST_F(BridgeAudio, DescriptionWithoutBuffersIsAnnouncedAlone) {
-  auto format = pcm(44'100.0, 2, 16, 4);
+  auto format = kCommon;
   bridge->newAudioFramesArrive(nullptr, nullptr, 0, &format, 0);
   EXPECT_THAT(sink.takeCodes(), ElementsAre(PLAYER_NOTIFY_AUDIO_FORMAT));
   auto nothing = pcm(0.0, 0, 0, 0);
@@ -94,12 +93,10 @@ TEST_F(BridgeAudio, DescriptionWithoutBuffersIsAnnouncedAlone) {
 }
 
 TEST_F(BridgeAudio, FormatHandedToTheApplicationStaysAsItWasWhileSoundGoesOn) {
-  auto format = pcm(44'100.0, 2, 16, 4);
-  arrive(&format);
+  arrive(kCommon);
   bridge->deliverAudioFormatOnMainThreadDirectly();
   const auto* const kept = reinterpret_cast<const tMSAUDIOFORMATEX*>(sink.lastArgument());
-  auto other = pcm(44'100.0, 2, 16, 8);
-  arrive(&other);
+  arrive(pcm(44'100.0, 2, 16, 8));
   EXPECT_EQ(kept->nBlockAlign, 4);
 }
 

@@ -39,6 +39,14 @@ class BridgeVideo : public PlayerFixture {
     takeTraceLines();
   }
   void pause() { view->playing = false; }
+  void startPaused() {
+    startAt(0);
+    pause();
+  }
+  void deliver(std::uint32_t timestamp) {
+    arrive(picture(1), timestamp);
+    runMainThread();
+  }
   // Lets the still frame that was queued go out.
   void waitForStill() {
     runMainThread();
@@ -74,20 +82,13 @@ TEST_F(BridgeVideo, FirstFrameIsSentWithItsFormatWhichTheMainThreadAnnounces) {
 
 TEST_F(BridgeVideo, FormatIsAnnouncedUntilAcceptedAndAgainAfterAReset) {
   sink.answers[PLAYER_NOTIFY_VIDEO_FORMAT] = -1;
-  for (const std::uint32_t timestamp : {0U, 40U}) {
-    arrive(picture(1), timestamp);
-    runMainThread();
-  }
+  for (const std::uint32_t timestamp : {0U, 40U}) deliver(timestamp);
   EXPECT_THAT(sink.videoFormats, SizeIs(2));
   sink.answers.clear();
-  for (const std::uint32_t timestamp : {80U, 120U, 160U}) {
-    arrive(picture(1), timestamp);
-    runMainThread();
-  }
+  for (const std::uint32_t timestamp : {80U, 120U, 160U}) deliver(timestamp);
   EXPECT_THAT(sink.videoFormats, SizeIs(3));
   player->resetFormatSendStatus();
-  arrive(picture(1), 200);
-  runMainThread();
+  deliver(200);
   EXPECT_THAT(sink.videoFormats, SizeIs(4));
 }
 
@@ -103,8 +104,7 @@ TEST_F(BridgeVideo, PlayingItDropsARepeatUnlessTheViewPreparedForOne) {
 }
 
 TEST_F(BridgeVideo, StillFrameRedrawnIsSentOnceFromTheMainThread) {
-  startAt(0);
-  pause();
+  startPaused();
   for (int i = 0; i < 3; ++i) arrive(picture(9), 40);
   runMainThread();
   advance(0.099);
@@ -124,8 +124,7 @@ TEST_F(BridgeVideo, StillFrameRedrawnIsSentOnceFromTheMainThread) {
 }
 
 TEST_F(BridgeVideo, StillFrameGoesOutInEachModeThatUsersStayIn) {
-  startAt(0);
-  pause();
+  startPaused();
   std::uint8_t colour = 0;
   for (const auto mode : {platform::kConnectionReplyMode, platform::kModalPanelRunLoopMode,
                           platform::kEventTrackingRunLoopMode}) {
@@ -138,8 +137,7 @@ TEST_F(BridgeVideo, StillFrameGoesOutInEachModeThatUsersStayIn) {
 }
 
 TEST_F(BridgeVideo, OfChangingStillFramesOnlyTheLastIsSent) {
-  startAt(0);
-  pause();
+  startPaused();
   for (std::uint8_t colour = 1; colour <= 3; ++colour) {
     arrive(picture(colour), 40);
     runMainThread();
@@ -152,8 +150,7 @@ TEST_F(BridgeVideo, OfChangingStillFramesOnlyTheLastIsSent) {
 }
 
 TEST_F(BridgeVideo, PlayingOnBeforeTheStillFrameWentOutSendsAClearedCopy) {
-  startAt(0);
-  pause();
+  startPaused();
   arrive(picture(5), 40);
   view->playing = true;
   arrive(picture(6), 80);
@@ -171,8 +168,7 @@ TEST_F(BridgeVideo, PlayingOnBeforeTheStillFrameWentOutSendsAClearedCopy) {
 }
 
 TEST_F(BridgeVideo, NotPlayingWithAnotherBufferCountSendsLiveRepeatsIncluded) {
-  startAt(0);
-  pause();
+  startPaused();
   view->invalidBuffers = 2;
   arrive(picture(1), 40);
   arrive(picture(1), 40);
@@ -180,8 +176,7 @@ TEST_F(BridgeVideo, NotPlayingWithAnotherBufferCountSendsLiveRepeatsIncluded) {
 }
 
 TEST_F(BridgeVideo, DroppedWhileNotPlaying) {
-  startAt(0);
-  pause();
+  startPaused();
   sink.player = nullptr;  // nobody to ask
   arrive(picture(1), 40);
   auto* const withoutView = new CAVPlayer(&sink, MM_MEDIASTREAMING_CHANNEL_SOURCE);
@@ -197,8 +192,7 @@ TEST_F(BridgeVideo, DroppedWhileNotPlaying) {
 }
 
 TEST_F(BridgeVideo, StillFrameMayBeLargerThanTheBufferButNotThanMemory) {
-  startAt(0);
-  pause();
+  startPaused();
   const auto large = picture(4, 1920, 1080);
   ASSERT_GT(large.size(), PausedFrame::kInitialCapacity);
   arrive(large, 40, 1920, 1080);
@@ -209,8 +203,7 @@ TEST_F(BridgeVideo, StillFrameMayBeLargerThanTheBufferButNotThanMemory) {
 }
 
 TEST_F(BridgeVideo, StillFrameBeingSentKeepsItsPixelsWhenAnotherArrives) {
-  startAt(0);
-  pause();
+  startPaused();
   arrive(picture(1), 40);
   runMainThread();
   sink.inside = [this](PLAYER_NOTIFY_CODE code) {
@@ -262,8 +255,7 @@ TEST_F(BridgeVideo, DumpedFramesAreWrittenUnderTheirCounterAndTimestamp) {
   ::setenv("HOME", home.c_str(), 1);                   // NOLINT(concurrency-mt-unsafe)
   fs::create_directories(home / "Desktop" / "time");
   platform::UserDefaults::standard().set("DumpImages", "1");
-  startAt(0);
-  pause();
+  startPaused();
   arrive(picture(2), 40);
   waitForStill();
   platform::UserDefaults::standard().set("DumpImages", "0");
