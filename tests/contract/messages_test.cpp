@@ -138,15 +138,6 @@ TEST_F(ChannelStates, ARecordingHasNoLimitOfAttendees) {
   EXPECT_THAT(view()->takeCalls(), ElementsAre("setStatusViewType 1")) << "failed, nothing more";
 }
 
-TEST_F(ContractTest, ADeafObjectStillHearsThatTheSessionIsOver) {
-  createActive();
-  session(SESSION_MSG_JOIN_FAILED);
-  view()->playing = true;
-  forget();
-  session(SESSION_MSG_LEFT);
-  EXPECT_THAT(view()->takeCalls(), ElementsAre("onStart", "setStatusViewType 9"));
-}
-
 TEST_F(ContractTest, StartPlayIsPassedOnToAPlayerThatWasRefused) {
   create();
   session(SESSION_MSG_START_PLAY);

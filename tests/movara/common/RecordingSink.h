@@ -1,6 +1,8 @@
 // An application that answers as it is told and keeps what the bridge says.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -38,7 +40,7 @@ class RecordingSink final : public ISVSPlayerNotifySink {
       *reinterpret_cast<std::int32_t*>(p1) = playAllowed ? 1 : 0;
     }
     const std::lock_guard guard(lock_);
-    if (p2 != 0) ++wrongSecondArguments;
+    EXPECT_EQ(p2, 0U);
     codes_.push_back(code);
     arguments_.push_back(p1);
     if (code == PLAYER_NOTIFY_MEDIA_SAMPLE) keep(*reinterpret_cast<tagMSDataStructure*>(p1));
@@ -63,7 +65,6 @@ class RecordingSink final : public ISVSPlayerNotifySink {
   std::vector<SentSample> samples;
   std::vector<tagMSVIDEOFORMATEX> videoFormats;
   std::vector<tMSAUDIOFORMATEX> audioFormats;
-  int wrongSecondArguments = 0;
 
  private:
   void keep(tagMSDataStructure& record) {

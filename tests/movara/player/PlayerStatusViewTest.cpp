@@ -18,16 +18,10 @@ class PlayerStatusView : public PlayerFixture {
 };
 
 TEST_F(PlayerStatusView, FollowsTheChannelState) {
-  // Codes of the source and of a listener: plain, during a failover, and of a listener to sound.
-  const struct {
-    int state, source, listener, sourceFailover, listenerFailover, soundOnly;
-  } rows[] = {
-      {0, 103, 203, 6, 6, 203}, {1, 103, 203, 6, 6, 203}, {2, 4, 204, 4, 204, 204},
-      {3, 103, 203, 6, 6, 203}, {4, 101, 1, 101, 1, 1},   {5, 102, 1, 102, 1, 1},
-      {6, 103, 203, 6, 6, 203}, {7, 5, 1, 5, 1, 2},       {8, 4, 204, 4, 204, 204},
-      {9, 6, 6, 6, 6, 6},       {10, 7, 7, 7, 7, 7},      {11, 8, 8, 8, 8, 8},
-      {12, 9, 9, 9, 9, 9},      {13, 1, 1, 1, 1, 1},      {1000, 1, 1, 1, 1, 1},
-  };
+  // By state, of a source and of a listener; the last for any other state.
+  constexpr int kCodes[][2] = {{103, 203}, {103, 203}, {4, 204}, {103, 203}, {101, 1},
+                               {102, 1},   {103, 203}, {5, 1},   {4, 204},   {6, 6},
+                               {7, 7},     {8, 8},     {9, 9},   {1, 1}};
   const auto shown = [this](int state, bool source, bool failover, bool nbr, int mediaType) {
     prepare(source, failover, nbr, mediaType);
     player->onSVSStateChanged(static_cast<SvsState>(state));
@@ -35,18 +29,19 @@ TEST_F(PlayerStatusView, FollowsTheChannelState) {
     releasePlayer();
     return code;
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.state);
-    EXPECT_EQ(shown(row.state, true, false, false, 3), row.source);
-    EXPECT_EQ(shown(row.state, true, false, false, 1), row.source) << "its bridge says nothing";
-    EXPECT_EQ(shown(row.state, false, false, false, 3), row.listener);
-    EXPECT_EQ(shown(row.state, true, true, false, 3), row.sourceFailover);
-    EXPECT_EQ(shown(row.state, false, true, false, 3), row.listenerFailover);
-    EXPECT_EQ(shown(row.state, false, false, false, 1), row.soundOnly);
-    // Playing back a recording shows the picture, or that there is sound only.
-    EXPECT_EQ(shown(row.state, true, true, true, 3), 1);
-    EXPECT_EQ(shown(row.state, false, true, true, 3), 1);
-    EXPECT_EQ(shown(row.state, false, false, true, 1), row.soundOnly == 2 ? 2 : 1);
+  for (const int state : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 1000}) {
+    for (const bool source : {true, false}) {
+      SCOPED_TRACE(testing::Message() << state << " source " << source);
+      const int code = kCodes[std::min(state, 13)][source ? 0 : 1];
+      const bool pending = state == 0 || state == 1 || state == 3 || state == 6;
+      const bool soundOnly = !source && state == 7;  // a source's bridge says nothing
+      EXPECT_EQ(shown(state, source, false, false, 3), code);
+      EXPECT_EQ(shown(state, source, true, false, 3), pending ? 6 : code) << "failover";
+      EXPECT_EQ(shown(state, source, false, false, 1), soundOnly ? 2 : code);
+      // Playing back a recording shows the picture, or that there is sound only.
+      EXPECT_EQ(shown(state, source, true, true, 3), 1);
+      EXPECT_EQ(shown(state, source, false, true, 1), soundOnly ? 2 : 1);
+    }
   }
 }
 
@@ -77,20 +72,18 @@ TEST_F(PlayerStatusView, FollowsThePresentersPlayStatusALittleLater) {
   } rows[] = {{1, 1, 1},     {2, 1, 2},     {3, 201, 200}, {4, 1, 2}, {5, 1, 1},
               {7, 202, 202}, {8, 205, 205}, {9, 206, 206}, {-1, 1, 1}};
   for (const auto& row : rows) {
-    for (const int mediaType : {1, 3}) {
-      for (const bool nbr : {false, true}) {
-        SCOPED_TRACE(testing::Message() << row.status << " type " << mediaType << " nbr " << nbr);
-        prepare(false, false, nbr, mediaType);
-        player->setPropertyWithKey(kAVMovieStatusProperty, row.status);
-        player->playerStatusChanged();
-        int code = mediaType == 1 ? row.sound : row.picture;
-        if (nbr && code != 2) code = 1;
-        advance(0.19);
-        EXPECT_THAT(view->takeCalls(), IsEmpty());
-        advance(0.01);
-        EXPECT_THAT(view->takeCalls(), ElementsAre("setStatusViewType " + std::to_string(code)));
-        releasePlayer();
-      }
+    for (const auto& [mediaType, nbr] : {std::pair{1, false}, {3, false}, {1, true}, {3, true}}) {
+      SCOPED_TRACE(testing::Message() << row.status << " type " << mediaType << " nbr " << nbr);
+      prepare(false, false, nbr, mediaType);
+      player->setPropertyWithKey(kAVMovieStatusProperty, row.status);
+      player->playerStatusChanged();
+      const int code = mediaType == 1 ? row.sound : row.picture;
+      advance(0.19);
+      EXPECT_THAT(view->takeCalls(), IsEmpty());
+      advance(0.01);
+      EXPECT_THAT(view->takeCalls(),
+                  ElementsAre("setStatusViewType " + std::to_string(nbr && code != 2 ? 1 : code)));
+      releasePlayer();
     }
   }
 }
