@@ -78,7 +78,10 @@ bool Document::openPresenter() {
   presenterPort_ = port.get();
   presenter_->connect(std::move(port));
   conference_.add(presenter_);
-  if (!presenter_->open(module_)) return false;
+  if (!presenter_->open(module_)) {
+    endPresenter();
+    return false;
+  }
   conference_.answerJoin(*presenter_, setup_.session);
   return true;
 }
@@ -102,7 +105,10 @@ bool Document::join(Seat& seat) {
   port->listen(seat.sink);
   seat.participant->connect(std::move(port));
   conference_.add(seat.participant);
-  if (!seat.participant->open(module_)) return false;
+  if (!seat.participant->open(module_)) {
+    leave(seat);
+    return false;
+  }
   conference_.answerJoin(*seat.participant, JoinAnswer::accept);
   return true;
 }
@@ -110,25 +116,27 @@ bool Document::join(Seat& seat) {
 void Document::leave(Seat& seat) {
   seat.earlier = statistics(seat);
   seat.port = nullptr;
-  seat.participant->close();
-  seat.participant.reset();
+  // Messages are served while the object ends: they find the seat empty.
+  std::exchange(seat.participant, nullptr)->close();
+}
+
+// As when somebody leaves; what is served meanwhile finds no presenter.
+void Document::endPresenter() {
+  presenterPort_ = nullptr;
+  if (const auto leaving = std::exchange(presenter_, nullptr)) leaving->close();
 }
 
 // The source goes without a word to the platform.
 void Document::lose() {
-  if (presenterPort_ != nullptr) std::exchange(presenterPort_, nullptr)->lose();
-  if (presenter_) presenter_->close();
-  presenter_.reset();
+  if (presenterPort_ != nullptr) presenterPort_->lose();
+  endPresenter();
 }
 
 void Document::close() {
   for (Seat& seat : seats_)
     if (seat.participant) leave(seat);
-  presenterPort_ = nullptr;
-  if (presenter_) presenter_->close();
-  presenter_.reset();
-  if (recording_) recording_->close();
-  recording_.reset();
+  endPresenter();
+  if (const auto ending = std::exchange(recording_, nullptr)) ending->close();
 }
 
 std::shared_ptr<avcapture::KTVideoPlayer> Document::player() const {
@@ -151,13 +159,17 @@ std::optional<Failure> Document::startFailure() const {
   }
 }
 
+// Without a view to look at, while the presenter's object is hidden, the stream tells.
+bool Document::isPlaying() const {
+  const auto view = player();
+  return view ? view->isPlaying() : recorder_->state() == StreamState::playing;
+}
+
 bool Document::isOver() const {
   if (sessionEnded_ || (!presenter_ && !recording_)) return true;
   const auto view = player();
-  // Without a view to look at, while the presenter's object is hidden, the stream tells.
-  const bool standing = view ? !view->isPlaying() && !view->pausedByUser()
-                             : recorder_->state() == StreamState::stopped;
-  return hasPlayed_ && standing;
+  const bool paused = view ? view->pausedByUser() : recorder_->state() == StreamState::paused;
+  return hasPlayed_ && !isPlaying() && !paused;
 }
 
 void Document::play() {
@@ -265,6 +277,10 @@ bool Document::setWatched(const std::string& id, bool watched) {
 }
 
 bool Document::listen(const std::string& id, std::shared_ptr<SoundSink> sink) {
+  if (id == sourceId()) {
+    recorder_->listen(std::move(sink));
+    return true;
+  }
   Seat* found = seat(id);
   if (found == nullptr) return false;
   found->sink = std::move(sink);

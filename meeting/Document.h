@@ -58,6 +58,7 @@ class Document {
   std::optional<Failure> startFailure() const;
   bool hasPlayed() const { return hasPlayed_; }
   void notePlaying() { hasPlayed_ = true; }
+  bool isPlaying() const;
   // Whether nothing more comes from the source by itself: played to its end, gone, or the session
   // has been ended.
   bool isOver() const;
@@ -97,6 +98,7 @@ class Document {
   bool join(Seat& seat);
   void leave(Seat& seat);
   void lose();
+  void endPresenter();
   void deliverPictureAgain() const;
 
   std::shared_ptr<Participant> participant(unsigned number) const;

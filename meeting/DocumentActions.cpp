@@ -162,6 +162,7 @@ Problem Document::actOnMeeting(const Action& action) {
       if (presenter_) return "the presenter is there already";
       if (!openPresenter()) return "the plug-in did not create its object";
       hasPlayed_ = false;
+      sessionEnded_ = false;
       break;
   }
   return std::nullopt;

@@ -25,6 +25,8 @@ constexpr platform::Duration kWatchInterval = 50ms;
 constexpr platform::Duration kStartLimit = 20s;
 // The last pictures and messages reach the attendees, and what they show follows.
 constexpr platform::Duration kSettling = 300ms;
+// For a visitor to come back.
+constexpr platform::Duration kVisitGrace = 10s;
 // Players let go of their parts a fifth of a second after they have ended.
 constexpr platform::Duration kLateReleases = 300ms;
 
@@ -177,7 +179,7 @@ void Meeting::watchStart() {
   for (const auto& document : documents_) {
     if (document->hasPlayed() || document->isOver()) continue;
     if (const auto failure = document->startFailure()) return finish(*failure);
-    if (late && document->recorder().state() < StreamState::joined)
+    if (late && document->recorder().state() == StreamState::starting)
       return finish(Failure{ExitStatus::noPlugin, "the plug-in did not start to play"});
   }
 }
@@ -201,6 +203,7 @@ void Meeting::showProgress() {
 }
 
 void Meeting::onStreamState(Document& document, StreamState state) {
+  if (outcome_) return;
   switch (state) {
     case StreamState::joined:
       return playNext();
@@ -219,6 +222,7 @@ void Meeting::onStreamState(Document& document, StreamState state) {
 
 // The first document whose turn it is starts as soon as its channel is there and nothing plays.
 void Meeting::playNext() {
+  if (outcome_) return;
   for (const auto& document : documents_) {
     if (document->isOver()) continue;
     if (!document->hasPlayed() && document->recorder().state() == StreamState::joined) {
@@ -232,14 +236,17 @@ void Meeting::playNext() {
 // --- scenario and room ---
 
 std::optional<std::string> Meeting::act(const Action& action) {
+  if (outcome_) return "the meeting has ended";
   if (action.document > documents_.size())
     return "there is no document " + std::to_string(action.document);
   auto problem = documents_[action.document - 1]->act(action);
+  playNext();
   endIfOver();
   return problem;
 }
 
 void Meeting::actOnTime(const TimedAction& timed) {
+  if (outcome_) return;
   const auto problem = act(timed.action);
   if (!problem) return;
   progress_.finish();
@@ -270,7 +277,7 @@ std::shared_ptr<platform::View> Meeting::view(const std::string& id) {
 
 void Meeting::setWatched(const std::string& id, bool watched) {
   for (const auto& document : documents_)
-    if (document->setWatched(id, watched)) return;
+    if (document->setWatched(id, watched || !options_.snapshotFolder.empty())) return;
 }
 
 void Meeting::listen(const std::string& id, std::shared_ptr<SoundSink> sink) {
@@ -282,20 +289,28 @@ void Meeting::listen(const std::string& id, std::shared_ptr<SoundSink> sink) {
 
 // Nothing plays, nothing is left to play, and nobody has asked for more.
 void Meeting::endIfOver() {
-  if (outcome_ || options_.stay || !scenario_.finished()) return;
-  if (room_ && room_->visitors() > 0) return;
-  const auto playing = [](const auto& document) {
-    const auto player = document->player();
-    return player && player->isPlaying();
-  };
+  const bool visited = isVisited();
+  if (outcome_ || visited || options_.stay || !scenario_.finished()) return;
+  const auto playing = [](const auto& document) { return document->isPlaying(); };
   const auto done = [](const auto& document) {
     return document->isOver() || document->hasPlayed();
   };
-  const auto over = [](const auto& document) { return document->isOver(); };
+  // One that has paused can be played on only by a visitor.
+  const auto over = [this](const auto& document) {
+    return document->isOver() || (!room_ && document->hasPlayed() && !document->isPlaying());
+  };
   if (std::any_of(documents_.begin(), documents_.end(), over) &&
       std::all_of(documents_.begin(), documents_.end(), done) &&
       std::none_of(documents_.begin(), documents_.end(), playing))
     finish(Outcome{});
+}
+
+// A visitor whose page is loaded again is gone for a moment only.
+bool Meeting::isVisited() {
+  if (!room_) return false;
+  const platform::TimePoint now = platform::RunLoop::main().now();
+  if (room_->visitors() > 0) lastVisit_ = now;
+  return lastVisit_ && now - *lastVisit_ < kVisitGrace;
 }
 
 void Meeting::finish(Outcome outcome) {

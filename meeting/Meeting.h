@@ -64,6 +64,7 @@ class Meeting final : public RoomModel {
   std::optional<std::string> act(const Action& action);
   void actOnTime(const TimedAction& timed);
   void endIfOver();
+  bool isVisited();
   void finish(Outcome outcome);
   void finish(const Failure& failure);
   void showProgress();
@@ -84,6 +85,7 @@ class Meeting final : public RoomModel {
   std::optional<Ticker> watcher_;
   std::optional<Ticker> timeLimit_;
   platform::TimePoint startDeadline_;
+  std::optional<platform::TimePoint> lastVisit_;
   std::optional<Outcome> outcome_;
   Report report_;
 };

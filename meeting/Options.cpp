@@ -47,6 +47,7 @@ using Timed = std::vector<std::pair<std::string, std::string>>;
 struct Raw {
   Timed actions;
   std::string scenarioFile;
+  std::string address;
 };
 
 void addMeeting(CLI::App& present, Options& options, Raw& raw) {
@@ -76,13 +77,13 @@ void addMeeting(CLI::App& present, Options& options, Raw& raw) {
                      "Do what the lines \"TIME ACTION\" of a file say");
 }
 
-void addRoom(CLI::App& present, Options& options) {
+void addRoom(CLI::App& present, Options& options, Raw& raw) {
   present
       .add_flag("--web{0}", options.room.port,
                 "Open a room: a page to watch and steer the meeting. --web PORT chooses the port")
       ->type_name("[PORT]")
       ->check(CLI::Range(0, kMaxPort));
-  present.add_option("--listen", options.room.address,
+  present.add_option("--listen", raw.address,
                      "Address of the room (default 127.0.0.1). Any other one is protected by a "
                      "random token in the page's address");
 }
@@ -147,6 +148,9 @@ std::string complete(Options& options, const Raw& raw) {
   }
   if (options.files.size() > 1 && !options.frameMd5File.empty())
     return "--framemd5 is for a single FILE";
+  if (options.recording && options.session != JoinAnswer::accept)
+    return "--session is for a presenter, whom a recording does not have";
+  if (!raw.address.empty() && !options.room.open) return "--listen is for a room: --web";
   return {};
 }
 
@@ -161,7 +165,7 @@ std::variant<Options, Information, Failure> parseOptions(int argc, const char* c
   CLI::App* present = app.add_subcommand("present", "Share media files with a meeting");
   Raw raw;
   addMeeting(*present, options, raw);
-  addRoom(*present, options);
+  addRoom(*present, options, raw);
   addOutput(*present, options);
   addPlayer(*present, options);
   present->footer(kFooter);
@@ -179,6 +183,7 @@ std::variant<Options, Information, Failure> parseOptions(int argc, const char* c
     return Failure{ExitStatus::usage, firstLine(error.what()) + " (see --help)"};
   }
   options.room.open = present->count("--web") > 0;
+  if (!raw.address.empty()) options.room.address = raw.address;
   const std::string wrong = complete(options, raw);
   if (!wrong.empty()) return Failure{ExitStatus::usage, wrong + " (see --help)"};
   return options;

@@ -94,10 +94,12 @@ void Participant::changeRole(std::uint32_t role) {
 }
 
 void Participant::close() {
+  IUCFObjectBase* const object = std::exchange(object_, nullptr);
+  if (object == nullptr) return;
   conference_.remove(setup_.userId);
   objectRuntime_ = nullptr;
   objectRouter_ = nullptr;
-  if (object_ != nullptr) std::exchange(object_, nullptr)->Release();
+  object->Release();
 }
 
 std::shared_ptr<avcapture::KTVideoPlayer> Participant::player() const {

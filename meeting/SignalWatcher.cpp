@@ -6,14 +6,19 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <optional>
 #include <system_error>
 #include <utility>
 
 namespace meeting {
 
 namespace {
+
+// Some senders signal a program and then its group: that is one request.
+constexpr std::chrono::milliseconds kSameRequest{300};
 
 sigset_t watchedSignals() {
   sigset_t set;
@@ -58,14 +63,17 @@ SignalWatcher::~SignalWatcher() {
 
 void SignalWatcher::watch() {
   pollfd sources[] = {{signals_, POLLIN, 0}, {ending_, POLLIN, 0}};
-  bool asked = false;
+  std::optional<std::chrono::steady_clock::time_point> asked;
   while (true) {
     if (::poll(sources, 2, -1) < 0) continue;
     if (sources[1].revents != 0) return;
     signalfd_siginfo info{};
     if (::read(signals_, &info, sizeof info) != sizeof info) continue;
     const int number = static_cast<int>(info.ssi_signo);
-    if (std::exchange(asked, true)) endAtOnce(number);
+    const auto now = std::chrono::steady_clock::now();
+    if (asked && now - *asked < kSameRequest) continue;
+    if (asked) endAtOnce(number);
+    asked = now;
     onSignal_(number);
   }
 }

@@ -6,6 +6,10 @@
 
 namespace meeting {
 
+namespace {
+constexpr std::uint32_t kSinkBits = 16;  // what listeners take
+}
+
 const char* stateName(StreamState state) {
   switch (state) {
     case StreamState::starting:
@@ -57,7 +61,16 @@ void StreamRecorder::onSourceStatus(MM_MEDIASTREAMING_SOURCE_STATUS status,
 
 void StreamRecorder::onVideoFormat(const VideoFormat& format) { video_ = format; }
 
-void StreamRecorder::onAudioFormat(const AudioFormat& format) { audio_ = format; }
+void StreamRecorder::onAudioFormat(const AudioFormat& format) {
+  audio_ = format;
+  const std::lock_guard lock(soundMutex_);
+  soundFormat_ = format;
+}
+
+void StreamRecorder::listen(std::shared_ptr<SoundSink> sink) {
+  const std::lock_guard lock(soundMutex_);
+  sink_ = std::move(sink);
+}
 
 void StreamRecorder::onPictureWanted() {
   later([this] {
@@ -70,7 +83,17 @@ void StreamRecorder::onVideo(const VideoSample& sample) {
   if (md5_) md5_->add(sample);
 }
 
-void StreamRecorder::onAudio(const AudioSample& sample) { statistics_.audio(sample); }
+void StreamRecorder::onAudio(const AudioSample& sample) {
+  statistics_.audio(sample);
+  std::shared_ptr<SoundSink> sink;
+  AudioFormat format;
+  {
+    const std::lock_guard lock(soundMutex_);
+    sink = sink_;
+    format = soundFormat_;
+  }
+  if (sink && format.bits == kSinkBits) sink->sound(format, sample);
+}
 
 void StreamRecorder::onMalformed() { statistics_.malformed(); }
 

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 
 #include "meeting/FrameMd5Writer.h"
@@ -27,6 +28,9 @@ class StreamRecorder final : public StreamObserver {
 
   // Called in the same way, when the presenter should send its picture again.
   void setPictureWanted(std::function<void()> wanted) { pictureWanted_ = std::move(wanted); }
+
+  // Who hears what is sent from now on, instead of who did; null for nobody. [main-thread]
+  void listen(std::shared_ptr<SoundSink> sink);
 
   StreamState state() const { return state_; }
   std::uint64_t durationMs() const { return durationMs_; }
@@ -63,6 +67,10 @@ class StreamRecorder final : public StreamObserver {
   std::int64_t positionMs_ = 0;
   std::optional<VideoFormat> video_;
   std::optional<AudioFormat> audio_;
+
+  std::mutex soundMutex_;  // guards what follows
+  std::shared_ptr<SoundSink> sink_;
+  AudioFormat soundFormat_;
 };
 
 }  // namespace meeting

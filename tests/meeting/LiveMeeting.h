@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "meeting/Meeting.h"
+#include "platform/RunLoop.h"
 #include "platform/View.h"
 #include "tests/meeting/ClipTest.h"
 
