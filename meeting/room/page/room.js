@@ -6,6 +6,8 @@ const seekStep = 5;               // seconds, of an arrow key
 const volumeStep = 16;            // of 255, of an arrow key
 const ownHandTime = 700;          // ms for which a control that was moved is not moved by a status
 const retryTimes = [250, 500, 1000, 2000, 4000];  // ms, the last one again and again
+const silenceTick = 500;          // ms
+const silentTicks = 6;            // without a word, though a status comes every 250 ms: it is lost
 const keptMessages = 5000;
 const shownMessages = 800;
 
@@ -24,6 +26,7 @@ const connection = {
   socket: null,
   attempts: 0,
   timer: 0,
+  silence: 0,     // ticks since something came
   lastAction: 0,
 
   open() {
@@ -32,10 +35,13 @@ const connection = {
     url.protocol = url.protocol === 'https:' ? 'wss:' : 'ws:';
     const socket = new WebSocket(url);
     socket.binaryType = 'arraybuffer';
-    socket.onopen = () => this.opened();
-    socket.onmessage = (event) => this.received(event.data);
-    socket.onclose = () => this.lost(socket);
+    // One that was given up may still have something to say.
+    const isOurs = () => socket === this.socket;
+    socket.onopen = () => { if (isOurs()) this.opened(); };
+    socket.onmessage = (event) => { if (isOurs()) this.received(event.data); };
+    socket.onclose = () => { if (isOurs()) this.lost(); };
     this.socket = socket;
+    this.silence = 0;
   },
 
   opened() {
@@ -47,12 +53,25 @@ const connection = {
     if (sound.participant) this.send({type: 'listen', participant: sound.participant});
   },
 
-  lost(socket) {
-    if (socket !== this.socket) return;
+  lost() {
     this.socket = null;
     const wait = retryTimes[Math.min(this.attempts++, retryTimes.length - 1)];
     this.show('lost', 'connection lost, trying again');
     this.timer = setTimeout(() => this.open(), wait);
+  },
+
+  // A connection can end without a word, or never begin. Ticks are counted rather than time: a page
+  // that was itself held up has missed them too.
+  tick() {
+    if (this.socket === null || document.visibilityState !== 'visible') this.silence = 0;
+    else if (++this.silence >= silentTicks) this.giveUp();
+  },
+
+  // Without waiting for the other side to agree.
+  giveUp() {
+    const {socket} = this;
+    this.lost();
+    socket.close();
   },
 
   // Does not wait out the time when there is reason to believe that it works now.
@@ -77,6 +96,7 @@ const connection = {
   },
 
   received(data) {
+    this.silence = 0;
     if (data instanceof ArrayBuffer) return receiveBinary(data);
     const message = JSON.parse(data);
     if (message.type === 'status') tiles.update(message.participants);
@@ -543,4 +563,5 @@ document.addEventListener('visibilitychange', () => {
 });
 addEventListener('online', () => connection.hurry());
 
+setInterval(() => connection.tick(), silenceTick);
 connection.open();

@@ -84,6 +84,16 @@ test('a lost connection is told and taken up again', async () => {
   await until('there are messages again', async () => (await visitor.rows()) > 0);
 });
 
+test('a connection that falls silent is lost', async () => {
+  const line = visitor.page.getByRole('status');
+  await until('it is connected', async () => (await line.textContent()) === 'connected');
+  room.fallSilent();
+  await until('it is lost', async () => (await line.textContent()).startsWith('connection lost'));
+  room.goOn();
+  await until('it is back', async () => (await line.textContent()) === 'connected');
+  for (const id of participants) await moves(visitor, id);
+});
+
 test('messages are decoded, filtered, held and cleared', async () => {
   const {page} = visitor;
   const names = async () => new Set(await page.locator('#messages .name').allTextContents());

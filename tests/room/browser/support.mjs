@@ -50,6 +50,9 @@ async function openAt(program, options) {
   return {
     url,
     port: Number(new URL(url).port),
+    // Nothing more comes from it, though its connections stay, until it goes on.
+    fallSilent: () => host.kill('SIGSTOP'),
+    goOn: () => host.kill('SIGCONT'),
     close: async () => {
       host.kill('SIGKILL');
       await ended;
