@@ -5,9 +5,9 @@
 
 namespace meeting {
 
-bool Outbox::put(Outgoing message) {
+Outbox::Put Outbox::put(Outgoing message) {
   using Lane = Outgoing::Lane;
-  if (message.lane == Lane::inOrder && count(Lane::inOrder) >= kMaxInOrder) return false;
+  if (message.lane == Lane::inOrder && count(Lane::inOrder) >= kMaxInOrder) return Put::refused;
   if (message.lane == Lane::sound && count(Lane::sound) >= kMaxSound)
     waiting_.erase(std::find_if(waiting_.begin(), waiting_.end(),
                                 [](const Outgoing& other) { return other.lane == Lane::sound; }));
@@ -18,11 +18,11 @@ bool Outbox::put(Outgoing message) {
     if (older != waiting_.end()) {
       // It keeps its place, so that no slot can push another one back for good.
       *older = std::move(message);
-      return true;
+      return Put::replaced;
     }
   }
   waiting_.push_back(std::move(message));
-  return true;
+  return Put::added;
 }
 
 Outgoing Outbox::take() {

@@ -28,8 +28,13 @@ class Outbox {
   static constexpr std::size_t kMaxInOrder = 64;
   static constexpr std::size_t kMaxSound = 25;  // half a second of usual blocks
 
-  // False when too much waits that must not be dropped: the visitor has to be given up.
-  bool put(Outgoing message);
+  enum class Put : std::uint8_t {
+    added,
+    replaced,  // the older one of its slot, which is never sent
+    refused,   // too much waits that must not be dropped: the visitor has to be given up
+  };
+
+  Put put(Outgoing message);
   bool empty() const { return waiting_.empty(); }
   std::size_t size() const { return waiting_.size(); }
   // The next one to be sent; only when not empty.

@@ -38,7 +38,7 @@ void PictureFeed::watch(VisitorId visitor, const std::set<std::string>& views) {
   }
 }
 
-void PictureFeed::drawn(VisitorId visitor, const std::string& id) {
+void PictureFeed::settled(VisitorId visitor, const std::string& id) {
   const auto found = watched_.find(id);
   if (found == watched_.end()) return;
   const auto look = found->second.looks.find(visitor);

@@ -30,8 +30,9 @@ class PictureFeed : public std::enable_shared_from_this<PictureFeed> {
 
   // The views that the visitor sees from now on; none when it has gone.
   void watch(VisitorId visitor, const std::set<std::string>& views);
-  // The visitor has drawn a picture of the view and can take another one.
-  void drawn(VisitorId visitor, const std::string& id);
+  // A picture of the view is no longer on its way: the visitor has drawn it, or a newer one has
+  // taken its place before it was sent. The visitor can take another one.
+  void settled(VisitorId visitor, const std::string& id);
   // Has a new picture made of each view that has changed.
   void update();
 
@@ -39,7 +40,7 @@ class PictureFeed : public std::enable_shared_from_this<PictureFeed> {
   // A visitor's look at a view.
   struct Look {
     std::uint64_t sent = 0;  // number of the last picture sent
-    int onWay = 0;           // pictures sent and not drawn yet
+    int onWay = 0;           // pictures sent and not settled yet
   };
   struct Watched {
     std::weak_ptr<platform::View> view;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <set>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
@@ -24,6 +25,8 @@ using std::chrono_literals::operator""ms;
 constexpr platform::Duration kUpdateInterval = 50ms;
 // Every that many updates the status is sent also when only figures have changed.
 constexpr int kStatusUpdates = 5;
+// With the view's id behind it: where a visitor's newest picture of the view waits.
+constexpr std::string_view kPictureSlot = "picture ";
 
 // All but what changes by itself while a movie plays.
 auto substance(const ParticipantStatus& s) {
@@ -55,6 +58,12 @@ class RoomServer::Impl final : public WebServerDelegate,
   }
   void onText(VisitorId visitor, std::string text) override {
     post([visitor, text = std::move(text)](Impl& self) { self.handle(visitor, text); });
+  }
+  void onReplaced(VisitorId visitor, const std::string& slot) override {
+    if (slot.rfind(kPictureSlot, 0) != 0) return;
+    post([visitor, view = slot.substr(kPictureSlot.size())](Impl& self) {
+      self.pictures_->settled(visitor, view);
+    });
   }
   void onGone(VisitorId visitor) override {
     post([visitor](Impl& self) { self.forget(visitor); });
@@ -93,10 +102,11 @@ std::optional<std::string> RoomServer::Impl::open(const WebServer::Setup& setup)
   if (auto* problem = std::get_if<std::string>(&opened)) return std::move(*problem);
   web_ = std::get<std::unique_ptr<WebServer>>(std::move(opened));
   using Lane = Outgoing::Lane;
-  pictures_ = std::make_shared<PictureFeed>(
-      model_, [web = web_.get()](VisitorId visitor, const std::string& view, Payload picture) {
-        web->send(visitor, {Lane::newest, true, "picture " + view, std::move(picture)});
-      });
+  pictures_ = std::make_shared<PictureFeed>(model_, [web = web_.get()](VisitorId visitor,
+                                                                       const std::string& view,
+                                                                       Payload picture) {
+    web->send(visitor, {Lane::newest, true, std::string(kPictureSlot) + view, std::move(picture)});
+  });
   sound_ =
       std::make_unique<SoundFeed>(model_, [web = web_.get()](VisitorId visitor, Payload sound) {
         web->send(visitor, {Lane::sound, true, {}, std::move(sound)});
@@ -155,7 +165,7 @@ void RoomServer::Impl::carryOut(VisitorId visitor, const WatchRequest& request) 
 }
 
 void RoomServer::Impl::carryOut(VisitorId visitor, const DrawnRequest& request) {
-  pictures_->drawn(visitor, request.view);
+  pictures_->settled(visitor, request.view);
 }
 
 void RoomServer::Impl::carryOut(VisitorId visitor, const ReadRequest& request) {

@@ -121,7 +121,10 @@ class Visitor : public std::enable_shared_from_this<Visitor> {
 
   void send(Outgoing message) {
     if (ended_) return;
-    if (!outbox_.put(std::move(message))) return end();
+    const std::string slot = message.slot;
+    const Outbox::Put put = outbox_.put(std::move(message));
+    if (put == Outbox::Put::refused) return end();
+    if (put == Outbox::Put::replaced) server_.delegate.onReplaced(id_, slot);
     if (!writing_) write();
   }
 

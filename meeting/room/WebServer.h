@@ -25,6 +25,8 @@ class WebServerDelegate {
   virtual void onVisitor(VisitorId visitor) = 0;
   // Nothing more is read from this visitor until readOn.
   virtual void onText(VisitorId visitor, std::string text) = 0;
+  // A message that waited in this slot is not sent: a newer one has taken its place.
+  virtual void onReplaced(VisitorId visitor, const std::string& slot) = 0;
   virtual void onGone(VisitorId visitor) = 0;
 
  protected:

@@ -187,6 +187,33 @@ TEST_F(RoomServerTest, PicturesGoToWhomLooksAsFastAsTheyAreDrawn) {
   EXPECT_TRUE(pumpUntil([&] { return !model_.watched["attendee-1"]; }));
 }
 
+TEST_F(RoomServerTest, APictureThatIsReplacedBeforeItIsSentIsNotWaitedFor) {
+  const auto slow = visitor();
+  const auto witness = visitor();
+  std::size_t drawn = 0;
+  // Shows another picture and waits until it has been sent to whoever takes it.
+  const auto change = [&] {
+    model_.draw("presenter", static_cast<std::uint8_t>(10 * ++drawn));
+    EXPECT_TRUE(pumpUntil([&] { return witness->pictures() == drawn; }));
+    witness->sendText(R"({"type":"drawn","view":"presenter"})");
+  };
+  for (const auto* client : {&slow, &witness})
+    (*client)->sendText(R"({"type":"watch","views":["presenter"]})");
+  change();
+  EXPECT_TRUE(pumpUntil([&] { return slow->pictures() == 1; }));
+  slow->sendText(R"({"type":"drawn","view":"presenter"})");
+
+  // An answer longer than what the system takes in keeps all that follows waiting.
+  model_.problem = std::string(32UL * 1024 * 1024, 'x');
+  slow->sendText(R"({"type":"act","action":1,"text":"play"})");
+  EXPECT_TRUE(pumpUntil([&] { return model_.actions.size() == 1; }));
+  change();
+  change();
+  EXPECT_TRUE(pumpUntil([&] { return slow->pictures() == 2; })) << "the newest only";
+  change();
+  EXPECT_TRUE(pumpUntil([&] { return slow->pictures() == 3; })) << "one drawn, one on its way";
+}
+
 TEST_F(RoomServerTest, TwoVisitorsSeeTheSame) {
   auto first = visitor();
   auto second = visitor();
