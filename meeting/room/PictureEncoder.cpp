@@ -39,7 +39,11 @@ void PictureEncoder::work() {
     auto next = std::move(waiting_.front());
     waiting_.pop_front();
     lock.unlock();
-    done_(next.first, jpeg.encode(render(next.second)));
+    try {
+      done_(next.first, jpeg.encode(render(next.second)));
+    } catch (...) {
+      // Too large for the memory that is left, say: the next one may not be.
+    }
     next = {};  // lets the pictures go
     lock.lock();
   }

@@ -18,6 +18,7 @@ namespace meeting {
 class PictureEncoder {
  public:
   // Called on the encoder's thread with each finished picture; an empty one could not be encoded.
+  // A picture in whose making or taking something is thrown is dropped.
   using Done = std::function<void(const std::string& view, std::vector<unsigned char> jpeg)>;
 
   explicit PictureEncoder(Done done);

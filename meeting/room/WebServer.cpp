@@ -70,6 +70,45 @@ Response refusal(const Request& request, http::status status) {
   return answer(request, status, "text/plain; charset=utf-8", std::string(reason) + '\n');
 }
 
+// Does the work for a visitor or connection; something that is thrown ends that one only.
+template <typename Owner, typename Work>
+void orEnd(Owner& owner, Work work) {
+  try {
+    work();
+  } catch (...) {
+    owner.end();
+  }
+}
+
+// What an operation's handler holds of a visitor or connection. An operation that something thrown
+// has broken off never calls its handler and only drops it: then, too, its owner ends.
+template <typename Owner>
+class Stake {
+ public:
+  explicit Stake(std::shared_ptr<Owner> owner) : owner_(std::move(owner)) {}
+  ~Stake() {
+    if (!called_ && owner_->runs()) orEnd(*owner_, [this] { owner_->end(); });
+  }
+  Stake(const Stake&) = delete;
+  Stake& operator=(const Stake&) = delete;
+
+  template <typename Work>
+  void call(Work& work, error_code error) {
+    called_ = true;
+    orEnd(*owner_, [&] { work(*owner_, error); });
+  }
+
+ private:
+  const std::shared_ptr<Owner> owner_;
+  bool called_ = false;
+};
+
+template <typename Owner, typename Work>
+auto handler(std::shared_ptr<Owner> owner, Work work) {
+  return [stake = std::make_shared<Stake<Owner>>(std::move(owner)), work = std::move(work)](
+             error_code error, std::size_t = 0) mutable { stake->call(work, error); };
+}
+
 }  // namespace
 
 class Visitor;
@@ -77,12 +116,17 @@ class Visitor;
 struct WebServer::Impl {
   explicit Impl(WebServerDelegate& theDelegate) : delegate(theDelegate) {}
 
+  void run();
   void accept();
-  std::shared_ptr<Visitor> find(VisitorId id);
+  void admit(tcp::socket socket);
+  // Has the work done for the visitor, if it is still there, on the server's thread. [any-thread]
+  template <typename Work>
+  void post(VisitorId id, Work work);
 
   asio::io_context context{1};
   tcp::acceptor acceptor{context};
   asio::steady_timer acceptPause{context};
+  bool accepting = false;  // or pausing
   WebServerDelegate& delegate;
   std::optional<Access> access;  // set as soon as the port is known
   std::size_t connections = 0;
@@ -103,20 +147,21 @@ class Visitor : public std::enable_shared_from_this<Visitor> {
     socket_.set_option(websocket::stream_base::timeout{kRequestTime, kSilence, true});
     socket_.read_message_max(WebServer::kMaxTextBytes);
     socket_.auto_fragment(false);
-    socket_.async_accept(request, [self = shared_from_this()](error_code error) {
-      if (error) return self->end();
-      self->open_ = true;
-      self->server_.delegate.onVisitor(self->id_);
-      self->read();
-    });
+    socket_.async_accept(request, handler(shared_from_this(), [](Visitor& self, error_code error) {
+                           if (error) return self.end();
+                           self.open_ = true;
+                           self.server_.delegate.onVisitor(self.id_);
+                           self.read();
+                         }));
   }
 
   void read() {
     buffer_.clear();
-    socket_.async_read(buffer_, [self = shared_from_this()](error_code error, std::size_t) {
-      if (error || !self->socket_.got_text()) return self->end();
-      self->server_.delegate.onText(self->id_, beast::buffers_to_string(self->buffer_.data()));
-    });
+    socket_.async_read(buffer_, handler(shared_from_this(), [](Visitor& self, error_code error) {
+                         if (error || !self.socket_.got_text()) return self.end();
+                         self.server_.delegate.onText(
+                             self.id_, beast::buffers_to_string(self.buffer_.data()));
+                       }));
   }
 
   void send(Outgoing message) {
@@ -134,9 +179,12 @@ class Visitor : public std::enable_shared_from_this<Visitor> {
     error_code ignored;
     beast::get_lowest_layer(socket_).socket().close(ignored);
     --server_.connections;
+    const auto self = shared_from_this();
+    server_.visitors.erase(id_);
     if (open_) server_.delegate.onGone(id_);
-    server_.visitors.erase(id_);  // the last use of this object, it may be
   }
+
+  bool runs() const { return !server_.context.stopped(); }
 
  private:
   void write() {
@@ -144,12 +192,13 @@ class Visitor : public std::enable_shared_from_this<Visitor> {
     writing_ = true;
     const Outgoing next = outbox_.take();
     socket_.binary(next.binary);
-    socket_.async_write(asio::buffer(*next.data),
-                        [self = shared_from_this(), data = next.data](error_code error, size_t) {
-                          self->writing_ = false;
-                          if (error) return self->end();
-                          self->write();
-                        });
+    socket_.async_write(
+        asio::buffer(*next.data),
+        handler(shared_from_this(), [data = next.data](Visitor& self, error_code error) {
+          self.writing_ = false;
+          if (error) return self.end();
+          self.write();
+        }));
   }
 
   WebServer::Impl& server_;
@@ -173,11 +222,20 @@ class Connection : public std::enable_shared_from_this<Connection> {
     parser_->header_limit(WebServer::kMaxHeaderBytes);
     stream_.expires_after(kRequestTime);
     http::async_read_header(stream_, buffer_, *parser_,
-                            [self = shared_from_this()](error_code error, std::size_t) {
-                              if (error) return self->end();
-                              self->handle(self->parser_->get());
-                            });
+                            handler(shared_from_this(), [](Connection& self, error_code error) {
+                              if (error) return self.end();
+                              self.handle(self.parser_->get());
+                            }));
   }
+
+  void end() {
+    if (std::exchange(ended_, true)) return;
+    error_code ignored;
+    stream_.socket().shutdown(tcp::socket::shutdown_both, ignored);
+    --server_.connections;
+  }
+
+  bool runs() const { return !server_.context.stopped(); }
 
  private:
   void handle(const Request& request) {
@@ -203,24 +261,21 @@ class Connection : public std::enable_shared_from_this<Connection> {
       return respond(refusal(request, http::status::service_unavailable));
     const VisitorId id = ++server_.lastVisitor;
     const auto visitor = std::make_shared<Visitor>(server_, std::move(stream_), id);
-    server_.visitors[id] = visitor;
-    visitor->accept(request);
+    ended_ = true;  // the connection is the visitor's now
+    orEnd(*visitor, [&] {
+      server_.visitors[id] = visitor;
+      visitor->accept(request);
+    });
   }
 
   void respond(Response response) {
     response_.emplace(std::move(response));
     stream_.expires_after(kRequestTime);
     http::async_write(stream_, *response_,
-                      [self = shared_from_this()](error_code error, std::size_t) {
-                        if (error || !self->response_->keep_alive()) return self->end();
-                        self->read();
-                      });
-  }
-
-  void end() {
-    error_code ignored;
-    stream_.socket().shutdown(tcp::socket::shutdown_both, ignored);
-    --server_.connections;
+                      handler(shared_from_this(), [](Connection& self, error_code error) {
+                        if (error || !self.response_->keep_alive()) return self.end();
+                        self.read();
+                      }));
   }
 
   WebServer::Impl& server_;
@@ -228,30 +283,55 @@ class Connection : public std::enable_shared_from_this<Connection> {
   beast::flat_buffer buffer_{WebServer::kMaxHeaderBytes + 1024UL};
   std::optional<http::request_parser<http::empty_body>> parser_;
   std::optional<Response> response_;
+  bool ended_ = false;
 };
+
+// What is thrown has ended those whose it was by the time it arrives here.
+void WebServer::Impl::run() {
+  while (!context.stopped()) {
+    try {
+      if (!accepting) accept();
+      context.run();
+    } catch (...) {
+      std::this_thread::yield();
+    }
+  }
+}
 
 void WebServer::Impl::accept() {
   acceptor.async_accept([this](error_code error, tcp::socket socket) {
-    if (error) {
-      acceptPause.expires_after(kAcceptPause);
-      acceptPause.async_wait([this](error_code cancelled) {
-        if (!cancelled) accept();
-      });
-      return;
+    accepting = false;
+    if (!error) {
+      admit(std::move(socket));
+      return accept();
     }
-    if (connections < kMaxConnections) {
-      ++connections;
-      error_code ignored;
-      socket.set_option(tcp::no_delay(true), ignored);
-      std::make_shared<Connection>(*this, std::move(socket))->read();
-    }
-    accept();
+    acceptPause.expires_after(kAcceptPause);
+    acceptPause.async_wait([this](error_code cancelled) {
+      accepting = false;
+      if (!cancelled) accept();
+    });
+    accepting = true;
   });
+  accepting = true;
 }
 
-std::shared_ptr<Visitor> WebServer::Impl::find(VisitorId id) {
-  const auto found = visitors.find(id);
-  return found == visitors.end() ? nullptr : found->second;
+void WebServer::Impl::admit(tcp::socket socket) {
+  if (connections >= kMaxConnections) return;
+  error_code ignored;
+  socket.set_option(tcp::no_delay(true), ignored);
+  const auto connection = std::make_shared<Connection>(*this, std::move(socket));
+  ++connections;
+  orEnd(*connection, [&] { connection->read(); });
+}
+
+template <typename Work>
+void WebServer::Impl::post(VisitorId id, Work work) {
+  asio::post(context, [this, id, work = std::move(work)]() mutable {
+    const auto found = visitors.find(id);
+    if (found == visitors.end()) return;
+    const auto visitor = found->second;
+    orEnd(*visitor, [&] { work(*visitor); });
+  });
 }
 
 std::variant<std::unique_ptr<WebServer>, std::string> WebServer::open(const Setup& setup,
@@ -275,8 +355,7 @@ std::variant<std::unique_ptr<WebServer>, std::string> WebServer::open(const Setu
 }
 
 WebServer::WebServer(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {
-  impl_->accept();
-  impl_->thread = std::thread([impl = impl_.get()] { impl->context.run(); });
+  impl_->thread = std::thread([impl = impl_.get()] { impl->run(); });
 }
 
 WebServer::~WebServer() {
@@ -289,21 +368,17 @@ std::uint16_t WebServer::port() const { return impl_->access->port(); }
 std::string WebServer::url() const { return impl_->access->url(); }
 
 void WebServer::send(VisitorId visitor, Outgoing message) {
-  asio::post(impl_->context, [impl = impl_.get(), visitor, message = std::move(message)]() mutable {
-    if (const auto found = impl->find(visitor)) found->send(std::move(message));
+  impl_->post(visitor, [message = std::move(message)](Visitor& found) mutable {
+    found.send(std::move(message));
   });
 }
 
 void WebServer::readOn(VisitorId visitor) {
-  asio::post(impl_->context, [impl = impl_.get(), visitor] {
-    if (const auto found = impl->find(visitor)) found->read();
-  });
+  impl_->post(visitor, [](Visitor& found) { found.read(); });
 }
 
 void WebServer::dismiss(VisitorId visitor) {
-  asio::post(impl_->context, [impl = impl_.get(), visitor] {
-    if (const auto found = impl->find(visitor)) found->end();
-  });
+  impl_->post(visitor, [](Visitor& found) { found.end(); });
 }
 
 std::optional<bool> isLoopback(const std::string& address) {

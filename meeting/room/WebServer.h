@@ -19,7 +19,7 @@ namespace meeting {
 // From 1; never given twice.
 using VisitorId = std::uint64_t;
 
-// Called on the server's thread.
+// Called on the server's thread. Whatever is thrown costs the visitor the connection.
 class WebServerDelegate {
  public:
   virtual void onVisitor(VisitorId visitor) = 0;
