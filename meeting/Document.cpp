@@ -161,6 +161,7 @@ std::optional<Failure> Document::startFailure() const {
 
 // Without a view to look at, while the presenter's object is hidden, the stream tells.
 bool Document::isPlaying() const {
+  if (!presenter_ && !recording_) return false;
   const auto view = player();
   return view ? view->isPlaying() : recorder_->state() == StreamState::playing;
 }
