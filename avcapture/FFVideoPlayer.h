@@ -55,7 +55,7 @@ class FFVideoPlayer final : public KTVideoPlayer {
   void setNBRMode(bool on) override { nbrMode_ = on; }
 
   void active() override { active_ = true; }
-  void deactive() override { active_ = false; }
+  void deactive() override;
   void roleChanged(bool presenter) override { presenter_ = presenter; }
   void willChangeFitMode() override;
   void setFullscreen(const platform::Value& on) override;

@@ -59,6 +59,12 @@ void FFVideoPlayer::setFullscreen(const platform::Value& on) {
   attachToSuperView(home);
 }
 
+// Full-screen, the container hangs in the window itself, where who removes our home doesn't reach.
+void FFVideoPlayer::deactive() {
+  active_ = false;
+  setFullscreen(false);
+}
+
 // Puts the container over everything in the window that `home` is in.
 void FFVideoPlayer::fillWindow(platform::View& home) {
   if (!placeholder_) placeholder_ = std::make_shared<platform::View>();

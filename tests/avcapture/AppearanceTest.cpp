@@ -215,6 +215,17 @@ TEST_F(Appearance, FullscreenFillsTheWindowAndComesBack) {
   EXPECT_EQ(home->subviews().size(), 1U);
 }
 
+TEST_F(Appearance, DeactivationLeavesFullscreen) {
+  const auto container = player->containerView();
+  player->active();
+  player->setFullscreen(true);
+  player->deactive();
+  EXPECT_FALSE(player->fullscreen());
+  EXPECT_EQ(container->superview(), home.get());
+  home->removeFromSuperview();  // as its owner does when it is deactivated
+  EXPECT_TRUE(window->subviews().empty()) << "nothing of the movie is left in the window";
+}
+
 TEST_F(Appearance, FullscreenSurvivesItsHome) {
   const auto container = player->containerView();
   const auto other = std::make_shared<platform::View>(platform::Rect{{5, 5}, {200, 100}});
