@@ -10,6 +10,8 @@ namespace {
 constexpr std::size_t kSpareBytes = 64;
 // Kept for the pictures to come; more than that were needed for a moment only.
 constexpr std::size_t kMaxIdle = 4;
+// Times what is needed: room beyond that is not kept.
+constexpr std::size_t kMostSpareRoom = 4;
 // A still may be shown at many sizes one after the other.
 constexpr std::size_t kMaxRenditions = 4;
 }  // namespace
@@ -18,28 +20,60 @@ struct FramePoolCore {
   std::mutex mutex;
   // Guarded by mutex:
   std::vector<std::unique_ptr<Frame>> idle;
+  std::size_t needed = 0;  // bytes, by the latest picture
   FramePoolStatistics statistics;
 
   FramePoolCore() { idle.reserve(kMaxIdle); }
 
-  std::unique_ptr<Frame> take() {
+  // A frame that may have too little room, but never far too much.
+  std::unique_ptr<Frame> take(std::size_t room) {
     const std::lock_guard lock(mutex);
+    needed = room;
+    std::erase_if(idle, [this](const auto& frame) { return dropped(*frame); });
     if (!idle.empty()) {
       auto frame = std::move(idle.back());
       idle.pop_back();
       return frame;
     }
+    auto frame = std::make_unique<Frame>();
     ++statistics.frames;
     statistics.most = std::max(statistics.most, statistics.frames);
-    return std::make_unique<Frame>();
+    return frame;
+  }
+
+  // Without room for the pixels, throws and leaves the frame without any.
+  void makeRoom(Frame& frame, std::size_t room) {
+    if (frame.room_ >= room) return;
+    frame.pixels.reset();
+    resized(frame, 0);
+    frame.pixels = std::make_unique_for_overwrite<std::uint8_t[]>(room);
+    resized(frame, room);
   }
 
   void giveBack(std::unique_ptr<Frame> frame) {
     const std::lock_guard lock(mutex);
+    if (dropped(*frame)) return;
     if (idle.size() < kMaxIdle)
       idle.push_back(std::move(frame));
     else
-      --statistics.frames;
+      forget(*frame);
+  }
+
+ private:
+  // Whether the frame, which nobody holds, is too large to be kept.
+  bool dropped(const Frame& frame) {
+    if (frame.room_ / kMostSpareRoom <= needed) return false;
+    forget(frame);
+    return true;
+  }
+  void forget(const Frame& frame) {
+    --statistics.frames;
+    statistics.bytes -= frame.room_;
+  }
+  void resized(Frame& frame, std::size_t room) {
+    const std::lock_guard lock(mutex);
+    statistics.bytes += room - frame.room_;
+    frame.room_ = room;
   }
 };
 
@@ -70,20 +104,18 @@ FramePool::FramePool() : core_(std::make_shared<FramePoolCore>()) {}
 
 FrameRef FramePool::make(std::uint64_t timestampMs, const Shape& shape,
                          const std::function<void(std::uint8_t*)>& fill) {
-  auto frame = core_->take();
   const std::size_t room = std::size_t{shape.bytesPerRow} * shape.height + kSpareBytes;
-  if (frame->room_ < room) {
-    frame->pixels = std::make_unique_for_overwrite<std::uint8_t[]>(room);
-    frame->room_ = room;
-  }
+  Frame* const frame = core_->take(room).release();
+  frame->home_ = core_;
+  frame->references_.store(1, std::memory_order_relaxed);
+  FrameRef made(frame);  // goes back when something throws
+  core_->makeRoom(*frame, room);
   fill(frame->pixels.get());
   frame->timestampMs = timestampMs;
   frame->width = shape.width;
   frame->height = shape.height;
   frame->bytesPerRow = shape.bytesPerRow;
-  frame->home_ = core_;
-  frame->references_.store(1, std::memory_order_relaxed);
-  return FrameRef(frame.release());
+  return made;
 }
 
 FrameRef FramePool::copyOf(const VideoSample& sample) {

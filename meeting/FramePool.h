@@ -1,5 +1,6 @@
 // Pictures on their way to attendees: made once, shared by all who show them, reused. How many
-// there are is bounded by those who hold them, an attendee a few. [any-thread]
+// there are is bounded by those who hold them, an attendee a few; how large those are that nobody
+// holds, by what the latest picture needed. [any-thread]
 #pragma once
 
 #include <atomic>
@@ -56,6 +57,7 @@ struct Frame {
  private:
   friend class FrameRef;
   friend class FramePool;
+  friend struct FramePoolCore;
   std::size_t room_ = 0;  // bytes
   std::atomic<int> references_{0};
   std::shared_ptr<FramePoolCore> home_;  // set while in use
@@ -63,10 +65,11 @@ struct Frame {
   mutable std::vector<FrameRef> renditions_;  // guarded by renditionsMutex_; the oldest first
 };
 
-// How many frames a pool has made that still exist, now and at most.
+// What a pool has made that still exists.
 struct FramePoolStatistics {
   std::size_t frames = 0;
-  std::size_t most = 0;
+  std::size_t most = 0;   // frames at a time
+  std::size_t bytes = 0;  // that the frames have room for
 };
 
 class FramePool {
