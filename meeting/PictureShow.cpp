@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <new>
 #include <utility>
 
 namespace meeting {
@@ -121,8 +122,17 @@ void PictureShow::work() {
       takenAt_ = std::chrono::steady_clock::now();
       counts_.size = sizeOf(current_);
     }
-    draw(lock);
+    tryDraw(lock);
     if (takes) ++counts_.received;
+  }
+}
+
+// A picture that there is no memory for is not shown; the next one, or another size, may fit.
+void PictureShow::tryDraw(Lock& lock) {
+  try {
+    draw(lock);
+  } catch (const std::bad_alloc&) {
+    if (!lock.owns_lock()) lock.lock();
   }
 }
 

@@ -49,6 +49,7 @@ class PictureShow {
   void redraw(Lock lock);
   bool isResting() const;
   bool waitForWork(Lock& lock);
+  void tryDraw(Lock& lock);
   void work();
   void draw(Lock& lock);
 
