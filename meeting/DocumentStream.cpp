@@ -30,7 +30,7 @@ std::optional<MM_MEDIA_STREAMING_PLAYSTATUS> playStatusOf(MM_MEDIASTREAMING_SOUR
 
 DocumentStream::DocumentStream(DocumentIds ids, StreamObserver& observer,
                                std::shared_ptr<const platform::Clock> clock)
-    : ids_(ids), observer_(observer), clock_(std::move(clock)) {}
+    : ids_(ids), observer_(observer), clock_(std::move(clock)), samples_(*clock_) {}
 
 DocumentStream::~DocumentStream() = default;
 

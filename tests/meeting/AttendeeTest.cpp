@@ -2,16 +2,30 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <limits>
+#include <new>
 
 #include "tests/meeting/PlatformFixture.h"
+
+// In this program there is no memory for arrays that are larger than this.
+constexpr std::size_t kLargestArray = std::size_t{256} << 20;
+
+void* operator new[](std::size_t size) {
+  void* const array = size <= kLargestArray ? std::malloc(size) : nullptr;
+  if (array == nullptr) throw std::bad_alloc();
+  return array;
+}
+void operator delete[](void* array) noexcept { std::free(array); }
+void operator delete[](void* array, std::size_t) noexcept { std::free(array); }
 
 namespace meeting {
 namespace {
 
 using std::chrono_literals::operator""h;
+using std::chrono_literals::operator""ms;
 
 class AttendeeTest : public PlatformFixture {
  protected:
@@ -238,6 +252,72 @@ TEST_F(AttendeeTest, LateOnesSeeTheStillPicture) {
   waitForSize(*attendee_.view, {5, 3});
   EXPECT_EQ(attendee_.view->contents()->pixels[0], 40);
   EXPECT_EQ(observer_.wanted, 0);
+}
+
+TEST_F(AttendeeTest, RoomForLargePicturesIsGivenBack) {
+  watch(attendee_);
+  join(attendee_);
+  for (std::uint64_t n = 1; n <= 2; ++n) {
+    sendSample(Sample(n, 2000, 1000));
+    whenReceived(attendee_, n);
+  }
+  EXPECT_GE(platform_.pictures().bytes, 2U * 6000 * 1000) << "one is kept for the next picture";
+  sendPicture(3);
+  whenReceived(attendee_, 3);
+  EXPECT_LT(platform_.pictures().bytes, 1000U) << "neither what was idle nor what was on show";
+}
+
+TEST_F(AttendeeTest, APictureThatThereIsNoMemoryForIsNotShown) {
+  attendee_.view->setFrame({{0, 0}, {16384, 16384}});
+  watch(attendee_);
+  join(attendee_);
+  for (std::uint64_t n = 1; n <= 3; ++n) {
+    sendPicture(n);
+    whenReceived(attendee_, n);
+  }
+  EXPECT_FALSE(attendee_.view->contents());
+  attendee_.view->setFrame({{0, 0}, {10, 6}});
+  waitForSize(*attendee_.view, {10, 6});
+  EXPECT_EQ(attendee_.view->contents()->pixels[0], 3);
+}
+
+// One picture in many seconds, and nobody there when it comes.
+TEST_F(AttendeeTest, LateOnesSeeAPictureThatIsAtMostHalfASecondOlderThanTheNewest) {
+  struct Case {
+    const char* name;
+    platform::Duration between;
+    std::int64_t seekTo;  // in between, or none
+    int shown;
+  };
+  const Case cases[] = {
+      {"one picture", 0ms, -1, 1},
+      {"soon followed", 499ms, -1, 1},
+      {"followed", 500ms, -1, 2},
+      {"followed after a seek", 40ms, 5000, 2},
+  };
+  for (const Case& test : cases) {
+    SCOPED_TRACE(test.name);
+    presenter_->lose();
+    presenter_ = platform_.attachPresenter(presenterPeer_);
+    present();
+    Seat late(platform_);
+    setStatus(MM_MEDIASTREAMING_PLAY, 0);
+    sendPicture(1);
+    step(test.between);
+    if (test.seekTo >= 0) setStatus(MM_MEDIASTREAMING_PLAY, test.seekTo);
+    if (test.between > 0ms) sendPicture(2);
+    step(8000ms);
+    watch(late);
+    join(late);
+    whenReceived(late, 1);
+    EXPECT_EQ(late.view->contents()->pixels[0], test.shown);
+    EXPECT_EQ(observer_.wanted, 0) << "the next one is about to come";
+    leave(late);
+    sendPicture(3);  // the kept one is old by now
+    join(late);
+    whenReceived(late, 2);
+    EXPECT_EQ(late.view->contents()->pixels[0], 3);
+  }
 }
 
 TEST_F(AttendeeTest, TheNewestPictureWinsAndMemoryStaysBounded) {
