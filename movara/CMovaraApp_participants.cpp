@@ -84,7 +84,8 @@ void CMovaraApp::OnCommandData(unsigned char* data, unsigned int length, unsigne
   if (header.dwCommand == SVS_JOINSESSION_FAILED_CMD) {
     if ((GetCurrentRole() & UCF_ROLE_ATTENDEE) != 0) {
       MacInfoTrace2(kTraceModule, "Receive SVS_JOINSESSION_FAILED_CMD cmd");
-      handleSessionMessage(SESSION_MSG_JOIN_FAILED, nullptr);
+      RouteMessage(MODULE_TYPE_SVS, MODULE_TYPE_SVS, ROUTE_TYPE_SESSION, SESSION_MSG_JOIN_FAILED,
+                   nullptr, nullptr);
     }
   } else if (header.dwCommand == SVS_QUERY_JOINSEESION_FAILED_CMD) {
     MacInfoTrace2(kTraceModule, "Receive OnCommandData(SVS_QUERY_JOINSEESION_FAILED_CMD)");

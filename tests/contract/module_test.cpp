@@ -1,4 +1,6 @@
 // What a host sees of the module before it drives an object: exports, faces, slots, creation.
+#include <dlfcn.h>
+
 #include <cstdio>
 #include <iterator>
 #include <sstream>
@@ -51,6 +53,34 @@ TEST(Bundle, ExportsItsPublicNamesAndNothingElse) {
       "invoke_safe_lib_constraint_handler", "safe_lib_default_constraint_handler",
       "safe_lib_ignore_handler"};
   EXPECT_THAT(definedSymbols("--dynamic"), UnorderedElementsAreArray(allowed));
+}
+
+// Hosts and other modules spell these texts themselves.
+TEST(Bundle, NamesItsNotificationsAndKeysAsHostsKnowThem) {
+  const std::pair<const char*, const char*> texts[] = {
+      {"HOLStatusNotification", "HOLStatusNotification"},
+      {"HOLStatusNoticationValueKey", "Status"},
+      {"PDQueryHOLStatusNotification", "PDQueryHOLStatusNotification"},
+      {"kMSVideoRenderSizeChangedNotification", "MSVideoRenderSizeChanged"},
+      {"kMSVideoRenderSourceIDKey", "MSVideoRenderSourceID"},
+      {"kMSVideoRenderWidthKey", "MSVideoRenderWidth"},
+      {"kMSVideoRenderHeightKey", "MSVideoRenderHeight"},
+      {"kMSActiveViewChangedNotification", "MSActiveViewChanged"},
+      {"kMSPauseEmbedPlayerNotification", "MSPauseEmbedPlayer"},
+      {"kMSHideOtherEmbedCtrlbarNotification", "MSHideOtherEmbedCtrlbar"},
+      {"kAVMovieFPSProperty", "kAVMovieFPSProperty"},
+      {"kAVMovieStatusProperty", "kAVMovieStatusProperty"},
+      {"kAVMMPFailoverProcessing", "kAVMMPFailoverProcessing"},
+      {"kAVMovieEmbedMode", "kAVMovieEmbedMode"},
+  };
+  void* const code = dlopen(MOVARA_BUNDLE_CODE, RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(code, nullptr) << dlerror();
+  for (const auto& [name, text] : texts) {
+    const auto* const constant = static_cast<const char* const*>(dlsym(code, name));
+    ASSERT_NE(constant, nullptr) << name;
+    EXPECT_STREQ(*constant, text);
+  }
+  dlclose(code);
 }
 
 TEST(Bundle, HasOneStaticInitialiser) {

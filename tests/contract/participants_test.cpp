@@ -1,4 +1,6 @@
 // What the instances of one document tell each other, and the video size that the client reports.
+#include <algorithm>
+
 #include "tests/contract/ContractFixture.h"
 #include "tests/movara/common/Listener.h"
 
@@ -27,7 +29,7 @@ TEST_F(ContractTest, APresenterWhoseJoinFailedAnswersTheQuestionForIt) {
     }
     forget();
     for (std::uint32_t bytes = 0; bytes <= 24; ++bytes) {
-      for (const std::uint32_t stated : {bytes, bytes + 4}) {
+      for (const std::uint32_t stated : {bytes, bytes + 4, bytes - std::min(bytes, 4U)}) {
         auto record = commandRecord(stated, SVS_QUERY_JOINSEESION_FAILED_CMD, bytes);
         runtime->OnCommandData(record.data(), bytes, 0, 0);
         const bool wellFormed = bytes >= 8 && stated == bytes;

@@ -262,7 +262,9 @@ TEST_F(PresenterTexts, OfTheSessionAndTheClient) {
          mediaInfo({});
        },
        {"I Receive OnCommandData(SVS_QUERY_JOINSEESION_FAILED_CMD)",
-        "I Receive SVS_JOINSESSION_FAILED_CMD cmd", "W Listener should not receive this message"}},
+        "I Receive SVS_JOINSESSION_FAILED_CMD cmd",
+        "I CMovaraApp::RouteMessage, type = 0, uMsg = 1, this = 0xAPP ",
+        "W Listener should not receive this message"}},
       {"end",
        [this] { present(); },
        [this] { release(); },
