@@ -22,7 +22,7 @@ constexpr bool kMemoryMeansSomething = true;
 #endif
 
 // What the libraries' caches and the heaps of the threads may keep, whoever came last.
-constexpr std::int64_t kSlackBytes = std::int64_t{16} << 20;
+constexpr std::int64_t kSlackBytes = std::int64_t{32} << 20;
 
 struct Held {
   std::int64_t threads = 0, descriptors = 0, bytes = 0;
