@@ -115,23 +115,22 @@ void Recording::sendVideoFormat() {
   if (!player_) return;
   const std::uint32_t size = videoSize_;
   tagMSVIDEOFORMATEX format = videoFormatOf(size >> 16, size & 0xFFFFU, player_->fps());
-  tagMSMediaFormat record{};
-  record.head = ids_;
-  record.eMediaType = MM_MEDIASTREAMING_MEDIATYPE_VIDEO;
-  record.pFormat = &format;
-  record.dwFormatSize = sizeof format;
-  send(MM_MEDIASTREAMING_CMD_MEDIA_FORMAT, &record);
+  sendFormat(MM_MEDIASTREAMING_MEDIATYPE_VIDEO, &format, sizeof format);
 }
 
 void Recording::sendAudioFormat() {
   if (!player_) return;
   const std::uint64_t shape = audioShape_;
   tMSAUDIOFORMATEX format = audioFormatOf(shape & 0xFFFFU, shape >> 16);
+  sendFormat(MM_MEDIASTREAMING_MEDIATYPE_AUDIO, &format, sizeof format);
+}
+
+void Recording::sendFormat(MM_MEDIASTREAMING_MEDIATYPE type, void* format, std::size_t bytes) {
   tagMSMediaFormat record{};
   record.head = ids_;
-  record.eMediaType = MM_MEDIASTREAMING_MEDIATYPE_AUDIO;
-  record.pFormat = &format;
-  record.dwFormatSize = sizeof format;
+  record.eMediaType = type;
+  record.pFormat = format;
+  record.dwFormatSize = bytes;
   send(MM_MEDIASTREAMING_CMD_MEDIA_FORMAT, &record);
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -43,6 +44,7 @@ class Recording final : public platform::Object,
   void sendStatus(MM_MEDIASTREAMING_SOURCE_STATUS status, std::uint64_t seekMark);
   void sendVideoFormat();
   void sendAudioFormat();
+  void sendFormat(MM_MEDIASTREAMING_MEDIATYPE type, void* format, std::size_t bytes);
   void send(MM_MEDIASTREAMING_COMMAND command, void* record);
 
   // AVPlayerActionListener
