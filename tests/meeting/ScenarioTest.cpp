@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -12,6 +11,7 @@
 #include "meeting/ScenarioPlayer.h"
 #include "platform/Clock.h"
 #include "platform/RunLoop.h"
+#include "tests/platform/TemporaryFolder.h"
 
 namespace meeting {
 namespace {
@@ -107,13 +107,13 @@ TEST(Scenario, RefusesWhatNobodyCanDo) {
 
 class ScenarioFile : public testing::Test {
  protected:
-  void SetUp() override { path_ = testing::TempDir() + "movara-scenario.txt"; }
-  void TearDown() override { std::remove(path_.c_str()); }
   std::variant<Scenario, std::string> read(const std::string& text) {
     std::ofstream(path_) << text;
     return readScenario(path_);
   }
-  std::string path_;
+  // A folder of its own: tests of this file run at the same time.
+  const TemporaryFolder folder_;
+  const std::string path_ = folder_ / "scenario.txt";
 };
 
 TEST_F(ScenarioFile, IsReadLineByLine) {
