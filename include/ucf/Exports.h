@@ -11,24 +11,26 @@ inline constexpr int UCF_INTERFACE_VERSION = 5;
 
 extern "C" {
 
-// Counts a load. Returns 0. [main-thread]
+// Counts a load. Returns 0. [main-thread; any-state]
 using UCFInitializeFn = UCFResult (*)();
 
-// Takes one load back; the last call before the module is unloaded. Returns 0. [main-thread]
+// Takes one load back; the last call before the module is unloaded, when no object is left. Returns
+// 0. [main-thread; loaded]
 using UCFCleanupFn = UCFResult (*)();
 
 // Creates one object for `container`, which must outlive it. `name` and the two reserved arguments
 // are not used; `fileName` is a zero-terminated narrow string or null. On success `*out` receives
 // the object and the result is 0; otherwise UCF_E_CREATE_FAILED and `*out` is left alone.
-// [main-thread]
+// [main-thread; loaded]
 using UCFCreateInstanceFn = UCFResult (*)(IUCFContainerBase* container, char* name, UCFCtx context,
                                           void* fileName, void* reserved, unsigned char reserved2,
                                           IUCFObjectBase** out);
 
-// Does nothing; objects end in their own Release. Returns 0. [main-thread]
+// Does nothing; objects end in their own Release. Returns 0. [main-thread; loaded]
 using UCFDeleteInstanceFn = UCFResult (*)(IUCFObjectBase* object);
 
-// UCF_INTERFACE_VERSION of the module; may be asked before any object exists. [any-thread]
+// UCF_INTERFACE_VERSION of the module; may be asked before any object exists.
+// [any-thread; any-state]
 using UCFGetInterfaceVersionFn = int (*)();
 }
 

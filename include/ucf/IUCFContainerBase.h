@@ -14,7 +14,7 @@ class UCF_INTERFACE IUCFContainerBase {
   UCF_SLOTS_BEGIN;
 
   // Stores the container's runtime or the framework's message router in `*out`, or null. The
-  // pointer is borrowed and valid as long as the container. [main-thread]
+  // pointer is borrowed and valid as long as the container. [main-thread; creating]
   UCF_SLOT(0);
   virtual UCFResult GetUCFInterface(UCFInterfaceID id, void** out) = 0;
 
@@ -25,7 +25,7 @@ class UCF_INTERFACE IUCFContainerBase {
   UCF_RESERVED_SLOT(5)
 
   // Gives back what a successful GetProperty or GetSharedProperty put into the variant.
-  // [main-thread]
+  // [main-thread; creating, live]
   UCF_SLOT(6);
   virtual void FreeVariant(tagUCFVariant* variant) = 0;
 
@@ -34,7 +34,7 @@ class UCF_INTERFACE IUCFContainerBase {
   UCF_RESERVED_SLOT(9)
   UCF_RESERVED_SLOT(10)
 
-  // Fills `*out` and returns 0, or returns nonzero and leaves it alone. [main-thread]
+  // Fills `*out` and returns 0, or returns nonzero and leaves it alone. [main-thread; creating]
   UCF_SLOT(11);
   virtual UCFResult GetProperty(std::uint32_t id, tagUCFVariant* out) = 0;
 
@@ -47,7 +47,8 @@ class UCF_INTERFACE IUCFContainerBase {
   UCF_RESERVED_SLOT(18)
 
   // Properties that the host keeps for the object from one activation to the next. Get fills `*out`
-  // and returns 0, or returns nonzero. Set copies what it is given. [main-thread]
+  // and returns 0, or returns nonzero. Set copies what it is given.
+  // [main-thread; live, releasing]
   UCF_SLOT(19);
   virtual UCFResult GetSharedProperty(std::uint32_t id, tagUCFVariant* out) = 0;
   UCF_SLOT(20);

@@ -28,16 +28,16 @@ class UCF_INTERFACE IUCFContainerRuntime {
  public:
   UCF_SLOTS_BEGIN;
 
-  // Nonzero when commands may be sent now. [main-thread]
+  // Nonzero when commands may be sent now. [main-thread; live]
   UCF_SLOT(0);
   virtual std::uint32_t CanSend() = 0;
 
-  // Runtime mode; UCF_RUNTIME_MODE_LISTENER forces the listener channel. [main-thread]
+  // Runtime mode; UCF_RUNTIME_MODE_LISTENER forces the listener channel. [main-thread; creating]
   UCF_SLOT(1);
   virtual std::uint32_t GetRuntimeMode() = 0;
 
   // Send a command record to all other participants, or to one. The data is copied; the last
-  // argument is 0. [main-thread]
+  // argument is 0. [main-thread; live]
   UCF_SLOT(2);
   virtual UCFResult SendDataToAll(void* data, std::uint32_t length, std::uint32_t reserved) = 0;
   UCF_SLOT(3);
@@ -53,29 +53,30 @@ class UCF_INTERFACE IUCFContainerRuntime {
   UCF_RESERVED_SLOT(10)
   UCF_RESERVED_SLOT(11)
 
-  // Publishes parameter data `id` of the document for all participants; copied. [main-thread]
+  // Publishes parameter data `id` of the document for all participants; copied. [main-thread; live]
   UCF_SLOT(12);
   virtual UCFResult SetParameterData(std::uint32_t id, void* data, std::uint32_t length) = 0;
 
   UCF_RESERVED_SLOT(13)
 
   // Ids 0 and 1: deliver that parameter data (again) through OnParameterData. The negative ids
-  // above are answered at once. [main-thread]
+  // above are answered at once. [main-thread; creating, live]
   UCF_SLOT(14);
   virtual std::uint32_t RequestParameterData(std::int32_t id) = 0;
 
   UCF_RESERVED_SLOT(15)
   UCF_RESERVED_SLOT(16)
 
-  // This participant's role bits. [main-thread]
+  // This participant's role bits. [main-thread; creating, live]
   UCF_SLOT(17);
   virtual std::uint32_t GetCurrentRole() = 0;
 
-  // Fills 8 bytes with this participant's identity; the first four are its user id. [main-thread]
+  // Fills 8 bytes with this participant's identity; the first four are its user id.
+  // [main-thread; live]
   UCF_SLOT(18);
   virtual UCFResult GetOwnIdentity(void* out) = 0;
 
-  // Fills the presenter's user id. [main-thread]
+  // Fills the presenter's user id. [main-thread; live]
   UCF_SLOT(19);
   virtual UCFResult GetPresenterUserId(std::uint32_t* out) = 0;
 
@@ -97,7 +98,7 @@ class UCF_INTERFACE IUCFContainerRuntime {
   UCF_RESERVED_SLOT(35)
   UCF_RESERVED_SLOT(36)
 
-  // Sets the state (0 or 1) of a host item; the last argument is 0. [main-thread]
+  // Sets the state (0 or 1) of a host item; the last argument is 0. [main-thread; live, releasing]
   UCF_SLOT(37);
   virtual UCFResult SetItemState(std::uint32_t item, std::uint32_t state,
                                  std::uint32_t reserved) = 0;

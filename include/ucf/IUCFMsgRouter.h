@@ -21,7 +21,8 @@ class UCF_INTERFACE IUCFMsgRouter {
   // owns; they are valid for the duration of the call, and the receiver may fill them where the
   // message says so.
   // Returns, from the host's router: nonzero for success. From an object: always 0.
-  // [main-thread; media data requests also delivery-thread]
+  // The host's router is called in all states of an object, an object's only while it is live.
+  // [main-thread, for media data requests delivery-thread; creating, live, releasing]
   UCF_SLOT(0);
   virtual UCFResult RouteMessage(enumMODULE_TYPE from, enumMODULE_TYPE to, unsigned long type,
                                  unsigned long uMsg, void* wParam, void* lParam) = 0;

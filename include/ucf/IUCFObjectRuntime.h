@@ -11,12 +11,12 @@ class UCF_INTERFACE IUCFObjectRuntime {
   UCF_SLOTS_BEGIN;
 
   // A command record from another participant's instance (mmp/ParticipantRecords.h), `length` bytes
-  // that stay the host's. [main-thread]
+  // that stay the host's. [main-thread; live]
   UCF_SLOT(0);
   virtual void OnCommandData(unsigned char* data, unsigned int length, unsigned long,
                              unsigned int) = 0;
 
-  // Block data: ignored. [main-thread]
+  // Block data: ignored. [main-thread; live]
   UCF_SLOT(1);
   virtual void OnAllBlockDataID(unsigned int, unsigned int*, tagUCFVdData*) = 0;
   UCF_SLOT(2);
@@ -33,11 +33,11 @@ class UCF_INTERFACE IUCFObjectRuntime {
   UCF_SLOT(7);
   virtual void OnBlockDataInFileRemoved(unsigned int) = 0;
 
-  // Parameter data `id` of the document, `length` bytes that stay the host's. [main-thread]
+  // Parameter data `id` of the document, `length` bytes that stay the host's. [main-thread; live]
   UCF_SLOT(8);
   virtual void OnParameterData(unsigned int id, unsigned char* data, unsigned int length) = 0;
 
-  // Changes of parameter data: ignored. [main-thread]
+  // Changes of parameter data: ignored. [main-thread; live]
   UCF_SLOT(9);
   virtual void OnParameterDataAppended(unsigned int, unsigned char*, unsigned int) = 0;
   UCF_SLOT(10);
@@ -45,11 +45,11 @@ class UCF_INTERFACE IUCFObjectRuntime {
   UCF_SLOT(11);
   virtual void OnAllParameterDataRemoved() = 0;
 
-  // This participant's role bits changed; bit 0 set means presenter. [main-thread]
+  // This participant's role bits changed; bit 0 set means presenter. [main-thread; live]
   UCF_SLOT(12);
   virtual void OnUserRoleChanged(unsigned int role) = 0;
 
-  // Participants, mute, system commands, status: ignored. [main-thread]
+  // Participants, mute, system commands, status: ignored. [main-thread; live]
   UCF_SLOT(13);
   virtual void OnUsersChanged(UCFUsersChange, unsigned long) = 0;
   UCF_SLOT(14);
@@ -59,7 +59,7 @@ class UCF_INTERFACE IUCFObjectRuntime {
   UCF_SLOT(16);
   virtual void OnStatusChanged(unsigned long, unsigned int, unsigned int, tagUCFVdData*) = 0;
 
-  // Ignored; returns 0. [main-thread]
+  // Ignored; returns 0. [main-thread; live]
   UCF_SLOT(17);
   virtual UCFResult SetProperty(char* name, char* value) = 0;
 

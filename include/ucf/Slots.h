@@ -3,10 +3,20 @@
 // The interfaces of this folder are called through their virtual tables by binaries that were built
 // apart, so the position of every function is part of the contract. Never reorder, never insert.
 //
-// Thread and state tags used at the end of each function's comment:
-//   [main-thread]      only the thread that runs the main run loop
-//   [delivery-thread]  one of the capture framework's delivery threads
-//   [any-thread]       no restriction
+// The comment of each function ends with a tag: the threads that may call it, then the states of
+// the object in which they may (scripts/check-contract holds this). A tag counts for the functions
+// that follow it without a blank line.
+//
+// Roles:
+//   main-thread      the thread that runs the main run loop
+//   delivery-thread  one of the capture framework's two, for pictures and for sound
+//   any-thread       no restriction
+// States:
+//   any-state        no restriction
+//   loaded           between UCFInitialize and UCFCleanup
+//   creating         inside UCFCreateInstance
+//   live             from the return of UCFCreateInstance until Release is called
+//   releasing        inside Release
 #ifndef UCF_SLOTS_H
 #define UCF_SLOTS_H
 
