@@ -6,7 +6,8 @@
 #include <alsa/asoundlib.h>
 
 #include <algorithm>
-#include <mutex>
+
+#include "platform/Mutex.h"
 
 namespace avcapture {
 
@@ -19,7 +20,7 @@ constexpr int kMostMilliseconds = 300;
 constexpr std::uint16_t kDeviceFrames = 1024;
 
 // SDL counts who uses its sound, and keeps a table of devices, without a lock of its own.
-std::mutex sdlMutex;
+platform::Mutex sdlMutex;
 
 std::size_t bytesOf(int milliseconds, const SoundFormat& format) {
   return static_cast<std::size_t>(format.rate) * static_cast<std::size_t>(milliseconds) / 1000 *
@@ -33,14 +34,14 @@ void ignoreAlsaComplaint(const char* /*file*/, int /*line*/, const char* /*funct
 }  // namespace
 
 AudioDevice::~AudioDevice() {
-  const std::lock_guard lock(sdlMutex);
+  const platform::Lock lock(sdlMutex);
   close();
   if (initialised_) SDL_QuitSubSystem(SDL_INIT_AUDIO);
   SDL_TLSCleanup();  // SDL keeps its last error per thread, and this thread is not SDL's
 }
 
 bool AudioDevice::open(const SoundFormat& format) {
-  const std::lock_guard lock(sdlMutex);
+  const platform::Lock lock(sdlMutex);
   close();
   format_ = format;
   if (!initialised_) {

@@ -73,34 +73,31 @@ bool Engine::openFile(const std::string& path) {
 // --- controls ---
 
 void Engine::play() {
-  Lock lock(mutex_);
-  if (!quit_) setPlaying(lock);
+  const platform::Lock lock(mutex_);
+  if (!quit_) setPlaying();
 }
 
 std::uint32_t Engine::playFromStart() {
-  Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   // In one step: a standing engine would deliver the first picture as a still.
   playing_ = !quit_;
   const std::uint32_t generation = beginGeneration(0, false);
-  if (playing_) setPlaying(lock);
+  if (playing_) setPlaying();
   return generation;
 }
 
-void Engine::setPlaying(Lock& lock) {
+void Engine::setPlaying() {
   playing_ = true;
   stillWanted_ = false;
   invalidImages_ = 0;
   endTold_ = false;
   startClockWhenReady();
   wakeAll();
-  if (!endIsNew()) return;
-  const std::uint32_t generation = generation_;
-  lock.unlock();
-  tellEnd(generation);
+  tellNewEnd();
 }
 
 void Engine::pause() {
-  const Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   playing_ = false;
   clock_.stop();
   stillWanted_ = true;
@@ -108,7 +105,7 @@ void Engine::pause() {
 }
 
 void Engine::finish() {
-  const Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   playing_ = false;
   clock_.stop();
   // Files without a length have it now, or one that they exceed; those that were cut short keep the
@@ -119,12 +116,12 @@ void Engine::finish() {
 }
 
 std::uint32_t Engine::seek(std::int64_t microseconds, bool notify) {
-  const Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   return beginGeneration(microseconds, notify);
 }
 
 std::uint32_t Engine::rewind() {
-  const Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   playing_ = false;
   return beginGeneration(0, false);
 }
@@ -146,9 +143,9 @@ std::uint32_t Engine::beginGeneration(std::int64_t microseconds, bool notify) {
 }
 
 void Engine::redeliver() {
-  const Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   stillWanted_ = !playing_;
-  pictureWake_.notify_all();
+  pictureWake_.notifyAll();
 }
 
 PlaybackStatistics Engine::statistics() const {
@@ -166,19 +163,19 @@ void Engine::startClockWhenReady() {
   const bool soundReady = !hasAudio_ || soundReady_ || (starved() && audioPackets_.empty());
   if (!pictureReady || !soundReady) return;
   clock_.start();
-  pictureWake_.notify_all();
-  soundWake_.notify_all();
+  pictureWake_.notifyAll();
+  soundWake_.notifyAll();
 }
 
-bool Engine::reached(Lock& lock, std::condition_variable& wake, std::int64_t microseconds) {
+bool Engine::reached(platform::CondVar& wake, std::int64_t microseconds) {
   if (!options_.paced) return true;
   if (!clock_.running()) {
-    wake.wait(lock);
+    wake.wait(mutex_);
     return false;
   }
   const platform::TimePoint due = clock_.due(microseconds);
   if (steadyClock_.now() >= due) return true;
-  wake.wait_until(lock, due);
+  wake.waitUntil(mutex_, due);
   return false;
 }
 
@@ -186,12 +183,15 @@ void Engine::advanceTo(std::int64_t microseconds) {
   position_ = std::max(position_.load(), microseconds);
 }
 
-void Engine::completeSeek(Lock& lock) {
-  seekPending_ = false;
+void Engine::tell(EngineEvent event) {
   const std::uint32_t generation = generation_;
-  lock.unlock();
-  outputs_.notify(EngineEvent::kSeeked, generation);
-  lock.lock();
+  const platform::Unlocked unlocked(mutex_);
+  outputs_.notify(event, generation);
+}
+
+void Engine::completeSeek() {
+  seekPending_ = false;
+  tell(EngineEvent::kSeeked);
 }
 
 bool Engine::endIsNew() {
@@ -201,13 +201,13 @@ bool Engine::endIsNew() {
   return true;
 }
 
-void Engine::endStream(Lock& lock, bool& ended) {
+void Engine::tellNewEnd() {
+  if (endIsNew()) tell(EngineEvent::kEnded);
+}
+
+void Engine::endStream(bool& ended) {
   ended = true;
-  if (!endIsNew()) return;
-  const std::uint32_t generation = generation_;
-  lock.unlock();
-  tellEnd(generation);
-  lock.lock();
+  tellNewEnd();
 }
 
 }  // namespace avcapture

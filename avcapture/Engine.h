@@ -18,11 +18,9 @@
 
 #include <array>
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -40,6 +38,7 @@
 #include "avcapture/SeekFilter.h"
 #include "avcapture/VideoConverter.h"
 #include "platform/Clock.h"
+#include "platform/Mutex.h"
 #include "platform/View.h"
 
 namespace avcapture {
@@ -76,21 +75,21 @@ class Engine : public std::enable_shared_from_this<Engine> {
 
   const MediaInfo& info() const { return info_; }
 
-  void play();
+  void play() EXCLUDES(mutex_);
   // Plays from the beginning. Returns as seek does.
-  std::uint32_t playFromStart();
+  std::uint32_t playFromStart() EXCLUDES(mutex_);
   // Stands still, and delivers the picture that shows as a still.
-  void pause();
+  void pause() EXCLUDES(mutex_);
   // Stands still where the movie ended.
-  void finish();
+  void finish() EXCLUDES(mutex_);
   // Goes to a movie time; while standing its picture is delivered as a still. `notify`: tell the
   // owner when it has completed. A later seek replaces one that has not completed. Returns the
   // number of the generation that it begins.
-  std::uint32_t seek(std::int64_t microseconds, bool notify);
+  std::uint32_t seek(std::int64_t microseconds, bool notify) EXCLUDES(mutex_);
   // Stands still at the beginning, whose picture is delivered as a still. Returns as seek does.
-  std::uint32_t rewind();
+  std::uint32_t rewind() EXCLUDES(mutex_);
   // Delivers the picture that shows as a still, unless playing.
-  void redeliver();
+  void redeliver() EXCLUDES(mutex_);
   void setVolume(int volume) { volume_.store(volume, std::memory_order_relaxed); }
 
   // Whom to call with what is delivered. It is kept alive during each call, and not called once
@@ -102,13 +101,13 @@ class Engine : public std::enable_shared_from_this<Engine> {
   };
   // Takes the place of the one before, and gets sound again where that one has stopped it. Returns
   // as seek does.
-  std::uint32_t attach(Listener listener);
+  std::uint32_t attach(Listener listener) EXCLUDES(mutex_);
   // No call into the sender's listener is under way or follows once these have returned, except one
   // that they are called from within. They serve main-thread messages while they wait.
-  void detach(const platform::Object* sender);
+  void detach(const platform::Object* sender) EXCLUDES(mutex_);
   // Ends sound, unless another one has been attached since.
-  void stopSound(const platform::Object* sender);
-  void stop();
+  void stopSound(const platform::Object* sender) EXCLUDES(mutex_);
+  void stop() EXCLUDES(mutex_);
 
   double positionSeconds() const {
     return static_cast<double>(position_.load(std::memory_order_relaxed)) / kMicrosecondsPerSecond;
@@ -120,7 +119,6 @@ class Engine : public std::enable_shared_from_this<Engine> {
 
  private:
   enum Which : std::size_t { kDemux, kDecode, kPicture, kSound, kThreadCount };
-  using Lock = std::unique_lock<std::mutex>;
   // The picture thread's own.
   struct PictureStage {
     std::uint32_t generation = 0;
@@ -142,50 +140,52 @@ class Engine : public std::enable_shared_from_this<Engine> {
   // Threads: EngineThreads.cpp
   void startThreads();
   void startThread(Which which, void (Engine::*body)());
-  void run(Which which, void (Engine::*body)());
+  void run(Which which, void (Engine::*body)()) EXCLUDES(mutex_);
   void join(Which which);
   void wakeAll();
-  void resumeSound();
+  void resumeSound() EXCLUDES(mutex_);
 
-  // Generations, the clock and the end: Engine.cpp; all with the mutex held.
-  std::uint32_t beginGeneration(std::int64_t microseconds, bool notify);
-  void startClockWhenReady();
-  bool starved() const;
-  bool endIsNew();
-  void setPlaying(Lock& lock);
-  void tellEnd(std::uint32_t generation) { outputs_.notify(EngineEvent::kEnded, generation); }
+  // Generations, the clock and the end: Engine.cpp
+  std::uint32_t beginGeneration(std::int64_t microseconds, bool notify) REQUIRES(mutex_);
+  void startClockWhenReady() REQUIRES(mutex_);
+  bool starved() const REQUIRES(mutex_);
+  void setPlaying() REQUIRES(mutex_);
+  bool endIsNew() REQUIRES(mutex_);
+  // Tells the owner, without the mutex meanwhile, when everything has been played.
+  void tellNewEnd() REQUIRES(mutex_);
+  void tell(EngineEvent event) REQUIRES(mutex_);
 
   // Demux and decode: EngineInput.cpp
-  void demuxLoop();
-  void decodeLoop();
-  bool packetsSuffice() const;
-  bool passOn(DecodedFrame frame, std::uint32_t generation);
+  void demuxLoop() EXCLUDES(mutex_);
+  void decodeLoop() EXCLUDES(mutex_);
+  bool packetsSuffice() const REQUIRES(mutex_);
+  bool passOn(DecodedFrame frame, std::uint32_t generation) EXCLUDES(mutex_);
 
   // Picture delivery: EnginePicture.cpp
-  void pictureLoop();
-  void pictureStep(Lock& lock, PictureStage& stage);
-  void takeFrame(Lock& lock, PictureStage& stage);
-  bool nextIsDue() const;
-  void deliverStill(Lock& lock, PictureStage& stage);
-  void playPicture(Lock& lock, PictureStage& stage);
-  void deliverPicture(Lock& lock, PictureStage& stage);
-  void handOut(Lock& lock, const std::shared_ptr<Picture>& picture, bool still);
+  void pictureLoop() EXCLUDES(mutex_);
+  void pictureStep(PictureStage& stage) REQUIRES(mutex_);
+  void takeFrame(PictureStage& stage) REQUIRES(mutex_);
+  std::shared_ptr<Picture> convert(const DecodedFrame& decoded);
+  bool nextIsDue() const REQUIRES(mutex_);
+  void deliverStill(PictureStage& stage) REQUIRES(mutex_);
+  void playPicture(PictureStage& stage) REQUIRES(mutex_);
+  void deliverPicture(PictureStage& stage) REQUIRES(mutex_);
+  void handOut(const std::shared_ptr<Picture>& picture, bool still) REQUIRES(mutex_);
 
   // Sound delivery: EngineSound.cpp
-  void soundLoop();
-  void soundStep(Lock& lock, SoundStage& stage, AudioDevice& device);
-  void decodeSound(Lock& lock, SoundStage& stage);
-  void deliverSound(Lock& lock, SoundStage& stage, AudioDevice& device);
+  void soundLoop() EXCLUDES(mutex_);
+  void soundStep(SoundStage& stage, AudioDevice& device) REQUIRES(mutex_);
+  void decodeSound(SoundStage& stage) REQUIRES(mutex_);
+  void deliverSound(SoundStage& stage, AudioDevice& device) REQUIRES(mutex_);
 
-  // A call into the listener, begun with the mutex held and made without it.
   class ListenerCall;
-  // The position only moves on within a generation. With the mutex held.
-  void advanceTo(std::int64_t microseconds);
-  void completeSeek(Lock& lock);
+  // The position only moves on within a generation.
+  void advanceTo(std::int64_t microseconds) REQUIRES(mutex_);
+  void completeSeek() REQUIRES(mutex_);
   // Whether movie time has got there; if not, waits until it does or something changes.
-  bool reached(Lock& lock, std::condition_variable& wake, std::int64_t microseconds);
+  bool reached(platform::CondVar& wake, std::int64_t microseconds) REQUIRES(mutex_);
   // Ends one stream, and the movie with it when it was the last.
-  void endStream(Lock& lock, bool& ended);
+  void endStream(bool& ended) REQUIRES(mutex_);
 
   // Constant once the threads run.
   const PlaybackOptions options_;
@@ -225,28 +225,30 @@ class Engine : public std::enable_shared_from_this<Engine> {
   std::atomic<std::uint64_t> framesDelivered_{0}, stillsDelivered_{0}, framesDropped_{0},
       audioBlocksDelivered_{0};
 
-  std::mutex mutex_;
-  // Everything below is guarded by mutex_.
-  std::condition_variable demuxWake_, decodeWake_, pictureWake_, soundWake_;
-  bool quit_ = false;
-  bool soundQuit_ = false;
-  bool playing_ = false;
-  std::uint32_t generation_ = 1;
-  std::int64_t target_ = 0;  // of the generation, microseconds
-  bool seekPending_ = false;
-  bool stillWanted_ = false;
-  PacketQueue videoPackets_, audioPackets_;
-  BoundedQueue<DecodedFrame, 3> frames_;
+  const platform::SteadyClock steadyClock_;
+
+  platform::CondVar demuxWake_, decodeWake_, pictureWake_, soundWake_;
+  platform::Mutex mutex_;
+  bool quit_ GUARDED_BY(mutex_) = false;
+  bool soundQuit_ GUARDED_BY(mutex_) = false;
+  bool playing_ GUARDED_BY(mutex_) = false;
+  std::uint32_t generation_ GUARDED_BY(mutex_) = 1;
+  std::int64_t target_ GUARDED_BY(mutex_) = 0;  // of the generation, microseconds
+  bool seekPending_ GUARDED_BY(mutex_) = false;
+  bool stillWanted_ GUARDED_BY(mutex_) = false;
+  PacketQueue videoPackets_ GUARDED_BY(mutex_), audioPackets_ GUARDED_BY(mutex_);
+  BoundedQueue<DecodedFrame, 3> frames_ GUARDED_BY(mutex_);
   // Converted, on their way back to be let go by the decode thread: the decoder's buffers stay with
   // the thread that manages them.
-  std::vector<FramePtr> spent_;
-  bool framesEnded_ = false;                        // none follows those in frames_
-  bool pictureReady_ = false, soundReady_ = false;  // enough to start the clock
-  bool pictureEnded_ = false, soundEnded_ = false;  // delivered to the end
-  bool endTold_ = false;
-  platform::SteadyClock steadyClock_;
-  MediaClock clock_{steadyClock_};
-  Listener listener_;
+  std::vector<FramePtr> spent_ GUARDED_BY(mutex_);
+  bool framesEnded_ GUARDED_BY(mutex_) = false;  // none follows those in frames_
+  // Enough to start the clock.
+  bool pictureReady_ GUARDED_BY(mutex_) = false, soundReady_ GUARDED_BY(mutex_) = false;
+  // Delivered to the end.
+  bool pictureEnded_ GUARDED_BY(mutex_) = false, soundEnded_ GUARDED_BY(mutex_) = false;
+  bool endTold_ GUARDED_BY(mutex_) = false;
+  MediaClock clock_ GUARDED_BY(mutex_){steadyClock_};
+  Listener listener_ GUARDED_BY(mutex_);
 };
 
 }  // namespace avcapture

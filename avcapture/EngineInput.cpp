@@ -28,38 +28,39 @@ void Engine::demuxLoop() {
   std::uint32_t generation = 1;
   bool ended = false;
   const int videoIndex = demuxer_.video() != nullptr ? demuxer_.video()->index : -1;
-  Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   while (!quit_) {
     if (generation != generation_) {
       generation = generation_;
       ended = false;
       const std::int64_t target = target_;
-      lock.unlock();
+      const platform::Unlocked unlocked(mutex_);
       demuxer_.seek(target);
-      lock.lock();
       continue;
     }
     if (ended || packetsSuffice()) {
       startClockWhenReady();
-      demuxWake_.wait(lock);
+      demuxWake_.wait(mutex_);
       continue;
     }
-    lock.unlock();
-    PacketPtr packet = demuxer_.read();
-    lock.lock();
+    PacketPtr packet;
+    {
+      const platform::Unlocked unlocked(mutex_);
+      packet = demuxer_.read();
+    }
     if (generation != generation_) continue;
     if (!packet) {
       ended = true;
       videoPackets_.end();
       audioPackets_.end();
-      decodeWake_.notify_one();
-      soundWake_.notify_one();
+      decodeWake_.notifyOne();
+      soundWake_.notifyOne();
     } else if (packet->stream_index == videoIndex) {
       videoPackets_.push(std::move(packet));
-      decodeWake_.notify_one();
+      decodeWake_.notifyOne();
     } else if (!soundQuit_) {
       audioPackets_.push(std::move(packet));
-      soundWake_.notify_one();
+      soundWake_.notifyOne();
     }
   }
 }
@@ -68,49 +69,49 @@ void Engine::decodeLoop() {
   std::uint32_t generation = 1;
   bool drained = false;
   SeekFilter filter;
-  Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   while (!quit_) {
     if (generation != generation_) {
       generation = generation_;
       drained = false;
       filter.restart(target_);
-      lock.unlock();
+      const platform::Unlocked unlocked(mutex_);
       videoDecoder_->flush();
-      lock.lock();
       continue;
     }
     if (drained || (videoPackets_.empty() && !videoPackets_.ended())) {
-      decodeWake_.wait(lock);
+      decodeWake_.wait(mutex_);
       continue;
     }
     const PacketPtr packet = videoPackets_.pop();
     drained = packet == nullptr;
-    demuxWake_.notify_one();
-    lock.unlock();
-    const auto out = [&](DecodedFrame frame) { return passOn(std::move(frame), generation); };
-    videoDecoder_->send(packet.get());
-    bool wanted = true;
-    while (FramePtr frame = videoDecoder_->receive()) {
-      const std::int64_t time = videoDecoder_->timeline().microseconds(frame->pts);
-      wanted = wanted && filter.push({std::move(frame), time}, out);
+    demuxWake_.notifyOne();
+    {
+      const platform::Unlocked unlocked(mutex_);
+      const auto out = [&](DecodedFrame frame) { return passOn(std::move(frame), generation); };
+      videoDecoder_->send(packet.get());
+      bool wanted = true;
+      while (FramePtr frame = videoDecoder_->receive()) {
+        const std::int64_t time = videoDecoder_->timeline().microseconds(frame->pts);
+        wanted = wanted && filter.push({std::move(frame), time}, out);
+      }
+      if (drained && wanted) filter.finish(out);
     }
-    if (drained && wanted) filter.finish(out);
-    lock.lock();
     if (drained && generation == generation_) {
       framesEnded_ = true;
-      pictureWake_.notify_one();
+      pictureWake_.notifyOne();
     }
   }
 }
 
 // Waits for room. False when nobody wants the frame any more.
 bool Engine::passOn(DecodedFrame frame, std::uint32_t generation) {
-  Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   spent_.clear();
-  decodeWake_.wait(lock, [&] { return quit_ || generation != generation_ || !frames_.full(); });
+  while (!quit_ && generation == generation_ && frames_.full()) decodeWake_.wait(mutex_);
   if (quit_ || generation != generation_) return false;
   frames_.push(std::move(frame));
-  pictureWake_.notify_one();
+  pictureWake_.notifyOne();
   return true;
 }
 

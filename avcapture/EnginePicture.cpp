@@ -6,30 +6,30 @@ namespace avcapture {
 
 void Engine::pictureLoop() {
   PictureStage stage;
-  Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   while (!quit_) {
     if (stage.generation != generation_) stage = {.generation = generation_};
-    pictureStep(lock, stage);
+    pictureStep(stage);
   }
 }
 
 // Does the first thing that there is to do, or waits for a change.
-void Engine::pictureStep(Lock& lock, PictureStage& stage) {
+void Engine::pictureStep(PictureStage& stage) {
   if (!stage.next && !frames_.empty()) {
-    takeFrame(lock, stage);
+    takeFrame(stage);
   } else if (!stage.arrived && framesEnded_) {
     stage.arrived = pictureReady_ = true;  // a generation without a picture
     startClockWhenReady();
   } else if (stillWanted_ && (stage.current || stage.next)) {
-    deliverStill(lock, stage);
+    deliverStill(stage);
   } else if (seekPending_ && stage.arrived) {
-    completeSeek(lock);
+    completeSeek();
   } else if (playing_ && stage.next) {
-    playPicture(lock, stage);
+    playPicture(stage);
   } else if (playing_ && framesEnded_ && !pictureEnded_) {
-    if (reached(lock, pictureWake_, stage.end)) endStream(lock, pictureEnded_);
+    if (reached(pictureWake_, stage.end)) endStream(pictureEnded_);
   } else {
-    pictureWake_.wait(lock);
+    pictureWake_.wait(mutex_);
   }
 }
 
@@ -39,9 +39,9 @@ bool Engine::nextIsDue() const {
          frames_.front().microseconds <= clock_.now();
 }
 
-void Engine::takeFrame(Lock& lock, PictureStage& stage) {
+void Engine::takeFrame(PictureStage& stage) {
   DecodedFrame decoded = frames_.pop();
-  decodeWake_.notify_one();
+  decodeWake_.notifyOne();
   // Dropped before the work of converting it, never after: a slow machine still shows pictures.
   if (stage.arrived && nextIsDue()) {
     ++framesDropped_;
@@ -49,18 +49,13 @@ void Engine::takeFrame(Lock& lock, PictureStage& stage) {
     return;
   }
   const bool first = !stage.arrived;
-  lock.unlock();
-  const Timeline& timeline = videoDecoder_->timeline();
-  const std::uint32_t milliseconds = timeline.milliseconds(decoded.frame->pts);
-  std::shared_ptr<Picture> picture = converter_->convert(*decoded.frame);
-  if (picture) {
-    picture->microseconds = decoded.microseconds;
-    picture->duration = timeline.duration(decoded.frame->pkt_duration);
-    picture->milliseconds = milliseconds;
+  std::shared_ptr<Picture> picture;
+  {
+    const platform::Unlocked unlocked(mutex_);
+    picture = convert(decoded);
     // What a standing player shows; a playing one shows it when its time has come, soon enough.
-    if (first) outputs_.show({picture, &picture->image});
+    if (picture && first) outputs_.show({picture, &picture->image});
   }
-  lock.lock();
   spent_.push_back(std::move(decoded.frame));
   if (!picture) ++framesDropped_;
   if (!picture || stage.generation != generation_) return;
@@ -69,42 +64,50 @@ void Engine::takeFrame(Lock& lock, PictureStage& stage) {
   startClockWhenReady();
 }
 
-void Engine::deliverStill(Lock& lock, PictureStage& stage) {
+// Null when it cannot be shown.
+std::shared_ptr<Picture> Engine::convert(const DecodedFrame& decoded) {
+  const Timeline& timeline = videoDecoder_->timeline();
+  const std::uint32_t milliseconds = timeline.milliseconds(decoded.frame->pts);
+  std::shared_ptr<Picture> picture = converter_->convert(*decoded.frame);
+  if (!picture) return nullptr;
+  picture->microseconds = decoded.microseconds;
+  picture->duration = timeline.duration(decoded.frame->pkt_duration);
+  picture->milliseconds = milliseconds;
+  return picture;
+}
+
+void Engine::deliverStill(PictureStage& stage) {
   stillWanted_ = false;
   if (!stage.current) stage.current = stage.next;
   invalidImages_ = 1;
-  handOut(lock, stage.current, true);
+  handOut(stage.current, true);
 }
 
-void Engine::playPicture(Lock& lock, PictureStage& stage) {
-  if (reached(lock, pictureWake_, stage.next->microseconds)) {
-    deliverPicture(lock, stage);
+void Engine::playPicture(PictureStage& stage) {
+  if (reached(pictureWake_, stage.next->microseconds)) {
+    deliverPicture(stage);
   }
 }
 
-void Engine::deliverPicture(Lock& lock, PictureStage& stage) {
+void Engine::deliverPicture(PictureStage& stage) {
   stage.current = std::move(stage.next);
   stage.next.reset();
   const std::int64_t duration = stage.current->duration;
   stage.end = stage.current->microseconds + (duration > 0 ? duration : framePeriod_);
   advanceTo(stage.current->microseconds);
   const std::shared_ptr<Picture> picture = stage.current;
-  handOut(lock, picture, false);
-  lock.unlock();
+  handOut(picture, false);
+  const platform::Unlocked unlocked(mutex_);
   outputs_.show({picture, &picture->image});
-  lock.lock();
 }
 
-void Engine::handOut(Lock& lock, const std::shared_ptr<Picture>& picture, bool still) {
-  std::optional<ListenerCall> call(std::in_place, *this, kPicture);
-  lock.unlock();
-  if (AVStreamDataListener* listener = call->listener()) {
+void Engine::handOut(const std::shared_ptr<Picture>& picture, bool still) {
+  const ListenerCall call(*this, kPicture);
+  if (AVStreamDataListener* listener = call.listener()) {
     ++(still ? stillsDelivered_ : framesDelivered_);
     listener->newImageArrive(picture->pixels, picture->image.width, picture->image.height,
                              picture->milliseconds);
   }
-  call.reset();
-  lock.lock();
 }
 
 }  // namespace avcapture

@@ -39,76 +39,74 @@ void send(AVStreamDataListener& listener, platform::Object* sender, const SoundB
 void Engine::soundLoop() {
   SoundStage stage;
   AudioDevice device;
-  Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   while (!quit_ && !soundQuit_) {
     if (stage.generation != generation_) {
       const std::int64_t target = target_;
       stage = {.generation = generation_};
-      lock.unlock();
+      const platform::Unlocked unlocked(mutex_);
       audioDecoder_->restart(target);
       device.clear();
-      lock.lock();
       continue;
     }
-    soundStep(lock, stage, device);
+    soundStep(stage, device);
   }
 }
 
-void Engine::soundStep(Lock& lock, SoundStage& stage, AudioDevice& device) {
+void Engine::soundStep(SoundStage& stage, AudioDevice& device) {
   if (!playing_ && device.sounding()) {
-    lock.unlock();
+    const platform::Unlocked unlocked(mutex_);
     device.pause();
-    lock.lock();
   } else if (!stage.next && !audioDecoder_->finished()) {
-    decodeSound(lock, stage);
+    decodeSound(stage);
   } else if (!soundReady_) {
     soundReady_ = true;
     startClockWhenReady();
   } else if (seekPending_ && !hasVideo_) {
-    completeSeek(lock);
+    completeSeek();
   } else if (playing_ && stage.next) {
-    if (reached(lock, soundWake_, stage.next->microseconds)) deliverSound(lock, stage, device);
+    if (reached(soundWake_, stage.next->microseconds)) deliverSound(stage, device);
   } else if (playing_ && !soundEnded_) {
-    if (reached(lock, soundWake_, stage.end)) endStream(lock, soundEnded_);
+    if (reached(soundWake_, stage.end)) endStream(soundEnded_);
   } else {
-    soundWake_.wait(lock);
+    soundWake_.wait(mutex_);
   }
 }
 
 // Takes a block out of the decoder, or feeds it, or waits for something to feed it with.
-void Engine::decodeSound(Lock& lock, SoundStage& stage) {
-  lock.unlock();
-  stage.next = audioDecoder_->next();
-  lock.lock();
+void Engine::decodeSound(SoundStage& stage) {
+  {
+    const platform::Unlocked unlocked(mutex_);
+    stage.next = audioDecoder_->next();
+  }
   if (stage.next || quit_ || soundQuit_ || stage.generation != generation_) return;
   if (audioPackets_.empty() && !audioPackets_.ended()) {
-    soundWake_.wait(lock);
+    soundWake_.wait(mutex_);
     return;
   }
   const PacketPtr packet = audioPackets_.pop();
-  demuxWake_.notify_one();
-  lock.unlock();
+  demuxWake_.notifyOne();
+  const platform::Unlocked unlocked(mutex_);
   audioDecoder_->send(packet.get());
-  lock.lock();
 }
 
-void Engine::deliverSound(Lock& lock, SoundStage& stage, AudioDevice& device) {
+void Engine::deliverSound(SoundStage& stage, AudioDevice& device) {
   const SoundBlock block = *stage.next;
   stage.next.reset();
   stage.end = block.microseconds + av_rescale(static_cast<std::int64_t>(block.frames()),
                                               kMicrosecondsPerSecond, block.format.rate);
   advanceTo(block.microseconds);
-  std::optional<ListenerCall> call(std::in_place, *this, kSound);
-  lock.unlock();
-  if (call->listener() != nullptr) {
-    ++audioBlocksDelivered_;
-    send(*call->listener(), call->sender(), block);
+  {
+    const ListenerCall call(*this, kSound);
+    if (call.listener() != nullptr) {
+      ++audioBlocksDelivered_;
+      send(*call.listener(), call.sender(), block);
+    }
   }
-  call.reset();
   if (options_.paced && options_.localSound) {
+    const platform::Unlocked unlocked(mutex_);
     device.play(block, volume_.load(std::memory_order_relaxed));
   }
-  lock.lock();
 }
 
 }  // namespace avcapture

@@ -72,18 +72,16 @@ void Engine::run(Which which, void (Engine::*body)()) {
     (this->*body)();
   } catch (const std::bad_alloc&) {
     // Without memory there is nothing to play on with: the movie ends here.
-    Lock lock(mutex_);
-    const std::uint32_t generation = generation_;
-    lock.unlock();
-    tellEnd(generation);
+    const platform::Lock lock(mutex_);
+    tell(EngineEvent::kEnded);
   }
 }
 
 void Engine::wakeAll() {
-  demuxWake_.notify_all();
-  decodeWake_.notify_all();
-  pictureWake_.notify_all();
-  soundWake_.notify_all();
+  demuxWake_.notifyAll();
+  decodeWake_.notifyAll();
+  pictureWake_.notifyAll();
+  soundWake_.notifyAll();
 }
 
 void Engine::join(Which which) {
@@ -101,7 +99,7 @@ void Engine::join(Which which) {
 
 void Engine::stop() {
   {
-    const Lock lock(mutex_);
+    const platform::Lock lock(mutex_);
     quit_ = true;
     playing_ = false;
     listener_ = {};
@@ -113,14 +111,14 @@ void Engine::stop() {
 
 void Engine::stopSound(const platform::Object* sender) {
   {
-    Lock lock(mutex_);
+    const platform::Lock lock(mutex_);
     if (listener_.sender != sender) return;  // it is somebody else's by now
     soundQuit_ = true;
     audioPackets_.clear();
     soundReady_ = true;
     startClockWhenReady();
     wakeAll();
-    endStream(lock, soundEnded_);
+    endStream(soundEnded_);
   }
   join(kSound);
 }
@@ -129,7 +127,7 @@ void Engine::stopSound(const platform::Object* sender) {
 void Engine::resumeSound() {
   join(kSound);
   {
-    const Lock lock(mutex_);
+    const platform::Lock lock(mutex_);
     soundQuit_ = false;
     beginGeneration(position_, seekPending_);
   }
@@ -137,7 +135,7 @@ void Engine::resumeSound() {
     startThread(kSound, &Engine::soundLoop);
   } catch (const std::system_error&) {
     // The picture plays on without.
-    const Lock lock(mutex_);
+    const platform::Lock lock(mutex_);
     soundQuit_ = soundReady_ = soundEnded_ = true;
     wakeAll();
   }
@@ -148,18 +146,18 @@ void Engine::resumeSound() {
 std::uint32_t Engine::attach(Listener listener) {
   bool silent = false;
   {
-    const Lock lock(mutex_);
+    const platform::Lock lock(mutex_);
     if (!quit_) listener_ = std::move(listener);
     silent = !quit_ && hasAudio_ && soundQuit_;
   }
   if (silent) resumeSound();
-  const Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   return generation_;
 }
 
 void Engine::detach(const platform::Object* sender) {
   {
-    const Lock lock(mutex_);
+    const platform::Lock lock(mutex_);
     if (listener_.sender == sender) listener_ = {};
   }
   // Calls that began before that are let to their end, but for one that we are in.
@@ -174,18 +172,22 @@ void Engine::detach(const platform::Object* sender) {
 
 Engine::ListenerCall::ListenerCall(Engine& engine, Which which)
     : engine_(engine), call_(engine.calls_[which]), owner_(engine.listener_.owner.lock()) {
-  if (!owner_ || engine.listener_.listener == nullptr) return;
-  listener_ = engine.listener_.listener;
-  sender_ = engine.listener_.sender;
-  call_.thread = std::this_thread::get_id();
-  call_.sender = sender_;
+  if (owner_ && engine.listener_.listener != nullptr) {
+    listener_ = engine.listener_.listener;
+    sender_ = engine.listener_.sender;
+    call_.thread = std::this_thread::get_id();
+    call_.sender = sender_;
+  }
+  engine.mutex_.unlock();
 }
 
 Engine::ListenerCall::~ListenerCall() {
   owner_.reset();
-  if (listener_ == nullptr) return;
-  call_.sender = nullptr;
-  if (engine_.detaching_ > 0) platform::RunLoop::main().wake();
+  if (listener_ != nullptr) {
+    call_.sender = nullptr;
+    if (engine_.detaching_ > 0) platform::RunLoop::main().wake();
+  }
+  engine_.mutex_.lock();
 }
 
 }  // namespace avcapture

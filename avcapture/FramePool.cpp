@@ -1,9 +1,10 @@
 #include "avcapture/FramePool.h"
 
-#include <mutex>
 #include <new>
 #include <utility>
 #include <vector>
+
+#include "platform/Mutex.h"
 
 namespace avcapture {
 
@@ -28,9 +29,9 @@ Pixels allocatePixels(std::size_t bytes) {
 
 struct FramePool::Store {
   // Buffers of `bytes` each; those of another size are dropped.
-  Pixels take(std::size_t wanted) {
+  Pixels take(std::size_t wanted) EXCLUDES(mutex) {
     {
-      const std::lock_guard lock(mutex);
+      const platform::Lock lock(mutex);
       if (wanted != bytes) kept.clear();
       bytes = wanted;
       if (!kept.empty()) {
@@ -41,16 +42,16 @@ struct FramePool::Store {
     }
     return allocatePixels(wanted);
   }
-  void giveBack(Pixels pixels, std::size_t size) {
-    const std::lock_guard lock(mutex);
+  void giveBack(Pixels pixels, std::size_t size) EXCLUDES(mutex) {
+    const platform::Lock lock(mutex);
     if (size == bytes && kept.size() < kMostKept) kept.push_back(std::move(pixels));
   }
 
   Store() { kept.reserve(kMostKept); }
 
-  std::mutex mutex;
-  std::size_t bytes = 0;
-  std::vector<Pixels> kept;
+  platform::Mutex mutex;
+  std::size_t bytes GUARDED_BY(mutex) = 0;
+  std::vector<Pixels> kept GUARDED_BY(mutex);
 };
 
 FramePool::FramePool() : store_(std::make_shared<Store>()) {}

@@ -2,10 +2,10 @@
 #include "avcapture/KTVideoPlayer.h"
 
 #include <atomic>
-#include <mutex>
 
 #include "avcapture/FFVideoPlayer.h"
 #include "avcapture/PlayerContainerView.h"
+#include "platform/Mutex.h"
 
 namespace avcapture {
 
@@ -15,18 +15,18 @@ namespace {
 template <class T>
 class Guarded {
  public:
-  T get() const {
-    const std::lock_guard lock(mutex_);
+  T get() const EXCLUDES(mutex_) {
+    const platform::Lock lock(mutex_);
     return value_;
   }
-  void set(T value) {
-    const std::lock_guard lock(mutex_);
+  void set(T value) EXCLUDES(mutex_) {
+    const platform::Lock lock(mutex_);
     value_ = std::move(value);
   }
 
  private:
-  mutable std::mutex mutex_;
-  T value_{};
+  mutable platform::Mutex mutex_;
+  T value_ GUARDED_BY(mutex_){};
 };
 
 Guarded<PlaybackOptions>& options() {

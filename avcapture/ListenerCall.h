@@ -7,12 +7,12 @@
 
 namespace avcapture {
 
-// Made with the engine's mutex held, used and ended without it. Keeps the listener's owner alive,
-// and who has attached it from detaching, meanwhile.
-class Engine::ListenerCall {
+// Made with the engine's mutex held, which it lets go of as long as it lives. Keeps the listener's
+// owner alive, and who has attached it from detaching, meanwhile.
+class SCOPED_CAPABILITY Engine::ListenerCall {
  public:
-  ListenerCall(Engine& engine, Which which);
-  ~ListenerCall();
+  ListenerCall(Engine& engine, Which which) RELEASE(engine.mutex_);
+  ~ListenerCall() RELEASE();
   ListenerCall(const ListenerCall&) = delete;
   ListenerCall& operator=(const ListenerCall&) = delete;
 
