@@ -7,22 +7,22 @@ namespace platform {
 
 void Mailbox::changed() {
   ++events_;
-  condition_.notify_all();
+  condition_.notifyAll();
 }
 
 void Mailbox::post(Work work) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   messages_.push_back({nextNumber_++, std::move(work)});
   changed();
 }
 
 std::uint64_t Mailbox::nextNumber() const {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   return nextNumber_;
 }
 
 Mailbox::Work Mailbox::take(std::uint64_t limit) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   if (messages_.empty() || messages_.front().number >= limit) return nullptr;
   Work work = std::move(messages_.front().work);
   messages_.pop_front();
@@ -32,42 +32,43 @@ Mailbox::Work Mailbox::take(std::uint64_t limit) {
 Mailbox::Work Mailbox::take() { return take(std::numeric_limits<std::uint64_t>::max()); }
 
 void Mailbox::wake() {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   changed();
 }
 
 std::uint64_t Mailbox::events() const {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   return events_;
 }
 
 void Mailbox::wait(std::uint64_t seen, std::optional<TimePoint> deadline) {
-  std::unique_lock lock(mutex_);
-  const auto happened = [&] { return events_ != seen; };
-  if (deadline) {
-    condition_.wait_until(lock, *deadline, happened);
-  } else {
-    condition_.wait(lock, happened);
+  const Lock lock(mutex_);
+  while (events_ == seen) {
+    if (!deadline) {
+      condition_.wait(mutex_);
+    } else if (!condition_.waitUntil(mutex_, *deadline)) {
+      return;
+    }
   }
 }
 
 void Mailbox::beginRun(bool takeOverStop) {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   stops_.push_back(takeOverStop && std::exchange(stopNext_, false));
 }
 
 void Mailbox::endRun() {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   stops_.pop_back();
 }
 
 bool Mailbox::stopped() const {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   return stops_.back();
 }
 
 void Mailbox::stop() {
-  const std::lock_guard lock(mutex_);
+  const Lock lock(mutex_);
   if (stops_.empty()) {
     stopNext_ = true;
   } else {

@@ -5,15 +5,14 @@
 // count before it looks for work, and then sleeps until the count has changed, misses nothing.
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <vector>
 
 #include "platform/Clock.h"
+#include "platform/Mutex.h"
 
 namespace platform {
 
@@ -21,24 +20,24 @@ class Mailbox {
  public:
   using Work = std::function<void()>;
 
-  void post(Work work);
+  void post(Work work) EXCLUDES(mutex_);
   // Number that the next posted message will get.
-  std::uint64_t nextNumber() const;
+  std::uint64_t nextNumber() const EXCLUDES(mutex_);
   // Takes out the oldest message if its number is below `limit`; else empty.
-  Work take(std::uint64_t limit);
+  Work take(std::uint64_t limit) EXCLUDES(mutex_);
   Work take();
 
-  void wake();
-  std::uint64_t events() const;
+  void wake() EXCLUDES(mutex_);
+  std::uint64_t events() const EXCLUDES(mutex_);
   // Sleeps until the count is no longer `seen` or, when one is given, the deadline has passed.
-  void wait(std::uint64_t seen, std::optional<TimePoint> deadline);
+  void wait(std::uint64_t seen, std::optional<TimePoint> deadline) EXCLUDES(mutex_);
 
   // Runs of the loop nest. A stop ends the innermost one that is on when it comes; one that comes
   // while none is on is remembered for the next that takes it over.
-  void beginRun(bool takeOverStop);
-  void endRun();
-  bool stopped() const;
-  void stop();
+  void beginRun(bool takeOverStop) EXCLUDES(mutex_);
+  void endRun() EXCLUDES(mutex_);
+  bool stopped() const EXCLUDES(mutex_);
+  void stop() EXCLUDES(mutex_);
 
  private:
   struct Message {
@@ -46,16 +45,15 @@ class Mailbox {
     Work work;
   };
 
-  void changed();  // with mutex_ held
+  void changed() REQUIRES(mutex_);
 
-  mutable std::mutex mutex_;
-  std::condition_variable condition_;
-  // All below guarded by mutex_.
-  std::uint64_t events_ = 0;
-  std::uint64_t nextNumber_ = 1;
-  std::deque<Message> messages_;
-  std::vector<bool> stops_;  // one flag per run, the innermost last
-  bool stopNext_ = false;
+  CondVar condition_;
+  mutable Mutex mutex_;
+  std::uint64_t events_ GUARDED_BY(mutex_) = 0;
+  std::uint64_t nextNumber_ GUARDED_BY(mutex_) = 1;
+  std::deque<Message> messages_ GUARDED_BY(mutex_);
+  std::vector<bool> stops_ GUARDED_BY(mutex_);  // one flag per run, the innermost last
+  bool stopNext_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace platform

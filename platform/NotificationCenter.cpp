@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <atomic>
 #include <map>
-#include <mutex>
 #include <utility>
 #include <vector>
+
+#include "platform/Mutex.h"
 
 namespace platform {
 
@@ -42,8 +43,8 @@ using Registrations = std::vector<std::shared_ptr<Registration>>;
 // A posting goes through the list as it was when it began; whoever changes a list puts a new one in
 // its place.
 struct NotificationCenter::Impl {
-  std::mutex mutex;
-  std::map<std::string, std::shared_ptr<const Registrations>, std::less<>> byName;
+  Mutex mutex;
+  std::map<std::string, std::shared_ptr<const Registrations>, std::less<>> byName GUARDED_BY(mutex);
 };
 
 NotificationCenter& NotificationCenter::defaultCenter() {
@@ -62,7 +63,7 @@ void NotificationCenter::add(std::weak_ptr<Object> observer, std::string_view na
   if (address == nullptr) return;
   const auto added =
       std::make_shared<Registration>(std::move(observer), address, sender, std::move(call));
-  const std::lock_guard lock(impl_->mutex);
+  const Lock lock(impl_->mutex);
   auto& current = impl_->byName.try_emplace(std::string(name)).first->second;
   auto changed =
       current ? std::make_shared<Registrations>(*current) : std::make_shared<Registrations>();
@@ -71,7 +72,7 @@ void NotificationCenter::add(std::weak_ptr<Object> observer, std::string_view na
 }
 
 void NotificationCenter::removeObserver(const Object& observer) {
-  const std::lock_guard lock(impl_->mutex);
+  const Lock lock(impl_->mutex);
   for (auto& [name, current] : impl_->byName) {
     auto kept = std::make_shared<Registrations>();
     for (const auto& registration : *current) {
@@ -89,7 +90,7 @@ void NotificationCenter::post(std::string_view name, std::shared_ptr<Object> obj
                               const Dictionary* userInfo) {
   std::shared_ptr<const Registrations> registrations;
   {
-    const std::lock_guard lock(impl_->mutex);
+    const Lock lock(impl_->mutex);
     const auto found = impl_->byName.find(name);
     if (found == impl_->byName.end()) return;
     registrations = found->second;

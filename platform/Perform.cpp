@@ -1,10 +1,9 @@
 // Messages to be sent later, or on the main thread.
 #include <algorithm>
-#include <condition_variable>
 #include <exception>
-#include <mutex>
 #include <utility>
 
+#include "platform/Mutex.h"
 #include "platform/RunLoop.h"
 #include "platform/RunLoopImpl.h"
 
@@ -18,32 +17,34 @@ Mailbox& mainMailbox() { return LoopAccess::of(RunLoop::main()).mailbox; }
 class WaitedForCall {
  public:
   template <class Work>
-  void run(const Work& work) {
+  void run(const Work& work) EXCLUDES(mutex_) {
     std::exception_ptr error;
     try {
       work();
     } catch (...) {
       error = std::current_exception();
     }
-    const std::lock_guard lock(mutex_);
+    const Lock lock(mutex_);
     error_ = std::move(error);
     done_ = true;
-    finished_.notify_all();
+    finished_.notifyAll();
   }
   // Throws what the work threw. By then only the waiting thread holds the exception.
-  void wait() {
-    std::unique_lock lock(mutex_);
-    finished_.wait(lock, [this] { return done_; });
-    std::exception_ptr error = std::exchange(error_, nullptr);
-    lock.unlock();
+  void wait() EXCLUDES(mutex_) {
+    std::exception_ptr error;
+    {
+      const Lock lock(mutex_);
+      while (!done_) finished_.wait(mutex_);
+      error = std::exchange(error_, nullptr);
+    }
     if (error) std::rethrow_exception(std::move(error));
   }
 
  private:
-  std::mutex mutex_;
-  std::condition_variable finished_;
-  bool done_ = false;         // guarded by mutex_
-  std::exception_ptr error_;  // guarded by mutex_
+  CondVar finished_;
+  Mutex mutex_;
+  bool done_ GUARDED_BY(mutex_) = false;
+  std::exception_ptr error_ GUARDED_BY(mutex_);
 };
 
 // Taken back, a message stays out of the schedule; what it held is let go when the result ends.

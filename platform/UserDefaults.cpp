@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <fstream>
 #include <map>
-#include <mutex>
 #include <utility>
 #include <vector>
 
+#include "platform/Mutex.h"
 #include "platform/Text.h"
 #include "platform/Value.h"
 
@@ -69,20 +69,22 @@ std::string standardFile() {
 
 struct UserDefaults::Impl {
   // Higher up counts first.
-  Settings inProcess;  // guarded by mutex
+  Settings inProcess GUARDED_BY(mutex);
   const Settings environment;
   const Settings file;
-  std::mutex mutex;
-  std::vector<FloatDefault*> followers;  // guarded by mutex
+  Mutex mutex;
+  std::vector<FloatDefault*> followers GUARDED_BY(mutex);
 
-  std::string find(std::string_view key) const {  // with mutex held
+  std::string find(std::string_view key) const REQUIRES(mutex) {
     for (const Settings* settings : {&std::as_const(inProcess), &environment, &file}) {
       if (const auto found = settings->find(key); found != settings->end()) return found->second;
     }
     return {};
   }
-  float findFloat(std::string_view key) const { return Value(find(key)).floatValue(); }
-  void tellFollowers(std::string_view key) const {  // with mutex held
+  float findFloat(std::string_view key) const REQUIRES(mutex) {
+    return Value(find(key)).floatValue();
+  }
+  void tellFollowers(std::string_view key) const REQUIRES(mutex) {
     for (FloatDefault* follower : followers) {
       if (follower->key_ == key) follower->store(findFloat(key));
     }
@@ -112,23 +114,23 @@ UserDefaults::UserDefaults(const std::string& file)
 UserDefaults::~UserDefaults() = default;
 
 float UserDefaults::floatForKey(std::string_view key) const {
-  const std::lock_guard lock(impl_->mutex);
+  const Lock lock(impl_->mutex);
   return impl_->findFloat(key);
 }
 
 std::string UserDefaults::stringForKey(std::string_view key) const {
-  const std::lock_guard lock(impl_->mutex);
+  const Lock lock(impl_->mutex);
   return impl_->find(key);
 }
 
 void UserDefaults::set(std::string_view key, std::string_view value) {
-  const std::lock_guard lock(impl_->mutex);
+  const Lock lock(impl_->mutex);
   impl_->inProcess.insert_or_assign(std::string(key), std::string(value));
   impl_->tellFollowers(key);
 }
 
 void UserDefaults::remove(std::string_view key) {
-  const std::lock_guard lock(impl_->mutex);
+  const Lock lock(impl_->mutex);
   if (const auto found = impl_->inProcess.find(key); found != impl_->inProcess.end()) {
     impl_->inProcess.erase(found);
   }
@@ -138,13 +140,13 @@ void UserDefaults::remove(std::string_view key) {
 FloatDefault::~FloatDefault() {
   if ((state_.load(std::memory_order_relaxed) & kKnown) == 0) return;
   UserDefaults::Impl& defaults = *UserDefaults::standard().impl_;
-  const std::lock_guard lock(defaults.mutex);
+  const Lock lock(defaults.mutex);
   std::erase(defaults.followers, this);
 }
 
 float FloatDefault::follow() const {
   UserDefaults::Impl& defaults = *UserDefaults::standard().impl_;
-  const std::lock_guard lock(defaults.mutex);
+  const Lock lock(defaults.mutex);
   auto* const self = const_cast<FloatDefault*>(this);  // NOLINT(*-const-cast)
   if (std::find(defaults.followers.begin(), defaults.followers.end(), self) ==
       defaults.followers.end()) {

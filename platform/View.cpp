@@ -73,14 +73,14 @@ void View::removeFromSuperview() {
 
 void View::setContents(std::shared_ptr<const Image> image) {
   {
-    const std::lock_guard lock(contentsMutex_);
+    const Lock lock(contentsMutex_);
     contents_.swap(image);
   }
   // The old picture ends here, outside of the lock.
 }
 
 std::shared_ptr<const Image> View::contents() const {
-  const std::lock_guard lock(contentsMutex_);
+  const Lock lock(contentsMutex_);
   return contents_;
 }
 

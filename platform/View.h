@@ -5,10 +5,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "platform/Export.h"
+#include "platform/Mutex.h"
 #include "platform/Object.h"
 
 namespace platform {
@@ -71,8 +71,8 @@ class PLATFORM_API View : public Object {
 
   // The picture shown in the view, scaled to it with its aspect kept; null shows what is behind.
   // [any-thread]
-  void setContents(std::shared_ptr<const Image> image);
-  std::shared_ptr<const Image> contents() const;
+  void setContents(std::shared_ptr<const Image> image) EXCLUDES(contentsMutex_);
+  std::shared_ptr<const Image> contents() const EXCLUDES(contentsMutex_);
 
  private:
   void resizeSubviews(const Size& oldSize);
@@ -81,8 +81,8 @@ class PLATFORM_API View : public Object {
   std::uint32_t autoresizingMask_ = kViewNotSizable;
   View* superview_ = nullptr;  // not retained; cleared when the superview dies
   std::vector<std::shared_ptr<View>> subviews_;
-  mutable std::mutex contentsMutex_;
-  std::shared_ptr<const Image> contents_;  // guarded by contentsMutex_
+  mutable Mutex contentsMutex_;
+  std::shared_ptr<const Image> contents_ GUARDED_BY(contentsMutex_);
 };
 
 }  // namespace platform
