@@ -4,13 +4,15 @@
 
 #include <mutex>
 
-class RequestLock {
+#include "platform/Mutex.h"
+
+class CAPABILITY("mutex") RequestLock {
  public:
-  void lock() {
+  void lock() ACQUIRE() {
     mutex_.lock();
     ++depth_;
   }
-  void unlock() {
+  void unlock() RELEASE() {
     --depth_;
     mutex_.unlock();
   }

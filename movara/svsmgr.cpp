@@ -18,7 +18,7 @@ SVSMgr::SVSMgr() : m_pLock(std::make_unique<RequestLock>()) {
 SVSMgr::~SVSMgr() = default;
 
 void SVSMgr::SetMsgRouter(IUCFMsgRouter* router, signed char embed) {
-  const std::lock_guard guard(*m_pLock);
+  const platform::Lock guard(*m_pLock);
   warnOffMainThread("SVSMgr::SetMsgRouter, should in mainThread");
   m_pMsgRouter = router;
   if (m_pMsgRouter) {
@@ -28,7 +28,7 @@ void SVSMgr::SetMsgRouter(IUCFMsgRouter* router, signed char embed) {
 }
 
 void SVSMgr::DetachMsgRouter() {
-  const std::lock_guard guard(*m_pLock);
+  const platform::Lock guard(*m_pLock);
   m_pMsgRouter = nullptr;
 }
 
@@ -75,7 +75,7 @@ void SVSMgr::ExecuteMSCommand(MM_MEDIASTREAMING_COMMAND command) {
   const auto found =
       std::find_if(m_vecCommands.begin(), m_vecCommands.end(),
                    [command](const auto& entry) { return entry.eCommand == command; });
-  if (found != m_vecCommands.end() && m_pMsgRouter) {
+  if (found != m_vecCommands.end() && hasRouter()) {
     sendHeld(found);
   }
 }
@@ -83,7 +83,7 @@ void SVSMgr::ExecuteMSCommand(MM_MEDIASTREAMING_COMMAND command) {
 void SVSMgr::ExecuteAllMsCommand() {
   warnOffMainThread("SVSMgr::ExecuteAllMsCommand, should in mainThread");
   // At most as many as are held now: the router's answers may hold more, and without end.
-  for (auto left = m_vecCommands.size(); left > 0 && !m_vecCommands.empty() && m_pMsgRouter;
+  for (auto left = m_vecCommands.size(); left > 0 && !m_vecCommands.empty() && hasRouter();
        --left) {
     sendHeld(m_vecCommands.begin());
   }

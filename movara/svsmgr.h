@@ -16,6 +16,7 @@
 #include "mmp/RequestRecords.h"
 #include "movara/RequestLock.h"
 #include "movara/common/SvsState.h"
+#include "platform/Mutex.h"
 #include "ucf/IUCFMsgRouter.h"
 
 class CAVPlayer;
@@ -34,8 +35,8 @@ class SVSMgr {
   void DetachMsgRouter();
   void SetChannelType(MM_MEDIASTREAMING_CHANNLE_TYPE type) { m_eChannelType = type; }
   bool IsSourceChannel() const { return m_eChannelType == MM_MEDIASTREAMING_CHANNEL_SOURCE; }
-  std::uint64_t sessionID() const { return m_nSessionID; }
-  std::uint64_t sourceID() const { return m_nSourceID; }
+  std::uint64_t sessionID() const NO_THREAD_SAFETY_ANALYSIS { return m_nSessionID; }  // see route
+  std::uint64_t sourceID() const NO_THREAD_SAFETY_ANALYSIS { return m_nSourceID; }    // see route
 
   // Takes any state from any other, releases the requests that were waiting for it and passes it on
   // to the player.
@@ -95,22 +96,28 @@ class SVSMgr {
   using HeldCommands = std::vector<tagMediaStreamingCommand>;
 
   bool isState(SvsState a, SvsState b) const { return m_eState == a || m_eState == b; }
-  bool mayUpdateListener() const { return m_bDataReady && m_pMsgRouter && !IsSourceChannel(); }
-  tagMSHead head() const { return {m_nSessionID, m_nSourceID}; }
+  bool mayUpdateListener() const REQUIRES(*m_pLock) {
+    return m_bDataReady && m_pMsgRouter && !IsSourceChannel();
+  }
+  tagMSHead head() const REQUIRES(*m_pLock) { return {m_nSessionID, m_nSourceID}; }
+  // Router and identifiers are set on the main thread under the lock. It alone may therefore look
+  // at them without, and does where a request takes no lock: that the analysis does not know.
+  bool hasRouter() const NO_THREAD_SAFETY_ANALYSIS { return m_pMsgRouter != nullptr; }
   UCFResult route(enumMODULE_TYPE to, SVS_MSG_TYPE type, unsigned long uMsg, void* wParam,
-                  void* lParam) const;
+                  void* lParam) const NO_THREAD_SAFETY_ANALYSIS;
   bool send(MM_MEDIASTREAMING_COMMAND command, void* record) const;
   void hold(MM_MEDIASTREAMING_COMMAND command, Payload payload);
   void sendHeld(HeldCommands::iterator held);
-  bool registerListener(Payload payload);
+  bool registerListener(Payload payload) REQUIRES(*m_pLock);
   bool registerSource(Payload payload, unsigned long duration,
-                      MM_MEDIASTREAMING_MEDIACONTENENT content);
+                      MM_MEDIASTREAMING_MEDIACONTENENT content) REQUIRES(*m_pLock);
 
-  IUCFMsgRouter* m_pMsgRouter = nullptr;  // written under m_pLock
+  IUCFMsgRouter* m_pMsgRouter GUARDED_BY(*m_pLock) = nullptr;
   std::atomic<bool> m_bDataReady{false};  // read by delivery threads
   MM_MEDIASTREAMING_CHANNLE_TYPE m_eChannelType = MM_MEDIASTREAMING_CHANNEL_SOURCE;
-  std::uint64_t m_nSessionID = 0;  // these two: written by the router under m_pLock, and together
-  std::uint64_t m_nSourceID = 0;   // the head of every record
+  // These two: written by the router, and together the head of every record.
+  std::uint64_t m_nSessionID GUARDED_BY(*m_pLock) = 0;
+  std::uint64_t m_nSourceID GUARDED_BY(*m_pLock) = 0;
   std::unique_ptr<RequestLock> m_pLock;
   SvsState m_eState = SVS_INIT;
   HeldCommands m_vecCommands;      // oldest first

@@ -14,16 +14,16 @@ Record* allocateRecord() {
 }  // namespace
 
 bool SVSMgr::StartStreamingVideoSession() {
-  return m_pMsgRouter && route(MODULE_TYPE_MMP, SVS_MSG_START_SESSION, 0, nullptr, nullptr) != 0;
+  return hasRouter() && route(MODULE_TYPE_MMP, SVS_MSG_START_SESSION, 0, nullptr, nullptr) != 0;
 }
 
 bool SVSMgr::StopStreamingVideoSession() {
-  return m_pMsgRouter && route(MODULE_TYPE_MMP, SVS_MSG_STOP_SESSION, 0, nullptr, nullptr) != 0;
+  return hasRouter() && route(MODULE_TYPE_MMP, SVS_MSG_STOP_SESSION, 0, nullptr, nullptr) != 0;
 }
 
 bool SVSMgr::RegisterStreamingVideoSharing(unsigned long duration,
                                            MM_MEDIASTREAMING_MEDIACONTENENT content) {
-  const std::lock_guard guard(*m_pLock);
+  const platform::Lock guard(*m_pLock);
   warnOffMainThread("SVSMgr::RegisterStreamingVideoSharing, should in mainThread");
   if (!m_pMsgRouter) {
     return false;
@@ -74,7 +74,7 @@ bool SVSMgr::registerSource(Payload payload, unsigned long duration,
 
 bool SVSMgr::UnRegisterStreamingVideoSharing() {
   MacInfoTrace2(kTraceModule, "UnRegisterStreamingVideoSharing, this = 0x%x ", traceAddress(this));
-  const std::lock_guard guard(*m_pLock);
+  const platform::Lock guard(*m_pLock);
   warnOffMainThread("SVSMgr::UnRegisterStreamingVideoSharing, should in mainThread");
   if (!m_bDataReady || !m_pMsgRouter) {
     return false;
@@ -88,7 +88,7 @@ bool SVSMgr::UnRegisterStreamingVideoSharing() {
 
 bool SVSMgr::UpdatePlayerStatus(MM_MEDIASTREAMING_SOURCE_STATUS status, long position,
                                 unsigned long seekMark) {
-  const std::lock_guard guard(*m_pLock);
+  const platform::Lock guard(*m_pLock);
   if (!m_pMsgRouter) {
     return false;
   }
@@ -118,7 +118,7 @@ bool SVSMgr::UpdatePlayerStatus(MM_MEDIASTREAMING_SOURCE_STATUS status, long pos
 
 bool SVSMgr::SetSourceMediaFormat(MM_MEDIASTREAMING_MEDIATYPE type, void* format,
                                   unsigned long size) {
-  const std::lock_guard guard(*m_pLock);
+  const platform::Lock guard(*m_pLock);
   if (!m_pMsgRouter || !IsSourceChannel()) {
     return false;
   }
@@ -143,7 +143,7 @@ bool SVSMgr::SetSourceMediaFormat(MM_MEDIASTREAMING_MEDIATYPE type, void* format
 }
 
 bool SVSMgr::SendMediaSampleData(tagMSDataStructure* sample) {
-  const std::lock_guard guard(*m_pLock);
+  const platform::Lock guard(*m_pLock);
   if (!sample || !m_bDataReady || !m_pMsgRouter) {
     return false;
   }
@@ -158,7 +158,7 @@ bool SVSMgr::SetRender(unsigned long handle, MM_MEDIASTREAMING_RENDER_TYPE type)
     MacWarnTrace2(kTraceModule, "Already have send out the render");
     return true;
   }
-  const std::lock_guard guard(*m_pLock);
+  const platform::Lock guard(*m_pLock);
   if (!m_pMsgRouter || IsSourceChannel()) {
     return false;
   }
@@ -186,7 +186,7 @@ bool SVSMgr::SetRender(unsigned long handle, MM_MEDIASTREAMING_RENDER_TYPE type)
 
 bool SVSMgr::UpdateRenderMsg(unsigned long kind, void* param, unsigned long handle) {
   {
-    const std::lock_guard guard(*m_pLock);
+    const platform::Lock guard(*m_pLock);
     if (!mayUpdateListener()) {
       return false;
     }
@@ -208,7 +208,7 @@ bool SVSMgr::UpdateRenderMsg(unsigned long kind, void* param, unsigned long hand
 
 bool SVSMgr::UpdateVolume(unsigned short level) {
   {
-    const std::lock_guard guard(*m_pLock);
+    const platform::Lock guard(*m_pLock);
     warnOffMainThread("SVSMgr::UpdateVolume(unsigned short volumeLevel), should in mainThread");
     if (!mayUpdateListener()) {
       return false;
@@ -224,7 +224,7 @@ bool SVSMgr::UpdateVolume(unsigned short level) {
 }
 
 bool SVSMgr::UpdateMuteStatus(MM_MEDIASTREAMING_MUTESTATUS status) {
-  const std::lock_guard guard(*m_pLock);
+  const platform::Lock guard(*m_pLock);
   if (!mayUpdateListener()) {
     return false;
   }
@@ -238,15 +238,15 @@ bool SVSMgr::UpdateMuteStatus(MM_MEDIASTREAMING_MUTESTATUS status) {
 }
 
 bool SVSMgr::QueryState(tagQuery* query) {
-  const std::lock_guard guard(*m_pLock);
+  const platform::Lock guard(*m_pLock);
   warnOffMainThread("SVSMgr::QueryState, should in mainThread");
   query->sessionID = m_nSessionID;
   return m_pMsgRouter && send(MM_MEDIASTREAMING_CMD_QUERY, query);
 }
 
 void SVSMgr::stopAdvancePage() {
-  if (m_pMsgRouter) {
-    MacInfoTrace2(kTraceModule, "SourceID(%d) StopAdvancePage", static_cast<int>(m_nSourceID));
+  if (hasRouter()) {
+    MacInfoTrace2(kTraceModule, "SourceID(%d) StopAdvancePage", static_cast<int>(sourceID()));
     route(MODULE_TYPE_MMP, SVS_MSG_STOP_ADVANCE_PAGE, 0, nullptr, nullptr);
   }
 }

@@ -34,7 +34,6 @@ std::shared_ptr<AVUIProxy> AVUIProxy::initWithPlayer(ISVSPlayerNotifySink* sink,
   std::shared_ptr<AVUIProxy> self(new AVUIProxy(sink, chanelType));
   self->observeNotifications(self);
   self->startTimer(self);
-  self->myVideoPausedVideo.reset(new (std::nothrow) PausedFrame);
   for (const platform::Selector query : {&AVUIProxy::queryFullscreen, &AVUIProxy::queryHOLStatus}) {
     platform::performAfterDelay(
         self, query, {}, {},
@@ -45,7 +44,7 @@ std::shared_ptr<AVUIProxy> AVUIProxy::initWithPlayer(ISVSPlayerNotifySink* sink,
 }
 
 AVUIProxy::AVUIProxy(ISVSPlayerNotifySink* sink, int chanelType)
-    : myChanelType(chanelType), myAvApp(sink) {}
+    : myChanelType(chanelType), myAvApp(sink), myVideoPausedVideo(new (std::nothrow) PausedFrame) {}
 
 AVUIProxy::~AVUIProxy() { cleanUp(); }
 
@@ -91,7 +90,7 @@ void AVUIProxy::cleanUp() {
   }
   NotificationCenter::defaultCenter().removeObserver(*this);
   platform::cancelPerforms(*this);
-  const std::lock_guard guard(myLock);
+  const platform::Lock guard(myLock);
   myVideoPausedVideo = nullptr;
   myPausedFrameHeld = false;
 }

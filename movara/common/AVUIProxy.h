@@ -12,11 +12,9 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <mutex>
 
 #include "avcapture/Protocols.h"
 #include "mmp/RequestRecords.h"
@@ -24,6 +22,7 @@
 #include "movara/common/ISVSPlayerNotifySink.h"
 #include "movara/common/PausedFrame.h"
 #include "movara/common/SinkGate.h"
+#include "platform/Mutex.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Object.h"
 #include "platform/RunLoop.h"
@@ -48,10 +47,10 @@ class AVUIProxy final : public platform::Object,
 
   // When it has returned with null, no delivery thread is in, or will enter, the former sink, and
   // the bridge has been cleaned up.
-  void setSink(ISVSPlayerNotifySink* sink);
+  void setSink(ISVSPlayerNotifySink* sink) EXCLUDES(myLock);
   // Stops the timer, takes back observers and delayed messages, frees the paused frame. Idempotent;
   // the sink stays.
-  void cleanUp();
+  void cleanUp() EXCLUDES(myLock);
 
   void queryFullscreen();
   void queryHOLStatus();
@@ -65,7 +64,7 @@ class AVUIProxy final : public platform::Object,
   void deliverVideoFormatOnMainThread();
   // `delay` in seconds.
   void _deliverLatestImageOnMainThread(const platform::Value& delay);
-  void _deliverLatestImage();
+  void _deliverLatestImage() EXCLUDES(myLock);
   void prepareDeliverLastestImageAgain() override;
   // The next frame delivers the video format again.
   void resetFormatSendStatus();
@@ -78,7 +77,7 @@ class AVUIProxy final : public platform::Object,
   // delivery thread]
   bool isAudioFormatChanged(const avcapture::AudioStreamBasicDescription* asbd) const;
   // Runs while the audio delivery thread waits for it, or for the bridge to be detached.
-  void deliverAudioFormatOnMainThreadDirectly();
+  void deliverAudioFormatOnMainThreadDirectly() EXCLUDES(myLock);
 
   // What the user did on the view.
   void renderMovie(bool rendered) override;
@@ -127,21 +126,21 @@ class AVUIProxy final : public platform::Object,
 
   // Steps of a frame's way. [video delivery thread]
   void fillVideoFormat(std::uint32_t width, std::uint32_t height);
-  void publishVideoFormat();
-  void refreshDeliveredVideoFormat();  // [main-thread]
+  void publishVideoFormat() EXCLUDES(myLock);
+  void refreshDeliveredVideoFormat() EXCLUDES(myLock);  // [main-thread]
   void waitForVideoFormatDelivery();
   tagMSDataStructure liveSample(void* pixels, std::uint32_t width, std::uint32_t height,
                                 std::uint32_t timestamp);
-  bool holdsPausedFrame(const tagMSDataStructure& sample);
-  bool keepPausedFrame(const tagMSDataStructure& sample);
-  void forgetPausedFrame();
+  bool holdsPausedFrame(const tagMSDataStructure& sample) EXCLUDES(myLock);
+  bool keepPausedFrame(const tagMSDataStructure& sample) EXCLUDES(myLock);
+  void forgetPausedFrame() EXCLUDES(myLock);
   void deliverPausedFrame(const tagMSDataStructure& sample);
   void estimateFrameRate(std::uint32_t timestamp);
   void sendLiveSample(tagMSDataStructure& sample);
 
   void fillAudioFormat(const avcapture::AudioStreamBasicDescription& asbd);
-  void waitForAudioFormatDelivery();  // [audio delivery thread]
-  void endAudioFormatDelivery();      // lets that one go on
+  void waitForAudioFormatDelivery() EXCLUDES(myLock);  // [audio delivery thread]
+  void endAudioFormatDelivery() EXCLUDES(myLock);      // lets that one go on
   void reportStatus(std::int32_t listenerStatus);
 
   // Handlers of the observed notifications.
@@ -178,12 +177,13 @@ class AVUIProxy final : public platform::Object,
   tagMSVIDEOFORMATEX myDeliveredVideoFormat{};
   tMSAUDIOFORMATEX myDeliveredAudioFormat{};
 
-  std::mutex myLock;                            // guards the following
-  tagMSVIDEOFORMATEX myPublishedVideoFormat{};  // equals myVideoFormat
-  std::unique_ptr<PausedFrame> myVideoPausedVideo;
-  tMSAUDIOFORMATEX myPublishedAudioFormat{};  // what the delivery under way is about
-  bool myAudioFormatUnderWay = false;
-  std::condition_variable myAudioFormatArrived;
+  platform::CondVar myAudioFormatArrived;
+  platform::Mutex myLock;
+  tagMSVIDEOFORMATEX myPublishedVideoFormat GUARDED_BY(myLock){};  // equals myVideoFormat
+  std::unique_ptr<PausedFrame> myVideoPausedVideo GUARDED_BY(myLock);
+  // What the delivery under way is about.
+  tMSAUDIOFORMATEX myPublishedAudioFormat GUARDED_BY(myLock){};
+  bool myAudioFormatUnderWay GUARDED_BY(myLock) = false;
 };
 
 inline CAVPlayer* AVUIProxy::player() const {

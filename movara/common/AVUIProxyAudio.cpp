@@ -69,7 +69,7 @@ void AVUIProxy::fillAudioFormat(const avcapture::AudioStreamBasicDescription& as
 // within the very message that is being waited for.
 void AVUIProxy::waitForAudioFormatDelivery() {
   {
-    const std::lock_guard guard(myLock);
+    const platform::Lock guard(myLock);
     myPublishedAudioFormat = myAudioFormat;
     myAudioFormatUnderWay = true;
   }
@@ -79,14 +79,14 @@ void AVUIProxy::waitForAudioFormatDelivery() {
   }
   platform::performOnMainThread(shared_from_this(),
                                 &AVUIProxy::deliverAudioFormatOnMainThreadDirectly, {}, false);
-  std::unique_lock lock(myLock);
-  myAudioFormatArrived.wait(lock, [this] { return !myAudioFormatUnderWay; });
+  const platform::Lock guard(myLock);
+  while (myAudioFormatUnderWay) myAudioFormatArrived.wait(myLock);
 }
 
 void AVUIProxy::endAudioFormatDelivery() {
-  const std::lock_guard guard(myLock);
+  const platform::Lock guard(myLock);
   myAudioFormatUnderWay = false;
-  myAudioFormatArrived.notify_all();
+  myAudioFormatArrived.notifyAll();
 }
 
 void AVUIProxy::deliverAudioFormatOnMainThreadDirectly() {
@@ -97,7 +97,7 @@ void AVUIProxy::deliverAudioFormatOnMainThreadDirectly() {
   ISVSPlayerNotifySink* const sink = myAvApp.sink();
   if (sink == nullptr) return;
   {
-    const std::lock_guard guard(myLock);
+    const platform::Lock guard(myLock);
     myDeliveredAudioFormat = myPublishedAudioFormat;
   }
   sink->OnNotify(PLAYER_NOTIFY_AUDIO_FORMAT,

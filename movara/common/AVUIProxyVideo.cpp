@@ -89,7 +89,7 @@ void AVUIProxy::fillVideoFormat(std::uint32_t width, std::uint32_t height) {
 // to, because its request is waiting for the channel, follows.
 void AVUIProxy::publishVideoFormat() {
   {
-    const std::lock_guard guard(myLock);
+    const platform::Lock guard(myLock);
     myPublishedVideoFormat = myVideoFormat;
   }
   if ((myFormatNotifyStatus & kVideoFormatAccepted) != 0) {
@@ -99,7 +99,7 @@ void AVUIProxy::publishVideoFormat() {
 }
 
 void AVUIProxy::refreshDeliveredVideoFormat() {
-  const std::lock_guard guard(myLock);
+  const platform::Lock guard(myLock);
   myDeliveredVideoFormat = myPublishedVideoFormat;
 }
 
@@ -122,18 +122,18 @@ tagMSDataStructure AVUIProxy::liveSample(void* pixels, std::uint32_t width, std:
 }
 
 void AVUIProxy::forgetPausedFrame() {
-  const std::lock_guard guard(myLock);
+  const platform::Lock guard(myLock);
   if (myVideoPausedVideo) myVideoPausedVideo->clear();
   myPausedFrameHeld = false;
 }
 
 bool AVUIProxy::holdsPausedFrame(const tagMSDataStructure& sample) {
-  const std::lock_guard guard(myLock);
+  const platform::Lock guard(myLock);
   return myVideoPausedVideo && myVideoPausedVideo->holds(sample);
 }
 
 bool AVUIProxy::keepPausedFrame(const tagMSDataStructure& sample) {
-  const std::lock_guard guard(myLock);
+  const platform::Lock guard(myLock);
   if (!myVideoPausedVideo || !myVideoPausedVideo->store(sample)) return false;
   myPausedFrameHeld = true;
   return true;
@@ -206,13 +206,13 @@ void AVUIProxy::_deliverLatestImageOnMainThread(const platform::Value& delay) {
 void AVUIProxy::_deliverLatestImage() {
   PausedFrame::Pin pin;
   const auto dropPin = [this](PausedFrame::Pin* held) {
-    const std::lock_guard guard(myLock);
+    const platform::Lock guard(myLock);
     held->buffer = nullptr;
   };
   const std::unique_ptr<PausedFrame::Pin, decltype(dropPin)> pinGuard(&pin, dropPin);
   tagMSVIDEOFORMATEX format{};
   {
-    const std::lock_guard guard(myLock);
+    const platform::Lock guard(myLock);
     if (!myVideoPausedVideo || !myVideoPausedVideo->hasBuffer()) return;
     pin = myVideoPausedVideo->pin();
     format = myPublishedVideoFormat;

@@ -6,7 +6,6 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string_view>
 
 #include "avcapture/AVURLAsset.h"
@@ -14,6 +13,7 @@
 #include "avcapture/LUMAVCaptureSession.h"
 #include "movara/common/PlayerBase.h"
 #include "movara/player/PlayerProperties.h"
+#include "platform/Mutex.h"
 #include "platform/Value.h"
 #include "platform/View.h"
 
@@ -69,8 +69,10 @@ class CAVPlayer : public CPlayerBase, public RefObject {
   virtual std::shared_ptr<avcapture::AVURLAsset> movie();
   virtual void playerStatusChanged();
   virtual void videoSizeChanged();
-  virtual platform::Value propertyWithKey(std::string_view key);  // nil when absent
-  virtual void setPropertyWithKey(std::string_view key, const platform::Value& value);
+  // Nil when absent.
+  virtual platform::Value propertyWithKey(std::string_view key) EXCLUDES(m_propertyLock);
+  virtual void setPropertyWithKey(std::string_view key, const platform::Value& value)
+      EXCLUDES(m_propertyLock);
   virtual void onPDDataFinish();
 
   // Not virtual.
@@ -96,6 +98,6 @@ class CAVPlayer : public CPlayerBase, public RefObject {
   std::shared_ptr<avcapture::LUMAVCaptureSession> m_pCaptureSession;
   std::shared_ptr<avcapture::AVURLAsset> m_pMovie;
   std::shared_ptr<AVUIProxy> m_pUIProxy;
-  std::mutex m_propertyLock;          // never held across a call out
-  platform::Dictionary m_properties;  // guarded by m_propertyLock
+  platform::Mutex m_propertyLock;  // never held across a call out
+  platform::Dictionary m_properties GUARDED_BY(m_propertyLock);
 };

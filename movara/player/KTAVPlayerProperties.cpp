@@ -21,13 +21,13 @@ const char* const kAVMovieEmbedMode = "kAVMovieEmbedMode";
 const char* const kAVMovieCurrentPresenterRole = "kAVMovieCurrentPresenterRole";
 
 Value CAVPlayer::propertyWithKey(std::string_view key) {
-  const std::lock_guard guard(m_propertyLock);
+  const platform::Lock guard(m_propertyLock);
   return m_properties.get(key);
 }
 
 void CAVPlayer::setPropertyWithKey(std::string_view key, const Value& value) {
   {
-    const std::lock_guard guard(m_propertyLock);
+    const platform::Lock guard(m_propertyLock);
     m_properties.set(key, value);
   }
   if (key == kAVMediaMediaTypeProperty && m_pVideoPlayer) {
