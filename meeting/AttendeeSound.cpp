@@ -11,13 +11,13 @@ constexpr std::uint32_t kBits = 8 * sizeof(std::int16_t);
 }  // namespace
 
 void AttendeeSound::listen(std::shared_ptr<SoundSink> sink) {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   std::swap(sink_, sink);
 }
 
 void AttendeeSound::play(const AudioFormat& format, const AudioSample& sample) {
   ++blocks_;
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   if (!sink_ || format.bits != kBits) return;
   const int volume = muted_ ? 0 : volume_.load();
   if (volume == kFullVolume) return sink_->sound(format, sample);

@@ -6,10 +6,10 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "meeting/MultimediaPlatform.h"
+#include "platform/Mutex.h"
 
 namespace meeting {
 
@@ -24,17 +24,16 @@ class AttendeeSound {
   std::uint64_t blocks() const { return blocks_; }  // received [any-thread]
 
   // No call into the one who listened before is under way, or comes, when this has returned.
-  void listen(std::shared_ptr<SoundSink> sink);
-  void play(const AudioFormat& format, const AudioSample& sample);
+  void listen(std::shared_ptr<SoundSink> sink) EXCLUDES(mutex_);
+  void play(const AudioFormat& format, const AudioSample& sample) EXCLUDES(mutex_);
 
  private:
   std::atomic<int> volume_{kFullVolume};
   std::atomic<bool> muted_{false};
   std::atomic<std::uint64_t> blocks_{0};
-  std::mutex mutex_;
-  // Guarded by mutex_:
-  std::shared_ptr<SoundSink> sink_;
-  std::vector<std::int16_t> scaled_;
+  platform::Mutex mutex_;
+  std::shared_ptr<SoundSink> sink_ GUARDED_BY(mutex_);
+  std::vector<std::int16_t> scaled_ GUARDED_BY(mutex_);
 };
 
 }  // namespace meeting

@@ -49,7 +49,7 @@ FrameMd5Writer::~FrameMd5Writer() {
 }
 
 void FrameMd5Writer::add(const VideoSample& sample) {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   if (file_ == nullptr) return;
   const bool eitherStill = std::exchange(lastStill_, sample.still) || sample.still;
   const bool samePlace = lastTimestampMs_ == sample.timestampMs;
@@ -63,7 +63,7 @@ void FrameMd5Writer::add(const VideoSample& sample) {
 }
 
 bool FrameMd5Writer::close() {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   if (file_ == nullptr) return true;
   const bool failed = std::ferror(file_) != 0;
   const bool closed = std::fclose(std::exchange(file_, nullptr)) == 0;

@@ -7,11 +7,11 @@
 
 #include <cstdio>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
 #include "meeting/MultimediaPlatform.h"
+#include "platform/Mutex.h"
 
 struct AVMD5;
 
@@ -25,19 +25,18 @@ class FrameMd5Writer {
   FrameMd5Writer(const FrameMd5Writer&) = delete;
   FrameMd5Writer& operator=(const FrameMd5Writer&) = delete;
 
-  void add(const VideoSample& sample);
+  void add(const VideoSample& sample) EXCLUDES(mutex_);
   // Whether everything has reached the file; nothing may be added afterwards.
-  bool close();
+  bool close() EXCLUDES(mutex_);
 
  private:
   explicit FrameMd5Writer(std::FILE* file);
 
-  std::mutex mutex_;
-  // Guarded by mutex_:
-  std::FILE* file_;
-  AVMD5* md5_;
-  std::optional<std::uint64_t> lastTimestampMs_;
-  bool lastStill_ = false;
+  platform::Mutex mutex_;
+  std::FILE* file_ GUARDED_BY(mutex_);
+  AVMD5* md5_ GUARDED_BY(mutex_);
+  std::optional<std::uint64_t> lastTimestampMs_ GUARDED_BY(mutex_);
+  bool lastStill_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace meeting

@@ -17,19 +17,18 @@ constexpr std::size_t kMaxRenditions = 4;
 }  // namespace
 
 struct FramePoolCore {
-  std::mutex mutex;
-  // Guarded by mutex:
-  std::vector<std::unique_ptr<Frame>> idle;
-  std::size_t needed = 0;  // bytes, by the latest picture
-  FramePoolStatistics statistics;
+  platform::Mutex mutex;
+  std::vector<std::unique_ptr<Frame>> idle GUARDED_BY(mutex);
+  std::size_t needed GUARDED_BY(mutex) = 0;  // bytes, by the latest picture
+  FramePoolStatistics statistics GUARDED_BY(mutex);
 
   FramePoolCore() { idle.reserve(kMaxIdle); }
 
   // A frame that may have too little room, but never far too much.
-  std::unique_ptr<Frame> take(std::size_t room) {
-    const std::lock_guard lock(mutex);
+  std::unique_ptr<Frame> take(std::size_t room) EXCLUDES(mutex) {
+    const platform::Lock lock(mutex);
     needed = room;
-    std::erase_if(idle, [this](const auto& frame) { return dropped(*frame); });
+    std::erase_if(idle, [this](const auto& frame) REQUIRES(mutex) { return dropped(*frame); });
     if (!idle.empty()) {
       auto frame = std::move(idle.back());
       idle.pop_back();
@@ -42,7 +41,7 @@ struct FramePoolCore {
   }
 
   // Without room for the pixels, throws and leaves the frame without any.
-  void makeRoom(Frame& frame, std::size_t room) {
+  void makeRoom(Frame& frame, std::size_t room) EXCLUDES(mutex) {
     if (frame.room_ >= room) return;
     frame.pixels.reset();
     resized(frame, 0);
@@ -50,8 +49,8 @@ struct FramePoolCore {
     resized(frame, room);
   }
 
-  void giveBack(std::unique_ptr<Frame> frame) {
-    const std::lock_guard lock(mutex);
+  void giveBack(std::unique_ptr<Frame> frame) EXCLUDES(mutex) {
+    const platform::Lock lock(mutex);
     if (dropped(*frame)) return;
     if (idle.size() < kMaxIdle)
       idle.push_back(std::move(frame));
@@ -61,17 +60,17 @@ struct FramePoolCore {
 
  private:
   // Whether the frame, which nobody holds, is too large to be kept.
-  bool dropped(const Frame& frame) {
+  bool dropped(const Frame& frame) REQUIRES(mutex) {
     if (frame.room_ / kMostSpareRoom <= needed) return false;
     forget(frame);
     return true;
   }
-  void forget(const Frame& frame) {
+  void forget(const Frame& frame) REQUIRES(mutex) {
     --statistics.frames;
     statistics.bytes -= frame.room_;
   }
-  void resized(Frame& frame, std::size_t room) {
-    const std::lock_guard lock(mutex);
+  void resized(Frame& frame, std::size_t room) EXCLUDES(mutex) {
+    const platform::Lock lock(mutex);
     statistics.bytes += room - frame.room_;
     frame.room_ = room;
   }
@@ -90,7 +89,7 @@ FrameRef::~FrameRef() {
 
 FrameRef Frame::rendition(std::uint32_t wide, std::uint32_t high,
                           const std::function<FrameRef()>& make) const {
-  const std::lock_guard lock(renditionsMutex_);
+  const platform::Lock lock(renditionsMutex_);
   for (const FrameRef& made : renditions_)
     if (made->width == wide && made->height == high) return made;
   FrameRef made = make();
@@ -126,7 +125,7 @@ FrameRef FramePool::copyOf(const VideoSample& sample) {
 }
 
 FramePoolStatistics FramePool::statistics() const {
-  const std::lock_guard lock(core_->mutex);
+  const platform::Lock lock(core_->mutex);
   return core_->statistics;
 }
 

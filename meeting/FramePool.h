@@ -8,11 +8,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
 #include "meeting/MultimediaPlatform.h"
+#include "platform/Mutex.h"
 
 namespace meeting {
 
@@ -52,7 +52,7 @@ struct Frame {
 
   // This picture at another size: made by who asks first, while others wait, and shared with them.
   FrameRef rendition(std::uint32_t wide, std::uint32_t high,
-                     const std::function<FrameRef()>& make) const;
+                     const std::function<FrameRef()>& make) const EXCLUDES(renditionsMutex_);
 
  private:
   friend class FrameRef;
@@ -61,8 +61,8 @@ struct Frame {
   std::size_t room_ = 0;  // bytes
   std::atomic<int> references_{0};
   std::shared_ptr<FramePoolCore> home_;  // set while in use
-  mutable std::mutex renditionsMutex_;
-  mutable std::vector<FrameRef> renditions_;  // guarded by renditionsMutex_; the oldest first
+  mutable platform::Mutex renditionsMutex_;
+  mutable std::vector<FrameRef> renditions_ GUARDED_BY(renditionsMutex_);  // the oldest first
 };
 
 // What a pool has made that still exists.

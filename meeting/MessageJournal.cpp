@@ -53,7 +53,7 @@ bool MessageJournal::count(const MessageKey& key) {
 }
 
 void MessageJournal::keep(std::string_view participant, bool taken, const RawMessage& message) {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   if (kept_.size() == capacity_) kept_.pop_front();
   kept_.push_back({clock_->now(), std::string(participant), taken, message});
   ++newest_;
@@ -63,7 +63,7 @@ std::vector<JournalEntry> MessageJournal::since(std::uint64_t number, std::size_
   std::vector<Kept> messages;
   std::uint64_t first = 0;
   {
-    const std::lock_guard lock(mutex_);
+    const platform::Lock lock(mutex_);
     const std::uint64_t before = newest_ - kept_.size();
     first = std::clamp(number, before, newest_) + 1;
     const auto begin = kept_.begin() + static_cast<std::ptrdiff_t>(first - before - 1);

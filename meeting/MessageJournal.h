@@ -11,7 +11,6 @@
 #include <deque>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -19,6 +18,7 @@
 
 #include "meeting/MessageTable.h"
 #include "platform/Clock.h"
+#include "platform/Mutex.h"
 #include "ucf/Types.h"
 
 namespace meeting {
@@ -56,7 +56,7 @@ class MessageJournal {
   // What is kept from now on. What has been kept stays until newer messages take its place.
   void setKept(Keep keep) { keep_.store(keep, std::memory_order_relaxed); }
   // The kept messages that came after `number`, oldest first, `max` at most.
-  std::vector<JournalEntry> since(std::uint64_t number, std::size_t max) const;
+  std::vector<JournalEntry> since(std::uint64_t number, std::size_t max) const EXCLUDES(mutex_);
   // Names of the messages that have passed at least once, and how often.
   std::map<std::string, std::uint64_t> totals() const;
 
@@ -70,7 +70,7 @@ class MessageJournal {
 
   // Counts the message; true when it is to be kept.
   bool count(const MessageKey& key);
-  void keep(std::string_view participant, bool taken, const RawMessage& message);
+  void keep(std::string_view participant, bool taken, const RawMessage& message) EXCLUDES(mutex_);
 
   const std::size_t capacity_;
   const std::shared_ptr<platform::Clock> clock_;
@@ -78,9 +78,9 @@ class MessageJournal {
   std::atomic<Keep> keep_{Keep::nothing};
   std::array<std::atomic<std::uint64_t>, kUnknownMessage + 1> counts_{};
 
-  mutable std::mutex mutex_;  // guards what follows
-  std::deque<Kept> kept_;
-  std::uint64_t newest_ = 0;  // number of the last in kept_
+  mutable platform::Mutex mutex_;
+  std::deque<Kept> kept_ GUARDED_BY(mutex_);
+  std::uint64_t newest_ GUARDED_BY(mutex_) = 0;  // number of the last in kept_
 };
 
 }  // namespace meeting

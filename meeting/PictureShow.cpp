@@ -34,78 +34,77 @@ PictureShow::PictureShow() {
 
 PictureShow::~PictureShow() {
   {
-    const std::lock_guard lock(mutex_);
+    const platform::Lock lock(mutex_);
     ending_ = true;
   }
-  wake_.notify_one();
+  wake_.notifyOne();
   worker_.join();
 }
 
 void PictureShow::offer(const FrameRef& frame) {
   FrameRef replaced = frame;  // ends outside of the lock
   {
-    const std::lock_guard lock(mutex_);
+    const platform::Lock lock(mutex_);
     std::swap(slot_, replaced);
     if (replaced) ++counts_.lost;
   }
-  wake_.notify_one();
+  wake_.notifyOne();
 }
 
 void PictureShow::showIn(std::shared_ptr<platform::View> view) {
   std::unique_ptr<RenderTarget> target;
   if (view) {
     target = std::make_unique<RenderTarget>(std::move(view), [this](PixelSize size) {
-      Lock lock(mutex_);
+      const platform::Lock lock(mutex_);
       targetSize_ = size;
-      redraw(std::move(lock));
+      redraw();
     });
   }
-  Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   targetSize_ = target ? target->size() : PixelSize{};
   std::swap(target_, target);
-  redraw(std::move(lock));
+  redraw();
 }
 
 void PictureShow::setWatched(bool watched) {
-  Lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   watched_ = watched;
-  redraw(std::move(lock));
+  redraw();
 }
 
 void PictureShow::setDelay(platform::Duration perPicture) {
   {
-    const std::lock_guard lock(mutex_);
+    const platform::Lock lock(mutex_);
     delay_ = perPicture;
   }
-  wake_.notify_one();
+  wake_.notifyOne();
 }
 
 void PictureShow::clear() {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   slot_ = FrameRef();
   current_ = FrameRef();
 }
 
 PictureShow::Counts PictureShow::counts() const {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   return counts_;
 }
 
-void PictureShow::redraw(Lock lock) {
+void PictureShow::redraw() {
   outdated_ = true;
-  lock.unlock();
-  wake_.notify_one();
+  wake_.notifyOne();
 }
 
 bool PictureShow::isResting() const { return std::chrono::steady_clock::now() < takenAt_ + delay_; }
 
 // False at the end.
-bool PictureShow::waitForWork(Lock& lock) {
+bool PictureShow::waitForWork() {
   while (!ending_ && !outdated_ && (!slot_ || isResting())) {
     if (slot_)
-      wake_.wait_until(lock, takenAt_ + delay_);
+      wake_.waitUntil(mutex_, takenAt_ + delay_);
     else
-      wake_.wait(lock);
+      wake_.wait(mutex_);
   }
   return !ending_;
 }
@@ -113,8 +112,8 @@ bool PictureShow::waitForWork(Lock& lock) {
 void PictureShow::work() {
   // Of this thread alone, as Linux takes it.
   setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kNiceness);
-  Lock lock(mutex_);
-  while (waitForWork(lock)) {
+  const platform::Lock lock(mutex_);
+  while (waitForWork()) {
     outdated_ = false;
     const bool takes = slot_ && !isResting();
     if (takes) {
@@ -122,30 +121,31 @@ void PictureShow::work() {
       takenAt_ = std::chrono::steady_clock::now();
       counts_.size = sizeOf(current_);
     }
-    tryDraw(lock);
+    tryDraw();
     if (takes) ++counts_.received;
   }
 }
 
-// A picture that there is no memory for is not shown; the next one, or another size, may fit.
-void PictureShow::tryDraw(Lock& lock) {
+void PictureShow::tryDraw() {
   try {
-    draw(lock);
+    draw();
   } catch (const std::bad_alloc&) {
-    if (!lock.owns_lock()) lock.lock();
+    // No memory for this one: the next one, or another size, may fit.
   }
 }
 
 // Where the picture no longer belongs when it has been scaled, it is not shown.
-void PictureShow::draw(Lock& lock) {
+void PictureShow::draw() {
   if (!watched_ || !target_ || !current_) return;
   const FrameRef frame = current_;
   const PixelSize bounds = targetSize_;
   const RenderTarget* const target = target_.get();
-  lock.unlock();
-  const FrameRef scaled = scaler_.scaled(frame, fitted(sizeOf(frame), bounds));
-  auto image = scaled ? imageOf(scaled) : nullptr;
-  lock.lock();
+  std::shared_ptr<const platform::Image> image;
+  {
+    const platform::Unlocked unlocked(mutex_);
+    const FrameRef scaled = scaler_.scaled(frame, fitted(sizeOf(frame), bounds));
+    if (scaled) image = imageOf(scaled);
+  }
   if (image && target_.get() == target) target_->show(std::move(image));
 }
 

@@ -6,16 +6,15 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 #include "meeting/FramePool.h"
 #include "meeting/PictureScaler.h"
 #include "meeting/RenderTarget.h"
 #include "platform/Clock.h"
+#include "platform/Mutex.h"
 #include "platform/View.h"
 
 namespace meeting {
@@ -28,45 +27,43 @@ class PictureShow {
   PictureShow& operator=(const PictureShow&) = delete;
 
   // A picture not yet taken is replaced.
-  void offer(const FrameRef& frame);
+  void offer(const FrameRef& frame) EXCLUDES(mutex_);
   // Where pictures go, now and whenever the view's size changes; null for nowhere. Nothing is drawn
   // into the view before any more when this has returned.
-  void showIn(std::shared_ptr<platform::View> view);
-  void setWatched(bool watched);
+  void showIn(std::shared_ptr<platform::View> view) EXCLUDES(mutex_);
+  void setWatched(bool watched) EXCLUDES(mutex_);
   // A rest after each picture that is taken.
-  void setDelay(platform::Duration perPicture);
+  void setDelay(platform::Duration perPicture) EXCLUDES(mutex_);
   // Lets go of the pictures.
-  void clear();
+  void clear() EXCLUDES(mutex_);
 
   struct Counts {
     std::uint64_t received = 0, lost = 0;
     PixelSize size;  // of the newest picture taken
   };
-  Counts counts() const;  // [any-thread]
+  Counts counts() const EXCLUDES(mutex_);  // [any-thread]
 
  private:
-  using Lock = std::unique_lock<std::mutex>;
-  void redraw(Lock lock);
-  bool isResting() const;
-  bool waitForWork(Lock& lock);
-  void tryDraw(Lock& lock);
-  void work();
-  void draw(Lock& lock);
+  void redraw() REQUIRES(mutex_);
+  bool isResting() const REQUIRES(mutex_);
+  bool waitForWork() REQUIRES(mutex_);
+  void tryDraw() REQUIRES(mutex_);
+  void work() EXCLUDES(mutex_);
+  void draw() REQUIRES(mutex_);
 
   PictureScaler scaler_;  // the worker's
-  mutable std::mutex mutex_;
-  std::condition_variable wake_;
-  // Guarded by mutex_:
-  FrameRef slot_;     // newest picture not yet taken
-  FrameRef current_;  // the one that is, or would be, on show
-  std::unique_ptr<RenderTarget> target_;
-  PixelSize targetSize_;
-  Counts counts_;
-  platform::Duration delay_{0};
-  std::chrono::steady_clock::time_point takenAt_ = std::chrono::steady_clock::time_point::min();
-  bool watched_ = false;
-  bool outdated_ = false;  // what is on show, because of something else than a new picture
-  bool ending_ = false;
+  platform::CondVar wake_;
+  mutable platform::Mutex mutex_;
+  FrameRef slot_ GUARDED_BY(mutex_);     // newest picture not yet taken
+  FrameRef current_ GUARDED_BY(mutex_);  // the one that is, or would be, on show
+  std::unique_ptr<RenderTarget> target_ GUARDED_BY(mutex_);
+  PixelSize targetSize_ GUARDED_BY(mutex_);
+  Counts counts_ GUARDED_BY(mutex_);
+  platform::Duration delay_ GUARDED_BY(mutex_){0};
+  platform::TimePoint takenAt_ GUARDED_BY(mutex_) = platform::TimePoint::min();
+  bool watched_ GUARDED_BY(mutex_) = false;
+  bool outdated_ GUARDED_BY(mutex_) = false;  // what is on show, not because of a new picture
+  bool ending_ GUARDED_BY(mutex_) = false;
 
   std::thread worker_;  // last: starts when everything else is there
 };

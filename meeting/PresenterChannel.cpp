@@ -1,6 +1,5 @@
 #include "meeting/PresenterChannel.h"
 
-#include <mutex>
 #include <utility>
 
 #include "meeting/QueryAnswers.h"
@@ -66,8 +65,13 @@ void PresenterChannel::close() {
 }
 
 bool PresenterChannel::setRegistered(bool registered) {
-  const std::lock_guard lock(gate_);
+  const platform::Lock lock(gate_);
   return std::exchange(registered_, registered) != registered;
+}
+
+bool PresenterChannel::isRegistered() {
+  const platform::SharedLock lock(gate_);
+  return registered_;
 }
 
 bool PresenterChannel::isOurs(const tagMSHead& head) const { return isAbout(stream_->ids(), head); }
@@ -87,7 +91,7 @@ bool PresenterChannel::unregister(const tagMSUnRegisterInfo& info) {
 
 bool PresenterChannel::sourceStatus(const tagMSSourceStatus& status) {
   if (!isOurs(status.head)) return false;
-  if (registered_) stream_->sourceStatus(status.eStatus, status.lPosition);
+  if (isRegistered()) stream_->sourceStatus(status.eStatus, status.lPosition);
   return true;
 }
 
@@ -104,7 +108,7 @@ bool PresenterChannel::mediaFormat(const tagMSMediaFormat& record) {
 }
 
 bool PresenterChannel::mediaData(const tagMSDataStructure& data) {
-  const std::shared_lock lock(gate_);
+  const platform::SharedLock lock(gate_);
   if (!registered_) return false;
   const bool carried = carry(data);
   if (!carried) stream_->observer().onMalformed();

@@ -3,11 +3,11 @@
 #pragma once
 
 #include <memory>
-#include <shared_mutex>
 
 #include "meeting/DocumentStream.h"
 #include "meeting/MultimediaPlatform.h"
 #include "mmp/RequestRecords.h"
+#include "platform/Mutex.h"
 
 namespace meeting {
 
@@ -28,18 +28,19 @@ class PresenterChannel final : public PresenterPort {
   bool unregister(const tagMSUnRegisterInfo& info);
   bool sourceStatus(const tagMSSourceStatus& status);
   bool mediaFormat(const tagMSMediaFormat& record);
-  bool mediaData(const tagMSDataStructure& data);
+  bool mediaData(const tagMSDataStructure& data) EXCLUDES(gate_);
   bool carry(const tagMSDataStructure& data);
   void close();
   bool isOurs(const tagMSHead& head) const;
   // Answers whether this changed it; no sample is under way in the old state when it returns.
-  bool setRegistered(bool registered);
+  bool setRegistered(bool registered) EXCLUDES(gate_);
+  bool isRegistered() EXCLUDES(gate_);
 
   const std::shared_ptr<DocumentStream> stream_;
   const std::weak_ptr<PlatformPeer> peer_;
-  bool lost_ = false;        // main thread
-  std::shared_mutex gate_;   // shared while a sample is carried
-  bool registered_ = false;  // changed on the main thread, under the gate
+  bool lost_ = false;           // main thread
+  platform::SharedMutex gate_;  // shared while a sample is carried
+  bool registered_ GUARDED_BY(gate_) = false;
 };
 
 }  // namespace meeting

@@ -17,7 +17,7 @@ void SampleFanOut::video(const VideoSample& sample) {
   hasPictures_ = true;
   if (!isToBeKept(sample)) return;
   const FrameRef frame = pool_.copyOf(sample);
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   kept_ = frame;
   keptAt_ = clock_.now();
   isOvertaken_ = false;
@@ -26,7 +26,7 @@ void SampleFanOut::video(const VideoSample& sample) {
 
 // The sender drops a still that is the same as its last one, so that it comes once only.
 bool SampleFanOut::isToBeKept(const VideoSample& sample) {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   if (sample.still || !listeners_.empty() || !keptAt_) return true;
   if (clock_.now() - *keptAt_ >= kUnwatchedInterval) return true;
   isOvertaken_ = true;
@@ -35,17 +35,17 @@ bool SampleFanOut::isToBeKept(const VideoSample& sample) {
 
 void SampleFanOut::audio(const AudioSample& sample) {
   if (!hasPictures_) positionMs_ = sample.timestampMs;
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   for (AttendeeChannel* listener : listeners_) listener->offer(audioFormat_, sample);
 }
 
 void SampleFanOut::setAudioFormat(const AudioFormat& format) {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   audioFormat_ = format;
 }
 
 bool SampleFanOut::add(AttendeeChannel& listener) {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   if (std::find(listeners_.begin(), listeners_.end(), &listener) == listeners_.end())
     listeners_.push_back(&listener);
   if (!kept_) return false;
@@ -54,25 +54,25 @@ bool SampleFanOut::add(AttendeeChannel& listener) {
 }
 
 void SampleFanOut::remove(AttendeeChannel& listener) {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   std::erase(listeners_, &listener);
 }
 
 void SampleFanOut::removeAll() {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   listeners_.clear();
 }
 
 void SampleFanOut::setPositionMs(std::uint64_t position) {
   positionMs_ = position;
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   keptAt_.reset();
 }
 
 void SampleFanOut::forget() {
   positionMs_ = 0;
   hasPictures_ = false;
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   kept_ = FrameRef();
   keptAt_.reset();
   isOvertaken_ = false;

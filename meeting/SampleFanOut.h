@@ -7,13 +7,13 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <vector>
 
 #include "meeting/FramePool.h"
 #include "meeting/MultimediaPlatform.h"
 #include "platform/Clock.h"
+#include "platform/Mutex.h"
 
 namespace meeting {
 
@@ -23,39 +23,39 @@ class SampleFanOut {
  public:
   explicit SampleFanOut(const platform::Clock& clock) : clock_(clock) {}
   // [delivery-thread; a still picture on main-thread]
-  void video(const VideoSample& sample);
-  void audio(const AudioSample& sample);
+  void video(const VideoSample& sample) EXCLUDES(mutex_);
+  void audio(const AudioSample& sample) EXCLUDES(mutex_);
 
-  void setAudioFormat(const AudioFormat& format);
+  void setAudioFormat(const AudioFormat& format) EXCLUDES(mutex_);
   // The listener is offered every sample from now on, and the picture that is kept at once. False
   // when that is not the newest, or there is none.
-  bool add(AttendeeChannel& listener);
+  bool add(AttendeeChannel& listener) EXCLUDES(mutex_);
   // No offer to the listener is under way, or comes, when this has returned.
-  void remove(AttendeeChannel& listener);
-  void removeAll();
+  void remove(AttendeeChannel& listener) EXCLUDES(mutex_);
+  void removeAll() EXCLUDES(mutex_);
   // Nothing that has come belongs to what comes now.
-  void forget();
+  void forget() EXCLUDES(mutex_);
 
   // Time of the newest sample, of pictures when there are any. [any-thread]
   std::uint64_t positionMs() const { return positionMs_; }
   // What comes next is from there: no older picture stands for it.
-  void setPositionMs(std::uint64_t position);
+  void setPositionMs(std::uint64_t position) EXCLUDES(mutex_);
   FramePool& pool() { return pool_; }
 
  private:
-  bool isToBeKept(const VideoSample& sample);
+  bool isToBeKept(const VideoSample& sample) EXCLUDES(mutex_);
 
   const platform::Clock& clock_;
   FramePool pool_;
   std::atomic<std::uint64_t> positionMs_{0};
   std::atomic<bool> hasPictures_{false};
-  std::mutex mutex_;
-  // Guarded by mutex_, which is held while the listeners take a sample:
-  std::vector<AttendeeChannel*> listeners_;
-  FrameRef kept_;                              // the newest picture that was copied
-  std::optional<platform::TimePoint> keptAt_;  // none: the next one is copied in any case
-  bool isOvertaken_ = false;                   // a newer picture has passed that nobody watched
-  AudioFormat audioFormat_;
+  platform::Mutex mutex_;  // held while the listeners take a sample
+  std::vector<AttendeeChannel*> listeners_ GUARDED_BY(mutex_);
+  FrameRef kept_ GUARDED_BY(mutex_);  // the newest picture that was copied
+  // None: the next one is copied in any case.
+  std::optional<platform::TimePoint> keptAt_ GUARDED_BY(mutex_);
+  bool isOvertaken_ GUARDED_BY(mutex_) = false;  // a newer picture has passed that nobody watched
+  AudioFormat audioFormat_ GUARDED_BY(mutex_);
 };
 
 }  // namespace meeting

@@ -21,18 +21,18 @@ SampleStatistics::SampleStatistics(std::shared_ptr<const platform::Clock> clock)
     : clock_(std::move(clock)), origin_(clock_->now()) {}
 
 void SampleStatistics::playPressed() {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   pressed_ = clock_->now();
 }
 
 void SampleStatistics::restartTiming() {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   baseline_.reset();
   audioLateness_.reset();
 }
 
 void SampleStatistics::video(const VideoSample& sample) {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   if (sample.still) {
     ++counts_.stills;
     return;
@@ -50,7 +50,7 @@ void SampleStatistics::video(const VideoSample& sample) {
 }
 
 void SampleStatistics::audio(const AudioSample& sample) {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   ++counts_.audioBlocks;
   counts_.audioBytes += sample.bytes;
   audioLateness_ = lateness(sample.timestampMs);
@@ -60,12 +60,12 @@ void SampleStatistics::audio(const AudioSample& sample) {
 }
 
 void SampleStatistics::malformed() {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   ++counts_.malformed;
 }
 
 SampleSummary SampleStatistics::summary() const {
-  const std::lock_guard lock(mutex_);
+  const platform::Lock lock(mutex_);
   SampleSummary summary = counts_;
   summary.pacing = percentiles(pacing_);
   summary.avSkew = percentiles(skew_);

@@ -3,12 +3,12 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 #include "meeting/DurationHistogram.h"
 #include "meeting/MultimediaPlatform.h"
 #include "platform/Clock.h"
+#include "platform/Mutex.h"
 
 namespace meeting {
 
@@ -32,31 +32,30 @@ class SampleStatistics {
   explicit SampleStatistics(std::shared_ptr<const platform::Clock> clock);
 
   // The user presses play now.
-  void playPressed();
+  void playPressed() EXCLUDES(mutex_);
   // Playing starts or goes on somewhere else: what follows is timed against its first sample.
-  void restartTiming();
-  void video(const VideoSample& sample);
-  void audio(const AudioSample& sample);
-  void malformed();
+  void restartTiming() EXCLUDES(mutex_);
+  void video(const VideoSample& sample) EXCLUDES(mutex_);
+  void audio(const AudioSample& sample) EXCLUDES(mutex_);
+  void malformed() EXCLUDES(mutex_);
 
-  SampleSummary summary() const;
+  SampleSummary summary() const EXCLUDES(mutex_);
 
  private:
   // How late the sample is against its own timestamp, from an origin that never changes.
-  platform::Duration lateness(std::uint64_t timestampMs);
-  void noteFirstSample(platform::TimePoint now);
+  platform::Duration lateness(std::uint64_t timestampMs) REQUIRES(mutex_);
+  void noteFirstSample(platform::TimePoint now) REQUIRES(mutex_);
 
   const std::shared_ptr<const platform::Clock> clock_;
   const platform::TimePoint origin_;
-  mutable std::mutex mutex_;
-  // Guarded by mutex_:
-  SampleSummary counts_;  // everything but the percentiles
-  std::optional<platform::TimePoint> pressed_;
-  std::optional<platform::Duration> baseline_;       // lateness taken as exact
-  std::optional<platform::Duration> audioLateness_;  // of the latest block
-  bool pictures_ = false;  // timing is by pictures, or by sound when there are none
-  DurationHistogram pacing_;
-  DurationHistogram skew_;
+  mutable platform::Mutex mutex_;
+  SampleSummary counts_ GUARDED_BY(mutex_);  // everything but the percentiles
+  std::optional<platform::TimePoint> pressed_ GUARDED_BY(mutex_);
+  std::optional<platform::Duration> baseline_ GUARDED_BY(mutex_);       // lateness taken as exact
+  std::optional<platform::Duration> audioLateness_ GUARDED_BY(mutex_);  // of the latest block
+  bool pictures_ GUARDED_BY(mutex_) = false;  // timing is by these, or by sound when there are none
+  DurationHistogram pacing_ GUARDED_BY(mutex_);
+  DurationHistogram skew_ GUARDED_BY(mutex_);
 };
 
 }  // namespace meeting

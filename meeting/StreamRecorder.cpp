@@ -63,12 +63,12 @@ void StreamRecorder::onVideoFormat(const VideoFormat& format) { video_ = format;
 
 void StreamRecorder::onAudioFormat(const AudioFormat& format) {
   audio_ = format;
-  const std::lock_guard lock(soundMutex_);
+  const platform::Lock lock(soundMutex_);
   soundFormat_ = format;
 }
 
 void StreamRecorder::listen(std::shared_ptr<SoundSink> sink) {
-  const std::lock_guard lock(soundMutex_);
+  const platform::Lock lock(soundMutex_);
   sink_ = std::move(sink);
 }
 
@@ -88,7 +88,7 @@ void StreamRecorder::onAudio(const AudioSample& sample) {
   std::shared_ptr<SoundSink> sink;
   AudioFormat format;
   {
-    const std::lock_guard lock(soundMutex_);
+    const platform::Lock lock(soundMutex_);
     sink = sink_;
     format = soundFormat_;
   }

@@ -6,12 +6,12 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 #include "meeting/FrameMd5Writer.h"
 #include "meeting/MultimediaPlatform.h"
 #include "meeting/SampleStatistics.h"
+#include "platform/Mutex.h"
 
 namespace meeting {
 
@@ -30,7 +30,7 @@ class StreamRecorder final : public StreamObserver {
   void setPictureWanted(std::function<void()> wanted) { pictureWanted_ = std::move(wanted); }
 
   // Who hears what is sent from now on, instead of who did; null for nobody. [main-thread]
-  void listen(std::shared_ptr<SoundSink> sink);
+  void listen(std::shared_ptr<SoundSink> sink) EXCLUDES(soundMutex_);
 
   StreamState state() const { return state_; }
   std::uint64_t durationMs() const { return durationMs_; }
@@ -45,10 +45,10 @@ class StreamRecorder final : public StreamObserver {
   void onJoined() override;
   void onSourceStatus(MM_MEDIASTREAMING_SOURCE_STATUS status, std::int64_t positionMs) override;
   void onVideoFormat(const VideoFormat& format) override;
-  void onAudioFormat(const AudioFormat& format) override;
+  void onAudioFormat(const AudioFormat& format) override EXCLUDES(soundMutex_);
   void onPictureWanted() override;
   void onVideo(const VideoSample& sample) override;
-  void onAudio(const AudioSample& sample) override;
+  void onAudio(const AudioSample& sample) override EXCLUDES(soundMutex_);
   void onMalformed() override;
 
  private:
@@ -68,9 +68,9 @@ class StreamRecorder final : public StreamObserver {
   std::optional<VideoFormat> video_;
   std::optional<AudioFormat> audio_;
 
-  std::mutex soundMutex_;  // guards what follows
-  std::shared_ptr<SoundSink> sink_;
-  AudioFormat soundFormat_;
+  platform::Mutex soundMutex_;
+  std::shared_ptr<SoundSink> sink_ GUARDED_BY(soundMutex_);
+  AudioFormat soundFormat_ GUARDED_BY(soundMutex_);
 };
 
 }  // namespace meeting

@@ -10,16 +10,16 @@ PictureEncoder::PictureEncoder(Done done) : done_(std::move(done)), thread_([thi
 
 PictureEncoder::~PictureEncoder() {
   {
-    const std::lock_guard lock(mutex_);
+    const platform::Lock lock(mutex_);
     ending_ = true;
   }
-  changed_.notify_one();
+  changed_.notifyOne();
   thread_.join();
 }
 
 void PictureEncoder::encode(const std::string& view, Scene scene) {
   {
-    const std::lock_guard lock(mutex_);
+    const platform::Lock lock(mutex_);
     const auto older = std::find_if(waiting_.begin(), waiting_.end(),
                                     [&](const auto& entry) { return entry.first == view; });
     if (older != waiting_.end())
@@ -27,25 +27,24 @@ void PictureEncoder::encode(const std::string& view, Scene scene) {
     else
       waiting_.emplace_back(view, std::move(scene));
   }
-  changed_.notify_one();
+  changed_.notifyOne();
 }
 
 void PictureEncoder::work() {
   JpegEncoder jpeg;
-  std::unique_lock lock(mutex_);
+  const platform::Lock lock(mutex_);
   while (true) {
-    changed_.wait(lock, [this] { return ending_ || !waiting_.empty(); });
+    while (!ending_ && waiting_.empty()) changed_.wait(mutex_);
     if (ending_) return;
     auto next = std::move(waiting_.front());
     waiting_.pop_front();
-    lock.unlock();
+    const platform::Unlocked unlocked(mutex_);
     try {
       done_(next.first, jpeg.encode(render(next.second)));
     } catch (...) {
       // Too large for the memory that is left, say: the next one may not be.
     }
     next = {};  // lets the pictures go
-    lock.lock();
   }
 }
 

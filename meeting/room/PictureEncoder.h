@@ -2,16 +2,15 @@
 // newest scene counts: one that has not been started yet is replaced.
 #pragma once
 
-#include <condition_variable>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "meeting/Snapshot.h"
+#include "platform/Mutex.h"
 
 namespace meeting {
 
@@ -27,16 +26,16 @@ class PictureEncoder {
   PictureEncoder(const PictureEncoder&) = delete;
   PictureEncoder& operator=(const PictureEncoder&) = delete;
 
-  void encode(const std::string& view, Scene scene);  // [any-thread]
+  void encode(const std::string& view, Scene scene) EXCLUDES(mutex_);  // [any-thread]
 
  private:
-  void work();
+  void work() EXCLUDES(mutex_);
 
   const Done done_;
-  std::mutex mutex_;  // guards what follows
-  std::condition_variable changed_;
-  std::deque<std::pair<std::string, Scene>> waiting_;  // one a view
-  bool ending_ = false;
+  platform::CondVar changed_;
+  platform::Mutex mutex_;
+  std::deque<std::pair<std::string, Scene>> waiting_ GUARDED_BY(mutex_);  // one a view
+  bool ending_ GUARDED_BY(mutex_) = false;
   std::thread thread_;
 };
 

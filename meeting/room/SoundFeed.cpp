@@ -1,8 +1,9 @@
 #include "meeting/room/SoundFeed.h"
 
-#include <mutex>
 #include <set>
 #include <utility>
+
+#include "platform/Mutex.h"
 
 namespace meeting {
 
@@ -12,35 +13,35 @@ class SoundFeed::FanOut final : public SoundSink {
   FanOut(std::string participant, Send send)
       : participant_(std::move(participant)), send_(std::move(send)) {}
 
-  void sound(const AudioFormat& format, const AudioSample& sample) override {
-    const std::lock_guard lock(mutex_);
+  void sound(const AudioFormat& format, const AudioSample& sample) override EXCLUDES(mutex_) {
+    const platform::Lock lock(mutex_);
     if (listeners_.empty()) return;
     const Payload data = soundData(participant_, format, sample);
     for (const VisitorId visitor : listeners_) send_(visitor, data);
   }
 
-  void add(VisitorId visitor) {
-    const std::lock_guard lock(mutex_);
+  void add(VisitorId visitor) EXCLUDES(mutex_) {
+    const platform::Lock lock(mutex_);
     listeners_.insert(visitor);
   }
 
   // True when nobody listens any more; nothing is sent to the visitor once it has returned.
-  bool remove(VisitorId visitor) {
-    const std::lock_guard lock(mutex_);
+  bool remove(VisitorId visitor) EXCLUDES(mutex_) {
+    const platform::Lock lock(mutex_);
     listeners_.erase(visitor);
     return listeners_.empty();
   }
 
-  void removeAll() {
-    const std::lock_guard lock(mutex_);
+  void removeAll() EXCLUDES(mutex_) {
+    const platform::Lock lock(mutex_);
     listeners_.clear();
   }
 
  private:
   const std::string participant_;
   const Send send_;
-  std::mutex mutex_;
-  std::set<VisitorId> listeners_;  // guarded by mutex_
+  platform::Mutex mutex_;
+  std::set<VisitorId> listeners_ GUARDED_BY(mutex_);
 };
 
 SoundFeed::SoundFeed(RoomModel& model, Send send) : model_(model), send_(std::move(send)) {}
