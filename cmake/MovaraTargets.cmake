@@ -31,6 +31,7 @@ target_compile_options(
             -Wcast-qual
             -Wdouble-promotion
             -Wimplicit-fallthrough
+            $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
             -Werror)
 target_link_options(movara_settings INTERFACE -Wl,-z,defs)
 if(MOVARA_SANITIZE)
