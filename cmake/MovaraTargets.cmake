@@ -12,6 +12,8 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 # The client bundle: program, shared libraries and plug-ins where an installed one has them.
 set(MOVARA_APP_CONTENTS ${PROJECT_BINARY_DIR}/meeting.app/Contents)
+include(GNUInstallDirs)
+set(MOVARA_APP_INSTALLED ${CMAKE_INSTALL_LIBDIR}/movara/meeting.app/Contents)
 
 add_library(movara_settings INTERFACE)
 target_include_directories(movara_settings INTERFACE ${PROJECT_SOURCE_DIR}
@@ -45,9 +47,12 @@ endif()
 function(movara_framework name)
   add_library(${name} SHARED ${ARGN})
   target_link_libraries(${name} PRIVATE movara_settings)
-  target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR})
+  target_include_directories(
+    ${name} INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+                      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/movara>)
   set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY
-                                           ${MOVARA_APP_CONTENTS}/Frameworks)
+                                           ${MOVARA_APP_CONTENTS}/Frameworks
+                                           INSTALL_RPATH "$ORIGIN")
 endfunction()
 
 # A plug-in bundle NAME.bundle whose code exports what the version script EXPORTS lists.
@@ -66,7 +71,8 @@ function(movara_bundle name)
                SUFFIX ""
                LINK_DEPENDS ${ARG_EXPORTS}
                LIBRARY_OUTPUT_DIRECTORY
-               ${MOVARA_APP_CONTENTS}/PlugIns/${name}.bundle/Contents/Linux)
+               ${MOVARA_APP_CONTENTS}/PlugIns/${name}.bundle/Contents/Linux
+               INSTALL_RPATH "$ORIGIN/../../../../Frameworks")
 endfunction()
 
 # A test program; every case becomes a CTest test.

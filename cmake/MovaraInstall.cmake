@@ -1,0 +1,71 @@
+# What is installed, in two components: the client with its plug-ins, and what hosts are built with.
+
+include(CMakePackageConfigHelpers)
+
+# --- client: the bundle as it lies in the build, and the program on the path ---
+
+install(TARGETS movara-meeting RUNTIME DESTINATION ${MOVARA_APP_INSTALLED}/Linux COMPONENT client)
+install(
+  TARGETS platform avcapture
+  EXPORT movara
+  LIBRARY DESTINATION ${MOVARA_APP_INSTALLED}/Frameworks COMPONENT client)
+foreach(bundle IN ITEMS movara lumtrace)
+  install(
+    TARGETS ${bundle}_bundle
+    LIBRARY DESTINATION ${MOVARA_APP_INSTALLED}/PlugIns/${bundle}.bundle/Contents/Linux
+            COMPONENT client)
+endforeach()
+
+# A relative link, so that an installed copy can be moved as a whole.
+file(RELATIVE_PATH program /${CMAKE_INSTALL_BINDIR} /${MOVARA_APP_INSTALLED}/Linux/movara-meeting)
+install(
+  CODE "
+  set(bin \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}\")
+  file(MAKE_DIRECTORY \"\${bin}\")
+  file(CREATE_LINK \"${program}\" \"\${bin}/movara-meeting\" SYMBOLIC)"
+  COMPONENT client)
+
+# --- development: headers, and how to find them and the libraries ---
+
+install(TARGETS movara_contract EXPORT movara)
+install(
+  DIRECTORY include/ucf include/mmp
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/movara
+  COMPONENT development
+  FILES_MATCHING
+  PATTERN "*.h")
+install(
+  DIRECTORY platform
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/movara
+  COMPONENT development
+  FILES_MATCHING
+  PATTERN "*.h"
+  PATTERN "*Impl.h" EXCLUDE)
+# Of the capture framework, the player view: a host presses its buttons and reads its status.
+install(
+  FILES avcapture/AVURLAsset.h avcapture/AudioTypes.h avcapture/Export.h avcapture/KTVideoPlayer.h
+        avcapture/Protocols.h avcapture/StatusText.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/movara/avcapture
+  COMPONENT development)
+
+set_target_properties(movara_contract PROPERTIES EXPORT_NAME contract)
+set(package ${CMAKE_INSTALL_LIBDIR}/cmake/movara)
+install(
+  EXPORT movara
+  NAMESPACE movara::
+  FILE movaraConfig.cmake
+  DESTINATION ${package}
+  COMPONENT development)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/movaraConfigVersion.cmake
+                                 COMPATIBILITY SameMinorVersion)
+install(
+  FILES ${PROJECT_BINARY_DIR}/movaraConfigVersion.cmake
+  DESTINATION ${package}
+  COMPONENT development)
+
+file(RELATIVE_PATH MOVARA_PREFIX_FROM_PKGCONFIG /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(cmake/movara.pc.in ${PROJECT_BINARY_DIR}/movara.pc @ONLY)
+install(
+  FILES ${PROJECT_BINARY_DIR}/movara.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)
