@@ -1,8 +1,7 @@
 #include "avcapture/Demuxer.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
+#include <filesystem>
 #include <limits>
 #include <new>
 #include <span>
@@ -12,7 +11,7 @@ namespace avcapture {
 
 namespace {
 
-constexpr std::chrono::seconds kOpenTimeout{10};
+constexpr std::chrono::seconds kOpenTimeout{5};
 constexpr std::chrono::milliseconds kRetryDelay{5};
 // A seek that lands behind its target goes back by this much, doubled each time.
 constexpr std::int64_t kFirstStepBack = kMicrosecondsPerSecond;
@@ -27,11 +26,6 @@ constexpr auto kGreatestTime = std::numeric_limits<std::int64_t>::max();
 // A packet that begins that far from where the one before it ended belongs to another recording.
 constexpr std::int64_t kLeapBack = kMicrosecondsPerSecond / 2;
 constexpr std::int64_t kLeapAhead = 10 * kMicrosecondsPerSecond;
-
-bool isRegularFile(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-}
 
 bool isCoverArt(const AVStream& stream) {
   return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
@@ -77,6 +71,16 @@ std::int64_t begins(const AVPacket& packet, const Timeline& timeline) {
   return 0;
 }
 
+// FFmpeg tells some formats by the extension, and would take marks in a name for a pattern.
+std::string nameForProbing(const std::string& path) {
+  return "movie" + std::filesystem::path(path).extension().string();
+}
+
+int refuseOtherFiles(AVFormatContext* /*format*/, AVIOContext** /*context*/, const char* /*url*/,
+                     int /*flags*/, AVDictionary** /*options*/) {
+  return AVERROR(EACCES);
+}
+
 std::int64_t startOf(const AVFormatContext& format) {
   return format.start_time == AV_NOPTS_VALUE ? 0 : format.start_time;
 }
@@ -99,32 +103,33 @@ std::uint32_t Timeline::milliseconds(std::int64_t pts) const {
 }
 
 int Demuxer::isInterrupted(void* self) {
-  const auto& demuxer = *static_cast<const Demuxer*>(self);
-  return demuxer.interrupted_->load(std::memory_order_relaxed) ||
-                 std::chrono::steady_clock::now() > demuxer.openDeadline_
-             ? 1
-             : 0;
+  return static_cast<const Demuxer*>(self)->disk_.givenUp() ? 1 : 0;
 }
 
 bool Demuxer::open(const std::string& path) {
   setUpFfmpegLog();
-  if (!isRegularFile(path)) return false;  // a pipe would block, a folder is none
+  disk_.setDeadline(std::chrono::steady_clock::now() + kOpenTimeout);
+  if (!input_.open(path)) return false;
   AVFormatContext* format = avformat_alloc_context();
   if (format == nullptr) throw std::bad_alloc();
   format->interrupt_callback = {.callback = isInterrupted, .opaque = this};
-  openDeadline_ = std::chrono::steady_clock::now() + kOpenTimeout;
-  // A playlist must not make us fetch anything from elsewhere.
-  AVDictionary* options = nullptr;
-  av_dict_set(&options, "protocol_whitelist", "file", 0);
-  const int opened = avformat_open_input(&format, ("file:" + path).c_str(), nullptr, &options);
-  av_dict_free(&options);
-  if (opened < 0) return false;  // has freed the context
+  format->pb = input_.context();
+  format->io_open = refuseOtherFiles;
+  error_ = avformat_open_input(&format, nameForProbing(path).c_str(), nullptr, nullptr);
+  if (error_ < 0) return false;  // has freed the context
   format_.reset(format);
-  if (avformat_find_stream_info(format, nullptr) < 0) return false;
-  openDeadline_ = std::chrono::steady_clock::time_point::max();
+  error_ = avformat_find_stream_info(format, nullptr);
+  if (error_ < 0) return false;
+  disk_.setDeadline(std::chrono::steady_clock::time_point::max());
   video_ = bestStream(streamsOf(*format), AVMEDIA_TYPE_VIDEO);
   audio_ = bestStream(streamsOf(*format), AVMEDIA_TYPE_AUDIO);
   return true;
+}
+
+std::string Demuxer::failure() const {
+  if (const int error = input_.error()) return fileFailure(error);
+  if (error_ == AVERROR_EXIT) return "interrupted";
+  return error_ == 0 || error_ == AVERROR_EOF ? std::string() : "the file is damaged, or no movie";
 }
 
 void Demuxer::discardOthers() {
@@ -158,14 +163,17 @@ PacketPtr Demuxer::read() {
 
 PacketPtr Demuxer::readFile() {
   PacketPtr packet = makePacket();
-  while (!interrupted_->load(std::memory_order_relaxed)) {
+  while (!disk_.interrupted()) {
     const int result = av_read_frame(format_.get(), packet.get());
     if (result == AVERROR(EAGAIN)) {
       std::this_thread::sleep_for(kRetryDelay);
       continue;
     }
     if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
-    if (result < 0) return nullptr;
+    if (result < 0) {
+      error_ = result;
+      return nullptr;
+    }
     const AVStream* stream = format_->streams[packet->stream_index];
     if (stream == video_ || stream == audio_) {
       if ((format_->iformat->flags & AVFMT_TS_DISCONT) != 0) fold(*packet);
@@ -195,6 +203,8 @@ void Demuxer::fold(AVPacket& packet) {
 }
 
 bool Demuxer::reposition(std::int64_t microseconds) {
+  error_ = 0;
+  input_.clearError();
   peeked_.clear();
   folded_ = 0;
   leapt_ = false;

@@ -5,13 +5,14 @@
 
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <optional>
 #include <string>
 
+#include "avcapture/DiskThread.h"
 #include "avcapture/Ffmpeg.h"
+#include "avcapture/FileInput.h"
 
 namespace avcapture {
 
@@ -30,13 +31,19 @@ struct Timeline {
 
 class Demuxer {
  public:
-  // All reading is given up while `interrupted` is set.
-  explicit Demuxer(const std::atomic<bool>& interrupted) : interrupted_(&interrupted) {}
+  // Throws std::system_error when there is no thread to read on.
+  Demuxer() = default;
   Demuxer(const Demuxer&) = delete;
   Demuxer& operator=(const Demuxer&) = delete;
 
-  // Whether the path names a regular file in a format that FFmpeg knows.
+  // Whether the path names a regular file in a format that FFmpeg knows; else `failure` tells why.
+  // Nothing but that file is ever read: one that only refers to others is refused.
   bool open(const std::string& path);
+  // Gives up all reading, for good. [any-thread]
+  void interrupt() { disk_.interrupt(); }
+  // Why the file could not be opened, or not be read further since the last seek; empty when it
+  // could.
+  std::string failure() const;
 
   // The streams to play; null when there is none. Cover art is no picture.
   const AVStream* video() const { return video_; }
@@ -68,10 +75,10 @@ class Demuxer {
   bool rewindBytes();
   bool startsAtOrBefore(std::int64_t microseconds);
 
-  const std::atomic<bool>* interrupted_;
-  std::chrono::steady_clock::time_point openDeadline_ =
-      std::chrono::steady_clock::time_point::max();
+  DiskThread disk_;
+  FileInput input_{disk_};
   FormatPtr format_;
+  int error_ = 0;  // FFmpeg's, where the file itself could be read
   const AVStream* video_ = nullptr;
   const AVStream* audio_ = nullptr;
   std::deque<PacketPtr> peeked_;  // read by seek, to be handed out first

@@ -196,8 +196,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   std::int64_t framePeriod_ = 0;  // microseconds
 
   // Owned by one thread each: demux, decode, picture, sound.
-  std::atomic<bool> interrupted_{false};
-  Demuxer demuxer_{interrupted_};
+  Demuxer demuxer_;
   std::unique_ptr<Decoder> videoDecoder_;
   std::unique_ptr<VideoConverter> converter_;
   std::unique_ptr<AudioDecoder> audioDecoder_;

@@ -3,13 +3,13 @@
 #include <sys/prctl.h>
 
 #include <algorithm>
-#include <csignal>
 #include <new>
 #include <system_error>
 #include <utility>
 
 #include "avcapture/Engine.h"
 #include "avcapture/ListenerCall.h"
+#include "avcapture/SignalsBlocked.h"
 #include "platform/RunLoop.h"
 
 namespace avcapture {
@@ -18,22 +18,6 @@ namespace {
 
 constexpr std::array<const char*, 4> kThreadNames = {"av-demux", "av-decode", "av-picture",
                                                      "av-sound"};
-
-// Signals are for the host's threads.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
-  }
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
- private:
-  sigset_t before_{};
-};
 
 }  // namespace
 
@@ -105,7 +89,7 @@ void Engine::stop() {
     listener_ = {};
     wakeAll();
   }
-  interrupted_ = true;
+  demuxer_.interrupt();
   for (std::size_t i = 0; i < kThreadCount; ++i) join(static_cast<Which>(i));
 }
 

@@ -1,0 +1,53 @@
+// Runs operations on files on a thread of its own, so that nobody waits for ever for a disk that
+// does not answer.
+//
+// An operation that takes too long is left behind: what follows is refused until it has come back,
+// and the thread goes its own way if it never does. So an operation owns all that it touches.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <thread>
+
+namespace avcapture {
+
+class DiskThread {
+ public:
+  // What it answers is not negative, or an AVERROR.
+  using Operation = std::function<std::int64_t()>;
+
+  // Throws std::system_error when there is no thread to be had.
+  DiskThread();
+  // Waits for what is under way, but only shortly.
+  ~DiskThread();
+  DiskThread(const DiskThread&) = delete;
+  DiskThread& operator=(const DiskThread&) = delete;
+
+  // Runs an operation and answers its result; AVERROR(ETIMEDOUT) when that takes more than five
+  // seconds, AVERROR_EXIT when interrupted. One thread at a time.
+  std::int64_t run(Operation operation);
+  // Leaves an operation to the thread. Like run, but nobody waits.
+  void post(Operation operation);
+  // Nothing waits beyond that. By the thread that calls run.
+  void setDeadline(std::chrono::steady_clock::time_point deadline) { deadline_ = deadline; }
+
+  // Ends waiting, for good. [any-thread]
+  void interrupt();
+  bool interrupted() const;
+  // Interrupted, or beyond the deadline. By the thread that calls run.
+  bool givenUp() const;
+
+ private:
+  struct Shared;
+  static void work(Shared& shared);
+
+  const std::shared_ptr<Shared> shared_;  // with the thread
+  std::thread thread_;
+  std::chrono::steady_clock::time_point deadline_ = std::chrono::steady_clock::time_point::max();
+  std::uint64_t lastTicket_ = 0;
+  bool leftBehind_ = false;  // the operation with that ticket
+};
+
+}  // namespace avcapture
