@@ -1,0 +1,24 @@
+"""The rows of the table: what is measured, and with which of the media unless others are named."""
+import dataclasses
+from collections.abc import Callable
+
+from . import pacing, playing
+
+
+@dataclasses.dataclass(frozen=True)
+class Row:
+    measure: Callable  # (medium, options) -> figures, whose row is this one's name
+    media: tuple = ("720p30", "1080p30")
+
+
+ROWS = {
+    "1": Row(playing.one_thread),
+    "2": Row(playing.automatic_threads),
+    "3": Row(playing.real_time),
+    "5": Row(pacing.quiet, ("720p30",)),
+    "5-busy": Row(pacing.busy, ("720p30",)),
+    "6": Row(playing.first_picture),
+    "7": Row(playing.seeks),
+    "8": Row(playing.memory, ("720p30",)),
+    "8-growth": Row(playing.growth, ("720p30",)),
+}
