@@ -1,0 +1,91 @@
+// Random runs of steps: the module does what the model says, and the model gets everywhere.
+//
+// RC_PARAMS sets how many runs there are and from which seed; without it the runs are always the
+// same. A failing run is shrunk to the fewest steps and printed with the lines that differ.
+#include <rapidcheck.h>
+
+#include <cstdlib>
+#include <set>
+
+#include "tests/model/Steps.h"
+
+namespace rc {
+
+template <>
+struct Arbitrary<model::Step> {
+  static Gen<model::Step> arbitrary() {
+    static const std::vector<std::size_t> lots = [] {
+      std::vector<std::size_t> drawn;
+      for (std::size_t kind = 0; kind < model::kinds().size(); ++kind)
+        drawn.insert(drawn.end(), model::kinds()[kind].weight, kind);
+      return drawn;
+    }();
+    return gen::resize(kNominalSize, gen::mapcat(gen::elementOf(lots), [](std::size_t kind) {
+                         return gen::map(gen::inRange(0, model::kinds()[kind].arguments),
+                                         [kind](int argument) {
+                                           return model::Step{kind, argument};
+                                         });
+                       }));
+  }
+};
+
+template <>
+struct Arbitrary<model::World> {
+  static Gen<model::World> arbitrary() {
+    return gen::resize(kNominalSize, gen::exec([] {
+                         // One in `n`; shrinks to what is usual.
+                         const auto seldom = [](int n) { return *gen::inRange(0, n) == n - 1; };
+                         model::World world;
+                         world.source = !seldom(2);
+                         world.embedded = !seldom(3);
+                         world.recording = seldom(5);
+                         world.agenda = !world.source && seldom(12);
+                         world.soundOnly = seldom(3);
+                         world.canSend = !seldom(6);
+                         world.opens = !seldom(5);
+                         world.content = seldom(4) ? *gen::element(0, 1) : 3;
+                         world.playAllowed = !seldom(3);
+                         world.refused = seldom(3);
+                         if (seldom(3)) world.channel = *gen::inRange(0U, 5U);
+                         return world;
+                       }));
+  }
+};
+
+}  // namespace rc
+
+namespace model {
+namespace {
+
+// What the runs have met: which states, at the source and at a listener.
+std::set<std::pair<bool, int>> met;
+
+void run(const World& world, const std::vector<Step>& steps) {
+  Model expected(world);
+  Subject subject(world);
+  RC_ASSERT(subject.host.take() == expected.takeLines());
+  for (const Step& step : steps) {
+    const Kind& kind = kinds()[step.kind];
+    RC_LOG() << step << '\n';
+    const int answer = kind.expected(expected, step.argument);
+    RC_ASSERT(kind.act(subject, step.argument) == answer);
+    RC_ASSERT(subject.host.take() == expected.takeLines());
+    RC_ASSERT(subject.look() == expected.look());
+    met.emplace(world.source, expected.state());
+  }
+  expected.release();
+  subject.end();
+  RC_ASSERT(subject.host.take() == expected.takeLines());
+}
+
+TEST(ModelTest, TheModuleDoesWhatTheModelSays) {
+  ::setenv("RC_PARAMS", "seed=1 max_success=5000", 0);  // NOLINT(concurrency-mt-unsafe)
+  EXPECT_TRUE(rc::check("the module does what the model says", run));
+  // All but the one that nothing leads to.
+  for (const int state : {0, 1, 2, 3, 4, 5, 6, 7, 8, 10, 11, 12})
+    for (const bool source : {true, false})
+      EXPECT_TRUE(met.contains({source, state})) << state << (source ? " source" : " listener");
+}
+
+}  // namespace
+}  // namespace model
