@@ -129,7 +129,7 @@ bool Demuxer::open(const std::string& path) {
 std::string Demuxer::failure() const {
   if (const int error = input_.error()) return fileFailure(error);
   if (error_ == AVERROR_EXIT) return "interrupted";
-  return error_ == 0 || error_ == AVERROR_EOF ? std::string() : "the file is damaged, or no movie";
+  return error_ == 0 || error_ == AVERROR_EOF ? std::string() : "damaged, or of an unknown format";
 }
 
 void Demuxer::discardOthers() {

@@ -3,13 +3,13 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <condition_variable>
+#include <atomic>
 #include <deque>
-#include <mutex>
 #include <utility>
 
 #include "avcapture/Ffmpeg.h"
 #include "avcapture/SignalsBlocked.h"
+#include "platform/Mutex.h"
 
 namespace avcapture {
 
@@ -25,15 +25,15 @@ constexpr std::chrono::milliseconds kPatienceAtEnd{200};
 }  // namespace
 
 struct DiskThread::Shared {
-  std::mutex mutex;
-  std::condition_variable wanted;  // there is something to do
-  std::condition_variable done;    // a result, an interrupt, the thread's end
-  std::deque<std::pair<std::uint64_t, Operation>> queue;
-  std::uint64_t ticket = 0;  // of the operation that ended last
-  std::int64_t result = 0;   // of that one
-  bool quit = false;
-  bool ended = false;
+  platform::CondVar wanted;  // there is something to do
+  platform::CondVar done;    // a result, an interrupt, the thread's end
   std::atomic<bool> interrupted{false};
+  platform::Mutex mutex;
+  std::deque<std::pair<std::uint64_t, Operation>> queue GUARDED_BY(mutex);
+  std::uint64_t ticket GUARDED_BY(mutex) = 0;  // of the operation that ended last
+  std::int64_t result GUARDED_BY(mutex) = 0;   // of that one
+  bool quit GUARDED_BY(mutex) = false;
+  bool ended GUARDED_BY(mutex) = false;
 };
 
 DiskThread::DiskThread() : shared_(std::make_shared<Shared>()) {
@@ -42,62 +42,68 @@ DiskThread::DiskThread() : shared_(std::make_shared<Shared>()) {
 }
 
 DiskThread::~DiskThread() {
-  std::unique_lock lock(shared_->mutex);
-  shared_->quit = true;
-  shared_->wanted.notify_one();
-  if (shared_->done.wait_for(lock, kPatienceAtEnd, [this] { return shared_->ended; })) {
-    lock.unlock();
-    thread_.join();
-  } else {
-    thread_.detach();
+  bool ended = false;
+  {
+    const platform::TimePoint until = Clock::now() + kPatienceAtEnd;
+    const platform::Lock lock(shared_->mutex);
+    shared_->quit = true;
+    shared_->wanted.notifyOne();
+    while (!shared_->ended && shared_->done.waitUntil(shared_->mutex, until)) {
+    }
+    ended = shared_->ended;
   }
+  ended ? thread_.join() : thread_.detach();
 }
 
 void DiskThread::work(Shared& shared) {
   pthread_setname_np(pthread_self(), "av-disk");
-  std::unique_lock lock(shared.mutex);
+  const platform::Lock lock(shared.mutex);
   for (;;) {
-    shared.wanted.wait(lock, [&] { return shared.quit || !shared.queue.empty(); });
+    while (!shared.quit && shared.queue.empty()) shared.wanted.wait(shared.mutex);
     if (shared.queue.empty()) break;
     auto [ticket, operation] = std::move(shared.queue.front());
     shared.queue.pop_front();
-    lock.unlock();
-    const std::int64_t result = operation();
-    operation = nullptr;  // lets go of what it owns
-    lock.lock();
+    std::int64_t result = 0;
+    {
+      const platform::Unlocked unlocked(shared.mutex);
+      result = operation();
+      operation = nullptr;  // lets go of what it owns
+    }
     shared.ticket = ticket;
     shared.result = result;
-    shared.done.notify_one();
+    shared.done.notifyOne();
   }
   shared.ended = true;
-  shared.done.notify_one();
+  shared.done.notifyOne();
 }
 
 std::int64_t DiskThread::run(Operation operation) {
-  std::unique_lock lock(shared_->mutex);
-  const auto answered = [this] { return shared_->ticket >= lastTicket_; };
-  leftBehind_ = leftBehind_ && !answered();
-  if (shared_->interrupted) return AVERROR_EXIT;
+  Shared& shared = *shared_;
+  const platform::Lock lock(shared.mutex);
+  leftBehind_ = leftBehind_ && shared.ticket < lastTicket_;
+  if (shared.interrupted) return AVERROR_EXIT;
   if (leftBehind_) return AVERROR(ETIMEDOUT);
-  shared_->queue.emplace_back(++lastTicket_, std::move(operation));
-  shared_->wanted.notify_one();
-  shared_->done.wait_until(lock, std::min(deadline_, Clock::now() + kPatience),
-                           [&] { return shared_->interrupted || answered(); });
-  if (answered()) return shared_->result;
+  shared.queue.emplace_back(++lastTicket_, std::move(operation));
+  shared.wanted.notifyOne();
+  const platform::TimePoint until = std::min(deadline_, Clock::now() + kPatience);
+  while (shared.ticket < lastTicket_ && !shared.interrupted &&
+         shared.done.waitUntil(shared.mutex, until)) {
+  }
+  if (shared.ticket == lastTicket_) return shared.result;
   leftBehind_ = true;
-  return shared_->interrupted ? AVERROR_EXIT : AVERROR(ETIMEDOUT);
+  return shared.interrupted ? AVERROR_EXIT : AVERROR(ETIMEDOUT);
 }
 
 void DiskThread::post(Operation operation) {
-  const std::lock_guard lock(shared_->mutex);
+  const platform::Lock lock(shared_->mutex);
   shared_->queue.emplace_back(++lastTicket_, std::move(operation));
-  shared_->wanted.notify_one();
+  shared_->wanted.notifyOne();
 }
 
 void DiskThread::interrupt() {
-  const std::lock_guard lock(shared_->mutex);
+  const platform::Lock lock(shared_->mutex);
   shared_->interrupted = true;
-  shared_->done.notify_one();
+  shared_->done.notifyOne();
 }
 
 bool DiskThread::interrupted() const {

@@ -23,10 +23,14 @@ MediaType typeOf(bool video, bool audio) {
 }  // namespace
 
 std::shared_ptr<Engine> Engine::open(const std::string& path, const PlaybackOptions& options,
-                                     EngineOutputs outputs) {
+                                     EngineOutputs outputs, std::string& failure) {
   try {
     std::shared_ptr<Engine> engine(new Engine(options, std::move(outputs)));
-    if (!engine->openFile(path)) return nullptr;
+    if (!engine->openFile(path)) {
+      failure = engine->demuxer_.failure();
+      if (failure.empty()) failure = "no picture or sound that can be played";
+      return nullptr;
+    }
     engine->startThreads();
     return engine;
   } catch (const std::bad_alloc&) {
@@ -133,6 +137,7 @@ std::uint32_t Engine::beginGeneration(std::int64_t microseconds, bool notify) {
   videoPackets_.clear();
   audioPackets_.clear();
   frames_.clear();
+  failure_.clear();
   framesEnded_ = pictureReady_ = pictureEnded_ = endTold_ = false;
   soundReady_ = soundEnded_ = soundQuit_;
   clock_.set(microseconds);
@@ -153,6 +158,11 @@ PlaybackStatistics Engine::statistics() const {
           .stillsDelivered = stillsDelivered_.load(std::memory_order_relaxed),
           .framesDropped = framesDropped_.load(std::memory_order_relaxed),
           .audioBlocksDelivered = audioBlocksDelivered_.load(std::memory_order_relaxed)};
+}
+
+std::string Engine::failure() {
+  const platform::Lock lock(mutex_);
+  return failure_;
 }
 
 // --- the clock and the end ---

@@ -66,9 +66,9 @@ struct EngineOutputs {
 class Engine : public std::enable_shared_from_this<Engine> {
  public:
   // Opens the file and begins to decode its first picture. Null when there is nothing playable in
-  // it; throws platform::Exception when memory or threads run out.
+  // it, and `failure` then tells why; throws platform::Exception when memory or threads run out.
   static std::shared_ptr<Engine> open(const std::string& path, const PlaybackOptions& options,
-                                      EngineOutputs outputs);
+                                      EngineOutputs outputs, std::string& failure);
   ~Engine();
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
@@ -116,6 +116,8 @@ class Engine : public std::enable_shared_from_this<Engine> {
   std::int64_t durationMicroseconds() const { return duration_.load(std::memory_order_relaxed); }
   int invalidImageBufferCount() const { return invalidImages_.load(std::memory_order_relaxed); }
   PlaybackStatistics statistics() const;
+  // Why the file could not be read on to its end since the last seek; empty when it could.
+  std::string failure();
 
  private:
   enum Which : std::size_t { kDemux, kDecode, kPicture, kSound, kThreadCount };
@@ -240,6 +242,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   // Converted, on their way back to be let go by the decode thread: the decoder's buffers stay with
   // the thread that manages them.
   std::vector<FramePtr> spent_ GUARDED_BY(mutex_);
+  std::string failure_ GUARDED_BY(mutex_);       // to read on to the end
   bool framesEnded_ GUARDED_BY(mutex_) = false;  // none follows those in frames_
   // Enough to start the clock.
   bool pictureReady_ GUARDED_BY(mutex_) = false, soundReady_ GUARDED_BY(mutex_) = false;

@@ -51,6 +51,7 @@ void Engine::demuxLoop() {
     if (generation != generation_) continue;
     if (!packet) {
       ended = true;
+      failure_ = demuxer_.failure();
       videoPackets_.end();
       audioPackets_.end();
       decodeWake_.notifyOne();

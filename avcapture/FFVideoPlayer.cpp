@@ -64,7 +64,7 @@ std::shared_ptr<Engine> FFVideoPlayer::openEngine(const std::string& path) {
       if (const auto player = weak.lock()) player->handle(event, generation);
     });
   };
-  return Engine::open(path, options_, std::move(outputs));
+  return Engine::open(path, options_, std::move(outputs), refusal_);
 }
 
 void FFVideoPlayer::attachListener(Engine::Listener listener) {

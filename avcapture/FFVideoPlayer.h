@@ -26,6 +26,7 @@ class FFVideoPlayer final : public KTVideoPlayer {
   void setDelegate(KTVideoPlayerDelegate* delegate) override { delegate_ = delegate; }
   std::shared_ptr<AVURLAsset> movie() override { return movie_; }
   bool setMovie(const std::shared_ptr<AVURLAsset>& movie) override;
+  std::string failure() override { return engine_ ? engine_->failure() : refusal_; }
 
   std::shared_ptr<platform::View> containerView() override { return container_; }
   std::shared_ptr<platform::View> renderView() override { return container_->picture(); }
@@ -93,6 +94,7 @@ class FFVideoPlayer final : public KTVideoPlayer {
   // The rest is the main thread's.
   KTVideoPlayerDelegate* delegate_ = nullptr;  // not retained
   std::shared_ptr<AVURLAsset> movie_;
+  std::string refusal_;  // of a movie
   std::shared_ptr<PlayerContainerView> container_;
   // While full-screen: stands where the container view was, and is to be again.
   std::shared_ptr<platform::View> placeholder_;

@@ -75,6 +75,9 @@ class AVCAPTURE_API KTVideoPlayer : public platform::Object {
   // runs out of something.
   virtual std::shared_ptr<AVURLAsset> movie() = 0;
   virtual bool setMovie(const std::shared_ptr<AVURLAsset>& movie) = 0;
+  // Why the movie was refused, or why it ended before its end; for users to read, empty when
+  // nothing is wrong.
+  virtual std::string failure() { return {}; }
 
   // Views. The container view is what is placed in a host's view; the picture is drawn into the
   // render view below it.

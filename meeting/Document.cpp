@@ -149,7 +149,8 @@ std::optional<Failure> Document::startFailure() const {
   switch (view ? view->statusViewType() : 0) {
     case kStatusViewOpenFailed:
     case kStatusViewOpenFailed2012:
-      return Failure{ExitStatus::notMedia, "not a media file: " + setup_.file};
+      return Failure{ExitStatus::notMedia,
+                     "not a media file: " + setup_.file + " (" + view->failure() + ")"};
     case kStatusViewFailed:
       return Failure{ExitStatus::refused, "the session was refused"};
     case kStatusViewLimit:
@@ -301,6 +302,7 @@ DocumentReport Document::report() {
     report.positionMs =
         static_cast<std::uint64_t>(std::llround(double{view->currentTime()} * 1000));
     report.dropped = view->statistics().framesDropped;
+    report.failure = view->failure();
   }
   for (const Seat& seat : seats_) report.attendees.push_back({seat.id, statistics(seat)});
   return report;

@@ -37,6 +37,7 @@ json asJson(const std::optional<AudioFormat>& format) {
 json presenterAsJson(const DocumentReport& report, bool paced) {
   const SampleSummary& samples = report.samples;
   json presenter = {{"state", report.state},
+                    {"failure", report.failure.empty() ? json() : json(report.failure)},
                     {"frames_sent", samples.frames},
                     {"audio_blocks_sent", samples.audioBlocks},
                     {"audio_bytes_sent", samples.audioBytes},
@@ -120,6 +121,7 @@ void addDocument(Table& table, const DocumentReport& report, bool paced) {
   table.row("File", report.file);
   table.row("State", report.state + " at " + timeText(report.positionMs) + " of " +
                          timeText(report.durationMs));
+  if (!report.failure.empty()) table.row("Failure", report.failure);
   addMedia(table, report, paced);
   for (const AttendeeReport& attendee : report.attendees) {
     table.row(attendee.name,

@@ -20,6 +20,7 @@ struct AttendeeReport {
 struct DocumentReport {
   std::string file;
   std::string state = "none";  // of the presenter's stream
+  std::string failure;         // why the movie ended before its end
   SampleSummary samples;
   std::optional<VideoFormat> video;
   std::optional<AudioFormat> audio;
