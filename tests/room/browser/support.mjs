@@ -1,9 +1,8 @@
 // A room and browsers that visit it.
 //
-// From the environment: ROOM_HOST, the program that opens the room of a made-up meeting; ROOM_MEETING,
-// the one that holds meetings, and ROOM_FILE, a movie of a minute to share in one; ROOM_MODULES, the
-// folder that the modules are installed in; ROOM_CHROMIUM, the browser's program; ROOM_SCREENSHOTS, a
-// folder.
+// From the environment: ROOM_MEETING, the program that holds meetings, and ROOM_FILE, a movie of a
+// minute to share in one; ROOM_MODULES, the folder that the modules are installed in; ROOM_CHROMIUM,
+// the browser's program; ROOM_SCREENSHOTS, a folder.
 import {spawn} from 'node:child_process';
 import {mkdirSync} from 'node:fs';
 import {createRequire} from 'node:module';
@@ -26,15 +25,11 @@ export async function until(what, condition) {
 const hosts = new Set();
 process.on('exit', () => hosts.forEach((host) => host.kill('SIGKILL')));
 
-// The room of a made-up meeting at the port, or at any that is free.
-export const openRoom = (port = 0) => openAt(process.env.ROOM_HOST, [String(port)]);
-
-// The room of a meeting with two attendees.
-export const holdMeeting = (port = 0) => openAt(process.env.ROOM_MEETING,
-  ['present', process.env.ROOM_FILE, '--web', String(port), '--attendees', '2', '--stay', '--quiet']);
-
-async function openAt(program, options) {
-  const host = spawn(program, options, {stdio: ['ignore', 'pipe', 'pipe']});
+// The room of a meeting with two attendees, at the port or at any that is free.
+export async function holdMeeting(port = 0) {
+  const host = spawn(process.env.ROOM_MEETING, ['present', process.env.ROOM_FILE, '--web', String(port),
+                                                '--attendees', '2', '--stay', '--quiet'],
+                     {stdio: ['ignore', 'pipe', 'pipe']});
   hosts.add(host);
   const ended = new Promise((resolve) => host.once('exit', resolve));
   const said = [];
