@@ -2,10 +2,13 @@
 // call to the router's RouteMessage and back, through bridge, player, application object and
 // manager. The player view and the router answer at once.
 //
-// Measured on a delivery thread while the main thread serves its run loop, as in a meeting.
+// Measured on a delivery thread while the main thread serves its run loop, as in a meeting. With
+// "--calls N" it makes N calls with a picture and nothing else, to be counted by callgrind.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -94,19 +97,44 @@ void finish(benchmark::State& state, std::uint64_t samplesBefore) {
   state.SetItemsProcessed(state.iterations());
 }
 
-void liveFrame(benchmark::State& state) {
-  const auto height = static_cast<std::uint32_t>(state.range(0));
-  const std::uint32_t width = height * 16 / 9;
-  std::vector<std::uint8_t> pixels(std::size_t{4} * height * ((24 * width + 31) / 32));
-  static std::uint32_t timestamp = 0;
-  auto& listener = presenter->listener();
-  // The first frame of a size waits for its format to be announced.
-  listener.newImageArrive(pixels.data(), width, height, timestamp += 40);
-  const auto before = presenter->samples();
-  for (auto _ : state) {
-    listener.newImageArrive(pixels.data(), width, height, timestamp += 40);
+// Pictures of one size, one after the other.
+class Pictures {
+ public:
+  explicit Pictures(std::uint32_t height) : width_(height * 16 / 9), height_(height) {
+    deliver();  // the first of a size waits for its format to be announced
   }
+  void deliver() {
+    static std::uint32_t timestamp = 0;
+    listener_.newImageArrive(pixels_.data(), width_, height_, timestamp += 40);
+  }
+  const std::vector<std::uint8_t>& pixels() const { return pixels_; }
+
+ private:
+  const std::uint32_t width_, height_;
+  std::vector<std::uint8_t> pixels_ =
+      std::vector<std::uint8_t>(std::size_t{4} * height_ * ((24 * width_ + 31) / 32));
+  avcapture::AVStreamDataListener& listener_ = presenter->listener();
+};
+
+void liveFrame(benchmark::State& state) {
+  Pictures pictures(static_cast<std::uint32_t>(state.range(0)));
+  const auto before = presenter->samples();
+  for (auto _ : state) pictures.deliver();
   finish(state, before);
+}
+
+// What a copy of the picture would cost, for comparison.
+void frameCopy(benchmark::State& state) {
+  const Pictures pictures(static_cast<std::uint32_t>(state.range(0)));
+  std::vector<std::uint8_t> copy(pictures.pixels().size());
+  for (auto _ : state) {
+    std::memcpy(copy.data(), pictures.pixels().data(), copy.size());
+    benchmark::ClobberMemory();
+  }
+}
+
+[[gnu::noinline]] void countedCalls(Pictures& pictures, long calls) {
+  for (long call = 0; call < calls; ++call) pictures.deliver();
 }
 
 void audioBlock(benchmark::State& state) {
@@ -122,16 +150,25 @@ void audioBlock(benchmark::State& state) {
 }
 
 BENCHMARK(liveFrame)->ArgName("height")->Arg(360)->Arg(720)->Arg(1080)->Repetitions(9);
+BENCHMARK(frameCopy)->ArgName("height")->Arg(720)->Repetitions(9);
 BENCHMARK(audioBlock)->ArgName("samples")->Arg(1024)->Repetitions(9);
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  const bool counting = argc == 3 && std::strcmp(argv[1], "--calls") == 0;
+  const long calls = counting ? std::strtol(argv[2], nullptr, 10) : 0;
+  if (counting) argc = 1;
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   presenter = new Presenter;
-  std::thread delivery([] {
-    benchmark::RunSpecifiedBenchmarks();
+  std::thread delivery([counting, calls] {
+    if (counting) {
+      Pictures pictures(720);
+      countedCalls(pictures, calls);
+    } else {
+      benchmark::RunSpecifiedBenchmarks();
+    }
     platform::dispatchOnMainThread([] { platform::RunLoop::main().stop(); });
   });
   platform::RunLoop::main().run();

@@ -1,7 +1,8 @@
 """Rows about playing whole media: throughput, processor time in real time, memory."""
 import random
-import time
+import statistics
 import subprocess
+import time
 
 from . import media, programs
 from .figures import Figure, interleaved, ratios
@@ -105,13 +106,12 @@ def first_picture(medium, options):
 
 
 def _seek_medians(name, medium, targets):
-    from statistics import median
     took, shown = programs.seeks(name, medium, targets)
     period = 1 / media.rate(medium)
     for target, time_shown in zip(targets, shown):
         if not -0.002 <= target - time_shown <= period + 0.002:
             raise RuntimeError(f"{name}: seek to {target:.3f} s showed {time_shown:.3f} s")
-    return median(took)
+    return statistics.median(took)
 
 
 def seeks(medium, options):
