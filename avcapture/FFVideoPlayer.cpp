@@ -109,7 +109,7 @@ void FFVideoPlayer::startPlaying(platform::Object* sender) {
   if (delegate_ != nullptr) {
     playRefused_ = !delegate_->allow2Play();
     if (playRefused_) return;
-    if (delegate_->isEmbed()) {
+    if (delegate_ != nullptr && delegate_->isEmbed()) {
       delegate_->pauseEmbedPlayer();
       if (delegate_ != nullptr) delegate_->hideOtherEmbedCtrlbarWindow();
     }

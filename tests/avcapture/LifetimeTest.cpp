@@ -280,6 +280,22 @@ TEST_F(Lifetime, SessionThatFollowsAnotherGetsPictureAndSound) {
   }
 }
 
+TEST_F(Lifetime, OwnerMayEndItWhileItAsksToPlay) {
+  delegate.embedded = true;
+  for (std::function<void()> Delegate::*const asked :
+       {&Delegate::onAskedToPlay, &Delegate::onPauseOthers}) {
+    openPaced(standardClip());
+    delegate.*asked = [this] {
+      player->setDelegate(nullptr);
+      player->willDie();
+    };
+    player->onStart(nullptr);
+    EXPECT_FALSE(player->isPlaying());
+    EXPECT_EQ(delegate.count("play"), 0);
+    delegate.*asked = nullptr;
+  }
+}
+
 // Both have a sound device of their own.
 TEST_F(Lifetime, TwoDocumentsPlayWithSoundAndOnePausesTheOther) {
   ::setenv("SDL_AUDIODRIVER", "disk", 1);

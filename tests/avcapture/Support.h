@@ -76,7 +76,7 @@ class Delegate final : public KTVideoPlayerDelegate {
   bool playingElsewhere = false;
   std::int64_t elsewhereVolume = 0;
   float position = 7.5F;
-  std::function<void()> onRender, onPauseOthers;
+  std::function<void()> onRender, onAskedToPlay, onPauseOthers;
 
   int count(const std::string& call) const;
   void renderMovie(bool rendered) override;
@@ -88,7 +88,10 @@ class Delegate final : public KTVideoPlayerDelegate {
   void toggleFullscreen(platform::Object*) override { calls.emplace_back("fullscreen"); }
   void prepareDeliverLastestImageAgain() override { calls.emplace_back("prepare"); }
   bool allowEnterFIT() override { return true; }
-  bool allow2Play() override { return playAllowed; }
+  bool allow2Play() override {
+    if (onAskedToPlay) onAskedToPlay();
+    return playAllowed;
+  }
   void hideOtherEmbedCtrlbarWindow() override { calls.emplace_back("hideOthers"); }
   float fps() override { return 12.5F; }
   bool isPlaying() override { return playingElsewhere; }
