@@ -19,6 +19,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/platform/TemporaryFolder.h"
+
 namespace avcapture {
 
 namespace {
@@ -43,9 +45,6 @@ void play(AudioDevice& device, std::int16_t value) {
 class Loudspeaker : public ::testing::Test {
  public:
   void SetUp() override {
-    std::string folder = ::testing::TempDir() + "sound-XXXXXX";
-    ASSERT_NE(::mkdtemp(folder.data()), nullptr);
-    path_ = folder + "/pipe";
     ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
     end_ = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
     ASSERT_GT(::fcntl(end_, F_SETPIPE_SZ, 4096), 0);
@@ -56,8 +55,6 @@ class Loudspeaker : public ::testing::Test {
   void TearDown() override {
     closeDevice();
     ::close(end_);
-    ::unlink(path_.c_str());
-    ::rmdir(path_.substr(0, path_.rfind('/')).c_str());
     ::unsetenv("SDL_AUDIODRIVER");
   }
   // Listens to the next samples; what was not silence is added to `heard`.
@@ -98,7 +95,8 @@ class Loudspeaker : public ::testing::Test {
   std::vector<std::int16_t> heard;
 
  private:
-  std::string path_;
+  const TemporaryFolder folder_;
+  const std::string path_ = folder_ / "pipe";
   int end_ = -1;
 };
 

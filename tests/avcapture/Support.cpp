@@ -1,19 +1,15 @@
 #include "tests/avcapture/Support.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <ostream>
 #include <sstream>
 
 #include "avcapture/Keys.h"
+#include "tests/platform/TemporaryFolder.h"
+#include "tests/support/Process.h"
 
 extern "C" {
 #include <libavutil/mathematics.h>
@@ -21,36 +17,9 @@ extern "C" {
 #include <libavutil/mem.h>
 }
 
-extern char** environ;
-
 namespace avcapture::test {
 
 namespace {
-
-constexpr std::chrono::seconds kPatience{30};
-
-class ScratchFolder {
- public:
-  ScratchFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "avcapture-XXXXXX").string();
-    path_ = ::mkdtemp(name.data());
-  }
-  ~ScratchFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
-
-std::vector<std::string> words(const std::string& text) {
-  std::istringstream stream(text);
-  return {std::istream_iterator<std::string>(stream), {}};
-}
 
 class Md5 {
  public:
@@ -77,45 +46,20 @@ class Md5 {
 }  // namespace
 
 std::string output(const std::vector<std::string>& command) {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return {};
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-  std::vector<std::string> copy = command;
-  std::vector<char*> arguments;
-  for (std::string& word : copy) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
-  pid_t child = 0;
-  const int spawned =
-      ::posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  ::close(ends[1]);
-  std::string result;
-  std::array<char, 65536> buffer;
-  ssize_t got = 0;
-  while ((got = ::read(ends[0], buffer.data(), buffer.size())) > 0) {
-    result.append(buffer.data(), static_cast<std::size_t>(got));
-  }
-  ::close(ends[0]);
-  int status = -1;
-  if (spawned == 0) ::waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0) << command.front() << " failed";
-  return result;
+  const support::Finished finished = support::run(command);
+  EXPECT_EQ(finished.status, 0) << command.front() << ": " << finished.err;
+  return finished.out;
 }
 
 std::string scratchPath(const std::string& name) {
-  static const ScratchFolder folder;
-  return (folder.path() / name).string();
+  static const TemporaryFolder folder;
+  return folder / name;
 }
 
 std::string clip(const std::string& name, const std::string& arguments) {
   std::string path = scratchPath(name);
   if (!std::filesystem::exists(path)) {
-    std::vector<std::string> command = {"ffmpeg", "-v", "error", "-y"};
-    const std::vector<std::string> more = words(arguments);
-    command.insert(command.end(), more.begin(), more.end());
+    std::vector<std::string> command = support::words("ffmpeg -v error -y " + arguments);
     command.push_back(path);
     output(command);
   }
@@ -143,8 +87,9 @@ std::ostream& operator<<(std::ostream& out, const Frame& frame) {
 
 std::vector<Frame> expectedFrames(const std::string& path, const std::string& size) {
   std::istringstream lines(
-      output({"ffmpeg", "-v", "error", "-threads", "1", "-i", path, "-an", "-fps_mode",
-              "passthrough", "-enc_time_base", "-1", "-pix_fmt", "rgb24", "-f", "framemd5", "-"}));
+      output(support::words("ffmpeg -v error -threads 1 -i " + path +
+                            " -an -fps_mode passthrough -enc_time_base -1 -pix_fmt rgb24 "
+                            "-f framemd5 -")));
   Frame frame;
   char times = 0;
   std::istringstream(size) >> frame.width >> times >> frame.height;
@@ -165,16 +110,6 @@ std::vector<Frame> expectedFrames(const std::string& path, const std::string& si
     }
   }
   return frames;
-}
-
-bool pumpUntil(const std::function<bool()>& done) {
-  const auto deadline = std::chrono::steady_clock::now() + kPatience;
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    platform::RunLoop& loop = platform::RunLoop::main();
-    loop.runUntil(loop.now() + std::chrono::milliseconds(2));
-  }
-  return true;
 }
 
 void Recorder::newImageArrive(void* pixels, std::uint32_t width, std::uint32_t height,

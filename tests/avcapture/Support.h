@@ -16,6 +16,7 @@
 #include "avcapture/LUMAVCaptureSession.h"
 #include "avcapture/Protocols.h"
 #include "platform/RunLoop.h"
+#include "tests/support/Pump.h"
 
 namespace avcapture::test {
 
@@ -42,8 +43,7 @@ std::ostream& operator<<(std::ostream& out, const Frame& frame);
 // What the ffmpeg program makes of the file's picture.
 std::vector<Frame> expectedFrames(const std::string& path, const std::string& size);
 
-// Serves the main run loop until `done`, at most for half a minute; whether it got there.
-bool pumpUntil(const std::function<bool()>& done);
+using support::pumpUntil;
 
 class Recorder : public platform::Object, public AVStreamDataListener {
  public:

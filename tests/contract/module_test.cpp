@@ -1,11 +1,8 @@
 // What a host sees of the module before it drives an object: exports, faces, slots, creation.
 #include <dlfcn.h>
 
-#include <cstdio>
-#include <iterator>
-#include <sstream>
-
 #include "tests/contract/ContractFixture.h"
+#include "tests/support/Process.h"
 
 namespace contract {
 namespace {
@@ -16,16 +13,10 @@ using testing::UnorderedElementsAreArray;
 
 // The names that the bundle's code defines, as `nm` lists them.
 Lines definedSymbols(const std::string& options) {
-  const std::string command =
-      "nm --defined-only --format=just-symbols " + options + " '" MOVARA_BUNDLE_CODE "'";
-  FILE* const pipe = popen(command.c_str(), "r");  // NOLINT(cert-env33-c): a command of our own
-  std::string output;
-  for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) {
-    output += static_cast<char>(c);
-  }
-  EXPECT_EQ(pclose(pipe), 0);
-  std::istringstream lines(output);
-  return {std::istream_iterator<std::string>(lines), {}};
+  const support::Finished listed = support::run(support::words(
+      "nm --defined-only --format=just-symbols " + options + " " MOVARA_BUNDLE_CODE));
+  EXPECT_EQ(listed.status, 0) << listed.err;
+  return support::words(listed.out);
 }
 
 TEST(Bundle, ExportsItsPublicNamesAndNothingElse) {

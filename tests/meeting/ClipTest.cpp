@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "tests/meeting/Process.h"
+#include "tests/support/Process.h"
 
 namespace meeting {
 
@@ -19,20 +19,10 @@ std::string ClipTest::clipOf(const std::string& name, const std::string& picture
                              const std::string& pixelFormat) {
   const std::string path = in(name);
   if (std::filesystem::exists(path)) return path;
-  const std::string sound = "sine=frequency=440:sample_rate=48000";
-  const Finished made = run({"ffmpeg",    "-nostdin",
-                             "-v",        "error",
-                             "-y",  //
-                             "-f",        "lavfi",
-                             "-i",        picture,
-                             "-f",        "lavfi",
-                             "-i",        sound,  //
-                             "-t",        std::to_string(seconds),
-                             "-c:v",      "libx264",
-                             "-preset",  //
-                             "ultrafast", "-pix_fmt",
-                             pixelFormat, "-c:a",
-                             "flac",      path});
+  const support::Finished made = support::run(support::words(
+      "ffmpeg -nostdin -v error -y -f lavfi -i " + picture +
+      " -f lavfi -i sine=frequency=440:sample_rate=48000 -t " + std::to_string(seconds) +
+      " -c:v libx264 -preset ultrafast -pix_fmt " + pixelFormat + " -c:a flac " + path));
   EXPECT_EQ(made.status, 0) << made.err;
   return path;
 }

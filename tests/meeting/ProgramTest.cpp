@@ -14,13 +14,17 @@
 #include <vector>
 
 #include "tests/meeting/ClipTest.h"
-#include "tests/meeting/Process.h"
+#include "tests/support/Process.h"
 
 namespace meeting {
 namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+using support::Finished;
+using support::Process;
+using support::run;
+using support::words;
 using Arguments = std::vector<std::string>;
 
 std::string readFile(const fs::path& path) {
@@ -126,27 +130,9 @@ TEST_F(ProgramTest, HelpAndVersionAreNoErrors) {
 
 // Lines "timestamp, bytes, md5" of what the ffmpeg program decodes.
 std::vector<std::string> referenceChecksums(const std::string& path) {
-  const Finished reference = run({"ffmpeg",
-                                  "-nostdin",
-                                  "-v",
-                                  "error",
-                                  "-threads",
-                                  "1",
-                                  "-i",
-                                  path,
-                                  "-map",
-                                  "0:v:0",
-                                  "-fps_mode",
-                                  "passthrough",
-                                  "-enc_time_base",
-                                  "1:1000",
-                                  "-sws_flags",
-                                  "bicubic",
-                                  "-pix_fmt",
-                                  "rgb24",
-                                  "-f",
-                                  "framemd5",
-                                  "-"});
+  const Finished reference = run(words("ffmpeg -nostdin -v error -threads 1 -i " + path +
+                                       " -map 0:v:0 -fps_mode passthrough -enc_time_base 1:1000 "
+                                       "-sws_flags bicubic -pix_fmt rgb24 -f framemd5 -"));
   EXPECT_EQ(reference.status, 0) << reference.err;
   std::vector<std::string> lines;
   std::istringstream text(reference.out);

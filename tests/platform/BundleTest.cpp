@@ -1,14 +1,13 @@
 #include "platform/Bundle.h"
 
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 
 #include "platform/RunLoop.h"
 #include "tests/platform/TemporaryFolder.h"
+#include "tests/support/Process.h"
 
 namespace platform {
 namespace {
@@ -20,20 +19,10 @@ const std::string& probeApp() {
   return path;
 }
 
-struct Outcome {
-  int status;
-  std::string output;
-};
-
 // Runs the probe program with settings in front of its name and an argument after it.
-Outcome runProbe(const std::string& environment, const std::string& argument) {
-  const std::string command =
-      environment + " '" + probeApp() + "/Contents/Linux/probe_program' " + argument;
-  FILE* const pipe = popen(command.c_str(), "r");  // NOLINT(cert-env33-c): a command of our own
-  if (pipe == nullptr) return {-1, {}};
-  std::string output;
-  for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) output += static_cast<char>(c);
-  return {WEXITSTATUS(pclose(pipe)), output};
+support::Finished runProbe(const std::string& settings, const std::string& argument) {
+  return support::run(support::words("env " + settings + " " + probeApp() +
+                                     "/Contents/Linux/probe_program " + argument));
 }
 
 TEST(Bundle, NamesItsParts) {
@@ -87,11 +76,10 @@ TEST(ProgramInABundle, FindsItsBundleAndTheEnvironmentBeforeTheFile) {
   const std::string expected = probeApp() + "\nfile\nenvironment\n";
   const std::string both = "MOVARA_DEFAULT_FromBoth=environment ";
   for (const std::string& where :
-       {"MOVARA_DEFAULTS_FILE='" + file + "'",
-        "MOVARA_DEFAULTS_FILE= XDG_CONFIG_HOME='" + (folder / "") + "'"}) {
-    const Outcome outcome = runProbe(both + where, "");
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.output, expected) << where;
+       {"MOVARA_DEFAULTS_FILE=" + file, "MOVARA_DEFAULTS_FILE= XDG_CONFIG_HOME=" + (folder / "")}) {
+    const support::Finished probe = runProbe(both + where, "");
+    EXPECT_EQ(probe.status, 0);
+    EXPECT_EQ(probe.out, expected) << where;
   }
 }
 

@@ -19,7 +19,6 @@ namespace meeting {
 namespace {
 
 using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""s;
 
 int connectTo(std::uint16_t port) {
   const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -40,16 +39,6 @@ std::uint64_t bigEndian(std::string_view bytes) {
 }
 
 }  // namespace
-
-bool pumpUntil(const std::function<bool()>& condition) {
-  auto& loop = platform::RunLoop::main();
-  const auto limit = loop.now() + 60s;
-  while (!condition()) {
-    if (loop.now() >= limit) return false;
-    loop.runUntil(loop.now() + 2ms);
-  }
-  return true;
-}
 
 RoomClient::RoomClient(std::uint16_t port) : socket_(connectTo(port)), port_(port) {}
 

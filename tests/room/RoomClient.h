@@ -4,16 +4,15 @@
 
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "tests/support/Pump.h"
+
 namespace meeting {
 
-// Lets the main loop work until the condition holds; false after a time that no healthy machine
-// needs.
-bool pumpUntil(const std::function<bool()>& condition);
+using support::pumpUntil;
 
 class RoomClient {
  public:

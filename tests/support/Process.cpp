@@ -1,4 +1,4 @@
-#include "tests/meeting/Process.h"
+#include "tests/support/Process.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -7,12 +7,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
 extern char** environ;  // NOLINT(readability-redundant-declaration)
 
-namespace meeting {
+namespace support {
 
 namespace {
 
@@ -83,4 +85,9 @@ Finished Process::finish() {
 
 Finished run(const std::vector<std::string>& command) { return Process(command).finish(); }
 
-}  // namespace meeting
+std::vector<std::string> words(const std::string& text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
+}  // namespace support

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace meeting {
+namespace support {
 
 struct Finished {
   int status;  // exit status, or -N when signal N ended it
@@ -35,5 +35,7 @@ class Process {
 };
 
 Finished run(const std::vector<std::string>& command);
+// The parts of a text that blanks separate.
+std::vector<std::string> words(const std::string& text);
 
-}  // namespace meeting
+}  // namespace support
