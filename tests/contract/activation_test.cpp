@@ -125,6 +125,7 @@ TEST_F(ContractTest, ARecordingIsJoinedFromTheStart) {
                                        "to 9 1000000002000000050000000a0b0c0d", "status 3 0",
                                        "render 130 view", "update render 4 2 view", "query 1 0"));
   EXPECT_TRUE(view()->delegate->isEmbed());
+  EXPECT_EQ(count(takeTraceLines(), "Curent chanel status is = 2"), 1) << "said by itself";
 }
 
 TEST_F(ContractTest, BadArgumentsUseUpTheFirstActivationAndNothingElse) {
@@ -189,11 +190,40 @@ TEST_F(ContractTest, FollowsMovesAndParentsWhileItIsActive) {
     object->DestroyActiveUI();
     object->OnParentWindowChanged(parent.get());
     EXPECT_TRUE(parent->subviews().empty()) << "an inactive document does not move";
-    object->CreateActiveUI(parent.get(), &rect);
-    EXPECT_EQ(view()->container->superview(),
-              context == kEmbedded ? parent->subviews()[0].get() : parent.get());
+    for (int i = 0; i < 2; ++i) {  // the second time without an end in between
+      object->CreateActiveUI(parent.get(), &rect);
+      ASSERT_EQ(parent->subviews().size(), 1);
+      EXPECT_EQ(view()->container->superview(),
+                context == kEmbedded ? parent->subviews()[0].get() : parent.get());
+      if (context == kEmbedded) {
+        EXPECT_EQ(parent->subviews()[0]->frame(), (platform::Rect{{0, 0}, {100, 50}}));
+      }
+    }
     end();
   }
+}
+
+TEST_F(ContractTest, AParentThatAnInactiveDocumentIsToldOfIsForgotten) {
+  create(kOutside, "/m/talk.mov");
+  activate();
+  session(SESSION_MSG_JOIN_CONFIRM);
+  ticks(4);
+  object->DestroyActiveUI();
+  const auto other = std::make_shared<platform::View>();
+  object->OnParentWindowChanged(other.get());
+  session(SESSION_MSG_JOIN_CONFIRM);  // opens the file, which places the view
+  ASSERT_TRUE(view()->asset);
+  EXPECT_EQ(view()->container->superview(), parent.get());
+}
+
+TEST_F(ContractTest, ActivatedAgainItForgetsHeldReportsOfActivityOnly) {
+  open();
+  view()->playing = true;
+  view()->delegate->onPlay(nullptr);
+  object->CreateActiveUI(parent.get(), &rect);
+  host.take();
+  joinChannel();
+  EXPECT_THAT(host.take(), ElementsAre("status 0 0", "status 3 0"));
 }
 
 TEST_F(ContractTest, ReleaseEndsInOrder) {

@@ -189,6 +189,7 @@ TEST_F(ContractTest, CreationNeedsNothingFromItsContainer) {
                           "W CMovaraApp::CMovaraApp get UCF_IID_CONTAINER_RUNTIME failed, "
                           "returned value is NULL"));
   activate();
+  EXPECT_TRUE(view()->delegate->allow2Play()) << "nobody forbids it";
   startSource();
   EXPECT_FALSE(view()->asset) << "there is no path to open";
   object->OnKillActive();

@@ -16,8 +16,8 @@ TEST_F(ContractTest, APresenterStartsStepByStep) {
   forget();
   session(SESSION_MSG_JOIN_CONFIRM);
   EXPECT_EQ(shown(), 103);
-  session(SESSION_MSG_JOIN_CONFIRM);  // while counting: joined, nothing more
   ticks(2);
+  session(SESSION_MSG_JOIN_CONFIRM);  // while counting: joined, nothing more
   session(SESSION_MSG_JOIN_CONFIRM);
   EXPECT_THAT(host.take(), IsEmpty());
   EXPECT_FALSE(view()->asset);

@@ -43,6 +43,16 @@ TEST_F(SvsMgrTest, WithoutARouterNothingLeavesTheBuffer) {
   EXPECT_THAT(host.take(), ElementsAre("register 1 3"));
 }
 
+TEST_F(SvsMgrTest, OfTwoHeldRegistrationsTheOlderGoesFirst) {
+  const auto manager = make(kSource);
+  manager->RegisterStreamingVideoSharing(1, kContent);
+  manager->RegisterStreamingVideoSharing(2, kContent);
+  for (const char* sent : {"register 1 3", "register 2 3"}) {
+    manager->SetSVSState(SVS_OPENFILE_SUCCESS);
+    EXPECT_THAT(host.take(), ElementsAre(sent)) << "one at a time";
+  }
+}
+
 TEST_F(SvsMgrTest, TheRouterMayComeBackFromWithinARequest) {
   const auto manager = make(kListener);
   manager->RegisterStreamingVideoSharing(1, kContent);
