@@ -1,6 +1,8 @@
 """Figures: what was measured, what is to be reached, and the table of them."""
 import dataclasses
+import os
 import statistics
+import time
 
 # A difference of less than this decides nothing.
 DOUBT = 0.03
@@ -55,6 +57,26 @@ def interleaved(pairs, programs):
         for name, program in programs.items():
             results[name].append(program())
     return results
+
+
+class Withheld:
+    """The share of the processors' time that the machine, perhaps a virtual one, kept for itself
+    since this was made: walls of what uses several processors cannot be trusted where it is large."""
+
+    def __init__(self):
+        self.begin = time.monotonic()
+        self.accounted = _accounted()
+
+    def share(self):
+        passed = (time.monotonic() - self.begin) * os.cpu_count()
+        return max(0.0, 1 - (_accounted() - self.accounted) / passed)
+
+
+def _accounted():
+    """Seconds of all processors, at work or idle, that the system knows of."""
+    with open("/proc/stat", encoding="ascii") as file:
+        fields = [int(each) for each in file.readline().split()[1:]]
+    return sum(fields[:7]) / os.sysconf("SC_CLK_TCK")  # the eighth is what was stolen
 
 
 def percentile(values, fraction):

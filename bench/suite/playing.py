@@ -115,7 +115,7 @@ def _seek_medians(name, medium, targets):
 
 
 def seeks(medium, options):
-    """Row 7: exact seeks while standing, and seeks to key frames."""
+    """Row 7: exact seeks while standing, and seeks to key frames, new ones in each pair."""
     period = 1 / media.rate(medium)
     chance = random.Random(7)
     last = media.length(medium) - 1
@@ -124,9 +124,11 @@ def seeks(medium, options):
     keys = [key + period / 2 for key in chance.choices(media.key_times(medium), k=options.seeks)]
 
     def compared(what, targets, peer, limit):
+        parts = {name: iter([targets[pair::options.pairs] for pair in range(options.pairs)])
+                 for name in ("engine_seeks", peer)}
         results = interleaved(options.pairs, {
-            name: lambda name=name: _seek_medians(name, medium, targets)
-            for name in ("engine_seeks", peer)})
+            name: lambda name=name: _seek_medians(name, medium, next(parts[name]))
+            for name in parts})
         return ratios("7", f"{medium.name}, {what}", results["engine_seeks"], results[peer], limit)
 
     figures = [compared("seek to a key frame, by baseline", keys, "baseline", 1.10)]
