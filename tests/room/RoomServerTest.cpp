@@ -58,6 +58,7 @@ TEST_F(RoomServerTest, ServesThePageToThoseWhoAskForIt) {
       {"a query is no matter", "GET", "/?again", host(), 200},
       {"style", "GET", "/room.css", host(), 200},
       {"script", "GET", "/room.js", host(), 200},
+      {"what it needs", "GET", "/tiles.js", host(), 200},
       {"its head", "HEAD", "/room.js", host(), 200},
       {"by the name of the host", "GET", "/",
        "Host: localhost:" + std::to_string(room_->port()) + "\r\n", 200},
