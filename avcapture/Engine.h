@@ -9,9 +9,10 @@
 // is called outward while the mutex is held. Every seek begins a new generation: what an earlier
 // one left behind in some thread's hands is recognised by its number and thrown away.
 //
-// Playing begins when a picture and a block of sound are ready, so that both start together. From
-// then on each is delivered when the clock reaches its time; a late picture is dropped when a newer
-// one is there. Without pacing everything is delivered at once, and nothing is dropped.
+// Playing begins when a picture and a block of sound are ready and have been announced, so that
+// both start together and on time. From then on each is delivered when the clock reaches its time;
+// a late picture is dropped when a newer one is there. Without pacing everything is delivered at
+// once, and nothing is dropped.
 //
 // Controls: [main-thread]. State queries: [any-thread], without a lock.
 #pragma once
@@ -170,6 +171,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   std::shared_ptr<Picture> convert(const DecodedFrame& decoded);
   bool nextIsDue() const REQUIRES(mutex_);
   void deliverStill(PictureStage& stage) REQUIRES(mutex_);
+  void announcePicture(const PictureStage& stage) REQUIRES(mutex_);
   void playPicture(PictureStage& stage) REQUIRES(mutex_);
   void deliverPicture(PictureStage& stage) REQUIRES(mutex_);
   void handOut(const std::shared_ptr<Picture>& picture, bool still) REQUIRES(mutex_);
@@ -178,6 +180,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void soundLoop() EXCLUDES(mutex_);
   void soundStep(SoundStage& stage, AudioDevice& device) REQUIRES(mutex_);
   void decodeSound(SoundStage& stage) REQUIRES(mutex_);
+  void announceSound(const SoundStage& stage) REQUIRES(mutex_);
   void deliverSound(SoundStage& stage, AudioDevice& device) REQUIRES(mutex_);
 
   class ListenerCall;
@@ -244,7 +247,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   std::vector<FramePtr> spent_ GUARDED_BY(mutex_);
   std::string failure_ GUARDED_BY(mutex_);       // to read on to the end
   bool framesEnded_ GUARDED_BY(mutex_) = false;  // none follows those in frames_
-  // Enough to start the clock.
+  // Announced, or there is none: enough to start the clock.
   bool pictureReady_ GUARDED_BY(mutex_) = false, soundReady_ GUARDED_BY(mutex_) = false;
   // Delivered to the end.
   bool pictureEnded_ GUARDED_BY(mutex_) = false, soundEnded_ GUARDED_BY(mutex_) = false;

@@ -24,6 +24,8 @@ void Engine::pictureStep(PictureStage& stage) {
     deliverStill(stage);
   } else if (seekPending_ && stage.arrived) {
     completeSeek();
+  } else if (playing_ && stage.next && !pictureReady_) {
+    announcePicture(stage);
   } else if (playing_ && stage.next) {
     playPicture(stage);
   } else if (playing_ && framesEnded_ && !pictureEnded_) {
@@ -60,8 +62,7 @@ void Engine::takeFrame(PictureStage& stage) {
   if (!picture) ++framesDropped_;
   if (!picture || stage.generation != generation_) return;
   stage.next = std::move(picture);
-  stage.arrived = pictureReady_ = true;
-  startClockWhenReady();
+  stage.arrived = true;
 }
 
 // Null when it cannot be shown.
@@ -81,6 +82,21 @@ void Engine::deliverStill(PictureStage& stage) {
   if (!stage.current) stage.current = stage.next;
   invalidImages_ = 1;
   handOut(stage.current, true);
+}
+
+// Whoever has something to prepare for the first picture does so before the clock runs, not while
+// that picture is due.
+void Engine::announcePicture(const PictureStage& stage) {
+  {
+    const ListenerCall call(*this, kPicture);
+    if (AVStreamDataListener* listener = call.listener()) {
+      const platform::Image& image = stage.next->image;
+      listener->newImageArrive(nullptr, image.width, image.height, stage.next->milliseconds);
+    }
+  }
+  if (stage.generation != generation_) return;
+  pictureReady_ = true;
+  startClockWhenReady();
 }
 
 void Engine::playPicture(PictureStage& stage) {

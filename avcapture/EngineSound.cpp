@@ -22,7 +22,9 @@ AudioStreamBasicDescription descriptionOf(const SoundFormat& format) {
           .mReserved = 0};
 }
 
-void send(AVStreamDataListener& listener, platform::Object* sender, const SoundBlock& block) {
+// Without samples, it announces the block.
+void send(AVStreamDataListener& listener, platform::Object* sender, const SoundBlock& block,
+          bool samples) {
   AudioStreamBasicDescription description = descriptionOf(block.format);
   AudioBufferList list{
       .mNumberBuffers = 1,
@@ -30,8 +32,8 @@ void send(AVStreamDataListener& listener, platform::Object* sender, const SoundB
                     .mDataByteSize = static_cast<std::uint32_t>(block.bytes.size()),
                     .mData = block.bytes.data()}}};
   const std::int64_t milliseconds = (std::max<std::int64_t>(0, block.microseconds) + 500) / 1000;
-  listener.newAudioFramesArrive(sender, &list, block.frames(), &description,
-                                static_cast<std::uint32_t>(milliseconds));
+  listener.newAudioFramesArrive(sender, samples ? &list : nullptr, samples ? block.frames() : 0,
+                                &description, static_cast<std::uint32_t>(milliseconds));
 }
 
 }  // namespace
@@ -59,11 +61,10 @@ void Engine::soundStep(SoundStage& stage, AudioDevice& device) {
     device.pause();
   } else if (!stage.next && !audioDecoder_->finished()) {
     decodeSound(stage);
-  } else if (!soundReady_) {
-    soundReady_ = true;
-    startClockWhenReady();
   } else if (seekPending_ && !hasVideo_) {
     completeSeek();
+  } else if (playing_ && !soundReady_) {
+    announceSound(stage);
   } else if (playing_ && stage.next) {
     if (reached(soundWake_, stage.next->microseconds)) deliverSound(stage, device);
   } else if (playing_ && !soundEnded_) {
@@ -90,6 +91,17 @@ void Engine::decodeSound(SoundStage& stage) {
   audioDecoder_->send(packet.get());
 }
 
+// As announcePicture.
+void Engine::announceSound(const SoundStage& stage) {
+  if (stage.next) {
+    const ListenerCall call(*this, kSound);
+    if (call.listener() != nullptr) send(*call.listener(), call.sender(), *stage.next, false);
+  }
+  if (stage.generation != generation_) return;
+  soundReady_ = true;
+  startClockWhenReady();
+}
+
 void Engine::deliverSound(SoundStage& stage, AudioDevice& device) {
   const SoundBlock block = *stage.next;
   stage.next.reset();
@@ -100,7 +112,7 @@ void Engine::deliverSound(SoundStage& stage, AudioDevice& device) {
     const ListenerCall call(*this, kSound);
     if (call.listener() != nullptr) {
       ++audioBlocksDelivered_;
-      send(*call.listener(), call.sender(), block);
+      send(*call.listener(), call.sender(), block, true);
     }
   }
   if (options_.paced && options_.localSound) {

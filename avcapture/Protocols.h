@@ -44,11 +44,12 @@ class AVCAPTURE_API AVPlayerActionListener {
 class AVCAPTURE_API AVStreamDataListener {
  public:
   // One picture: 24-bit R, G, B, rows padded to a multiple of 4 bytes. `timestamp` is movie time in
-  // milliseconds.
+  // milliseconds. Before playing starts or goes on after a seek, null pixels announce the size of
+  // the picture to come; the clock waits until the call has returned.
   virtual void newImageArrive(void* pixels, std::uint32_t imageWidth, std::uint32_t imageHeight,
                               std::uint32_t timestamp) = 0;
   // One block of interleaved 16-bit PCM. `timestamp` is movie time in milliseconds of its first
-  // sample.
+  // sample. A null list announces the description of the sound to come, as null pixels do a size.
   virtual void newAudioFramesArrive(platform::Object* sender, AudioBufferList* audioBufferList,
                                     std::uint64_t frameAcount, AudioStreamBasicDescription* asbd,
                                     std::uint32_t timestamp) = 0;

@@ -140,6 +140,7 @@ void Recording::newImageArrive(void* pixels, std::uint32_t width, std::uint32_t 
   if (videoSize_.exchange(size) != size) {
     platform::dispatchOnMainThread([self = shared_from_this(), this] { sendVideoFormat(); });
   }
+  if (pixels == nullptr) return;
   tagMSVIDEOFORMATEX format = videoFormatOf(width, height, 0);
   tagMSDataStructure record{};
   record.sessionID = ids_.sessionID;
@@ -163,6 +164,7 @@ void Recording::newAudioFramesArrive(platform::Object* /*sender*/, avcapture::Au
   if (audioShape_.exchange(shape) != shape) {
     platform::dispatchOnMainThread([self = shared_from_this(), this] { sendAudioFormat(); });
   }
+  if (list == nullptr) return;
   tMSAUDIOFORMATEX format = audioFormatOf(asbd->mChannelsPerFrame, rate);
   tagMSDataStructure record{};
   record.sessionID = ids_.sessionID;

@@ -217,6 +217,29 @@ TEST_F(Delivery, DescribesSoundAndCutsItToEvenBlocks) {
   for (std::uint32_t i = 0; i < 50; ++i) EXPECT_EQ(times[i], i * 20);
 }
 
+// The clock waits for whoever prepares for what was announced, so that nothing comes late then.
+TEST_F(Delivery, BeginsWhenBothListenersHavePrepared) {
+  openPaced(standardClip());
+  std::atomic<int> preparing{0};
+  std::atomic<bool> held{true};
+  recorder->onAnnounced = [&] {
+    ++preparing;
+    held.wait(true);
+  };
+  player->onStart(nullptr);
+  ASSERT_TRUE(pumpUntil([&] { return preparing == 2; }));
+  pumpUntil([end = std::chrono::steady_clock::now() + std::chrono::milliseconds(100)] {
+    return std::chrono::steady_clock::now() > end;
+  });
+  EXPECT_TRUE(recorder->frames().empty());
+  EXPECT_TRUE(recorder->soundTimes().empty());
+  held = false;
+  held.notify_all();
+  ASSERT_TRUE(pumpUntil([&] { return delegate.count("stop") > 0; }));
+  EXPECT_EQ(preparing, 2);
+  EXPECT_EQ(recorder->frames().size(), 25U - player->statistics().framesDropped);
+}
+
 // While the picture's listener does not return, sound goes on; when it does, pictures whose time
 // has passed are left out, and the rest come in order.
 TEST_F(Delivery, DropsLatePicturesWhenPaced) {

@@ -114,6 +114,10 @@ std::vector<Frame> expectedFrames(const std::string& path, const std::string& si
 
 void Recorder::newImageArrive(void* pixels, std::uint32_t width, std::uint32_t height,
                               std::uint32_t timestamp) {
+  if (pixels == nullptr) {
+    if (onAnnounced) onAnnounced();
+    return;
+  }
   if (onImage) onImage();
   Md5 sum;
   const std::size_t row = (std::size_t{width} * 3 + 3) / 4 * 4;
@@ -127,6 +131,10 @@ void Recorder::newImageArrive(void* pixels, std::uint32_t width, std::uint32_t h
 void Recorder::newAudioFramesArrive(platform::Object* /*sender*/, AudioBufferList* list,
                                     std::uint64_t frames, AudioStreamBasicDescription* description,
                                     std::uint32_t timestamp) {
+  if (list == nullptr) {
+    if (onAnnounced) onAnnounced();
+    return;
+  }
   if (onSound) onSound();
   const AudioBuffer& buffer = list->mBuffers[0];
   EXPECT_EQ(frames * description->mBytesPerFrame, buffer.mDataByteSize);

@@ -59,6 +59,7 @@ class Recorder : public platform::Object, public AVStreamDataListener {
 
   // Called on the delivery threads before anything is written down.
   std::function<void()> onImage, onSound;
+  std::function<void()> onAnnounced;  // for a picture or a sound to come
 
  private:
   mutable std::mutex mutex_;
