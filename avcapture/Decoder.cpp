@@ -14,6 +14,12 @@ constexpr int kPixelsWorthFourThreads = 3840 * 2160;
 // Failures in a row; a decoder that goes on failing must not keep us for ever.
 constexpr int kMostDamaged = 64;
 
+// Whether pictures that are marked as such are never referred to, and skipping them leaves all
+// others as they are.
+bool skipsSafely(AVCodecID codec) {
+  return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_MPEG2VIDEO;
+}
+
 }  // namespace
 
 int decoderThreads(const AVCodecParameters& picture, int wanted) {
@@ -33,8 +39,10 @@ std::unique_ptr<Decoder> Decoder::open(const AVStream& stream, const Timeline& t
   return std::unique_ptr<Decoder>(new Decoder(std::move(codec), timeline));
 }
 
-void Decoder::send(const AVPacket* packet) {
+void Decoder::send(const AVPacket* packet, bool shown) {
   if (packet != nullptr && packet->size == 0) return;  // would be taken for the end
+  codec_->skip_frame =
+      shown || !skipsSafely(codec_->codec_id) ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
   if (avcodec_send_packet(codec_.get(), packet) == AVERROR(ENOMEM)) throw std::bad_alloc();
 }
 

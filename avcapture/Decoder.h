@@ -16,8 +16,9 @@ class Decoder {
                                        int threads);
 
   // Feeds one packet; null says that none follows. All frames of it must be received before the
-  // next one. A packet that does not decode is passed over.
-  void send(const AVPacket* packet);
+  // next one. A packet that does not decode is passed over; so is one whose picture is not `shown`,
+  // where none can depend on it.
+  void send(const AVPacket* packet, bool shown = true);
   // The next frame, its pts set (in the stream's time base); null when it takes another packet.
   FramePtr receive();
   // Forgets what was fed, for packets from elsewhere in the file.

@@ -162,6 +162,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void demuxLoop() EXCLUDES(mutex_);
   void decodeLoop() EXCLUDES(mutex_);
   bool packetsSuffice() const REQUIRES(mutex_);
+  bool isPassedOver(const AVPacket* packet, SeekFilter& filter) const;
   bool passOn(DecodedFrame frame, std::uint32_t generation) EXCLUDES(mutex_);
 
   // Picture delivery: EnginePicture.cpp

@@ -90,7 +90,7 @@ void Engine::decodeLoop() {
     {
       const platform::Unlocked unlocked(mutex_);
       const auto out = [&](DecodedFrame frame) { return passOn(std::move(frame), generation); };
-      videoDecoder_->send(packet.get());
+      videoDecoder_->send(packet.get(), !isPassedOver(packet.get(), filter));
       bool wanted = true;
       while (FramePtr frame = videoDecoder_->receive()) {
         const std::int64_t time = videoDecoder_->timeline().microseconds(frame->pts);
@@ -103,6 +103,11 @@ void Engine::decodeLoop() {
       pictureWake_.notifyOne();
     }
   }
+}
+
+bool Engine::isPassedOver(const AVPacket* packet, SeekFilter& filter) const {
+  if (packet == nullptr || packet->pts == AV_NOPTS_VALUE) return false;
+  return filter.passesOver(videoDecoder_->timeline().microseconds(packet->pts));
 }
 
 // Waits for room. False when nobody wants the frame any more.

@@ -2,6 +2,7 @@
 // Not synchronised.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <utility>
@@ -22,7 +23,15 @@ class SeekFilter {
   void restart(std::int64_t target) {
     passing_ = target <= 0;
     target_ = target;
+    latest_ = std::numeric_limits<std::int64_t>::min();
     held_ = {};
+  }
+  // Of each packet, in decoding order, the time of its picture: whether that is certainly not
+  // shown, because one between it and the target was there before.
+  bool passesOver(std::int64_t microseconds) {
+    if (passing_ || microseconds > target_) return false;
+    latest_ = std::max(latest_, microseconds);
+    return microseconds < latest_;
   }
   // Hands what is to be shown of the frames so far to `out`, in order; stops when that answers
   // false.
@@ -47,6 +56,7 @@ class SeekFilter {
  private:
   std::int64_t target_ = 0;
   bool passing_ = true;
+  std::int64_t latest_ = 0;  // that may show at the target, of the packets so far
   DecodedFrame held_;
 };
 
