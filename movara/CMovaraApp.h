@@ -159,6 +159,7 @@ class CMovaraApp final : public IUCFObjectBase,
   bool applyVideoSize(int width, int height);  // false when the player has that size already
 
   // Player notifications: each answers what OnNotify answers.
+  [[gnu::noinline]] std::int32_t onMainThreadNotify(PLAYER_NOTIFY_CODE code, unsigned long p1);
   std::int32_t onOpenResult(std::int32_t result);
   std::int32_t onStatusChanged();
   std::int32_t onAudioFormat(tMSAUDIOFORMATEX* format);

@@ -23,7 +23,8 @@ std::int32_t answer(bool done) { return done ? 0 : kPlayerNotifyNotHandled; }
 }  // namespace
 
 std::int32_t CMovaraApp::OnNotify(PLAYER_NOTIFY_CODE code, unsigned long p1, unsigned long /*p2*/) {
-  // Delivery threads bring these two, for every frame; no other code may come from there.
+  // Delivery threads bring these two, for every frame; no other code may come from there. What the
+  // others need stays out of their way.
   if (code == PLAYER_NOTIFY_GET_PLAYER) {
     *pointerFrom<CAVPlayer*>(p1) = player();
     return 0;
@@ -31,7 +32,10 @@ std::int32_t CMovaraApp::OnNotify(PLAYER_NOTIFY_CODE code, unsigned long p1, uns
   if (code == PLAYER_NOTIFY_MEDIA_SAMPLE && !platform::isMainThread()) {
     return onMediaSample(pointerFrom<tagMSDataStructure>(p1));
   }
+  return onMainThreadNotify(code, p1);
+}
 
+std::int32_t CMovaraApp::onMainThreadNotify(PLAYER_NOTIFY_CODE code, unsigned long p1) {
   const Entry entry(*this);
   switch (code) {
     case PLAYER_NOTIFY_OPEN_RESULT:

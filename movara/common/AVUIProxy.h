@@ -122,6 +122,8 @@ class AVUIProxy final : public platform::Object,
   // The player query: asked each time, used at once, null without sink or player.
   CAVPlayer* player() const;
   platform::Value property(const char* key) const;
+  // Out of the way of every frame's questions, which ask a source's player.
+  [[gnu::noinline]] float floatProperty(const char* key) const;
   void setProperty(const char* key, const platform::Value& value);
 
   // Steps of a frame's way. [video delivery thread]

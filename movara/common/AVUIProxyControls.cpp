@@ -32,7 +32,7 @@ Value userInfoValue(const Notification& notification, const char* key) {
 }
 
 // Towards zero; nothing sensible becomes 0.
-std::int32_t truncated(float value) { return Value(value).intValue(); }
+[[gnu::noinline]] std::int32_t truncated(float value) { return Value(value).intValue(); }
 
 avcapture::KTVideoPlayer* viewOf(CAVPlayer* player) {
   return player != nullptr ? player->videoPlayer().get() : nullptr;
@@ -45,6 +45,8 @@ Value AVUIProxy::property(const char* key) const {
   return owner != nullptr ? owner->propertyWithKey(key) : Value();
 }
 
+float AVUIProxy::floatProperty(const char* key) const { return property(key).floatValue(); }
+
 void AVUIProxy::setProperty(const char* key, const Value& value) {
   if (CAVPlayer* const owner = player()) owner->setPropertyWithKey(key, value);
 }
@@ -54,15 +56,14 @@ void AVUIProxy::setProperty(const char* key, const Value& value) {
 float AVUIProxy::fps() {
   CAVPlayer* const owner = player();
   if (owner == nullptr) return 0.0F;
-  return isSource() ? owner->fps() : owner->propertyWithKey(kAVMovieFPSProperty).floatValue();
+  return isSource() ? owner->fps() : floatProperty(kAVMovieFPSProperty);
 }
 
 bool AVUIProxy::isPlaying() {
   CAVPlayer* const owner = player();
   if (owner == nullptr) return false;
   if (isSource()) return owner->GetStatus() == kPlayerStatusPlaying;
-  return truncated(owner->propertyWithKey(kAVMovieStatusProperty).floatValue()) ==
-         kPlayerStatusPlaying;
+  return truncated(floatProperty(kAVMovieStatusProperty)) == kPlayerStatusPlaying;
 }
 
 bool AVUIProxy::pausedByUser() {
@@ -78,15 +79,13 @@ std::int32_t AVUIProxy::getStatus() { return property(kAVMovieStatusProperty).in
 float AVUIProxy::currentTime() {
   CAVPlayer* const owner = player();
   if (owner == nullptr) return 0.0F;
-  return isSource() ? owner->GetCurrentPos()
-                    : owner->propertyWithKey(kAVMovieCurTimeProperty).floatValue();
+  return isSource() ? owner->GetCurrentPos() : floatProperty(kAVMovieCurTimeProperty);
 }
 
 float AVUIProxy::duration() {
   CAVPlayer* const owner = player();
   if (owner == nullptr) return 0.0F;
-  return isSource() ? owner->GetDuration()
-                    : owner->propertyWithKey(kAVMovieDurationProperty).floatValue();
+  return isSource() ? owner->GetDuration() : floatProperty(kAVMovieDurationProperty);
 }
 
 platform::Size AVUIProxy::mediaSize() {

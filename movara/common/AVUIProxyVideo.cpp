@@ -60,8 +60,8 @@ void AVUIProxy::newImageArrive(void* pixels, std::uint32_t imageWidth, std::uint
     if (owner != nullptr) view = owner->videoPlayer().get();
     if (view == nullptr) return;
   }
-  if (isPlaying() && myPausedFrameHeld) forgetPausedFrame();
-  if (!isPlaying() && view != nullptr && view->invalidImageBufferCount() == 1) {
+  if (myPausedFrameHeld && isPlaying()) forgetPausedFrame();
+  if (view != nullptr && !isPlaying() && view->invalidImageBufferCount() == 1) {
     deliverPausedFrame(sample);
     return;
   }
