@@ -40,7 +40,8 @@ void send(AVStreamDataListener& listener, platform::Object* sender, const SoundB
 
 void Engine::soundLoop() {
   SoundStage stage;
-  AudioDevice device;
+  const std::unique_ptr<AudioDevice> device =
+      options_.paced && options_.localSound ? openAudioDevice() : std::make_unique<AudioDevice>();
   const platform::Lock lock(mutex_);
   while (!quit_ && !soundQuit_) {
     if (stage.generation != generation_) {
@@ -48,10 +49,10 @@ void Engine::soundLoop() {
       stage = {.generation = generation_};
       const platform::Unlocked unlocked(mutex_);
       audioDecoder_->restart(target);
-      device.clear();
+      device->clear();
       continue;
     }
-    soundStep(stage, device);
+    soundStep(stage, *device);
   }
 }
 
@@ -115,10 +116,8 @@ void Engine::deliverSound(SoundStage& stage, AudioDevice& device) {
       send(*call.listener(), call.sender(), block, true);
     }
   }
-  if (options_.paced && options_.localSound) {
-    const platform::Unlocked unlocked(mutex_);
-    device.play(block, volume_.load(std::memory_order_relaxed));
-  }
+  const platform::Unlocked unlocked(mutex_);
+  device.play(block, volume_.load(std::memory_order_relaxed));
 }
 
 }  // namespace avcapture

@@ -6,7 +6,6 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
-#include <libavfilter/avfilter.h>
 #include <libavformat/avformat.h>
 #include <libavutil/common.h>
 #include <libavutil/frame.h>
@@ -34,7 +33,6 @@ using PacketPtr = std::unique_ptr<AVPacket, FreeByAddress<av_packet_free>>;
 using FramePtr = std::unique_ptr<AVFrame, FreeByAddress<av_frame_free>>;
 using ResamplerPtr = std::unique_ptr<SwrContext, FreeByAddress<swr_free>>;
 using ScalerPtr = std::unique_ptr<SwsContext, FreeScaler>;
-using GraphPtr = std::unique_ptr<AVFilterGraph, FreeByAddress<avfilter_graph_free>>;
 
 // Throw std::bad_alloc when there is no memory.
 PacketPtr makePacket();

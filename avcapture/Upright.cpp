@@ -1,15 +1,13 @@
 #include "avcapture/Upright.h"
 
 #include <cmath>
-#include <cstdio>
 #include <cstring>
-#include <new>
 
 extern "C" {
-#include <libavfilter/buffersink.h>
-#include <libavfilter/buffersrc.h>
 #include <libavutil/display.h>
 }
+
+#include "avcapture/LoadedPart.h"
 
 namespace avcapture {
 
@@ -65,43 +63,13 @@ const AVFrame* Upright::turn(AVFrame& frame) {
   }
   const std::string filters = matrix ? uprightFilters(*matrix) : std::string();
   if (filters.empty()) return &frame;
-  const Shape shape{frame.width, frame.height, frame.format, filters};
-  if (!graph_ || !(shape == shape_)) {
-    if (!rebuild(frame, filters)) return nullptr;
-    shape_ = shape;
+  if (!turner_) {
+    turner_ = makeFromPart<PictureTurner>("libavcapture-turning.so", "makePictureTurner");
+    if (!turner_) return nullptr;
   }
   av_frame_unref(upright_.get());
-  if (av_buffersrc_add_frame_flags(in_, &frame, AV_BUFFERSRC_FLAG_KEEP_REF) < 0 ||
-      av_buffersink_get_frame(out_, upright_.get()) < 0) {
-    graph_.reset();
-    return nullptr;
-  }
+  if (!turner_->turn(frame, *upright_, filters, timeBase_)) return nullptr;
   return upright_.get();
-}
-
-bool Upright::rebuild(const AVFrame& frame, const std::string& filters) {
-  graph_.reset(avfilter_graph_alloc());
-  if (!graph_) throw std::bad_alloc();
-  graph_->nb_threads = 1;
-  std::array<char, 160> source;
-  std::snprintf(source.data(), source.size(), "buffer=video_size=%dx%d:pix_fmt=%d:time_base=%d/%d",
-                frame.width, frame.height, frame.format, timeBase_.num, timeBase_.den);
-  const std::string text = std::string(source.data()) + "," + filters + ",buffersink";
-  AVFilterInOut* inputs = nullptr;
-  AVFilterInOut* outputs = nullptr;
-  const int parsed = avfilter_graph_parse2(graph_.get(), text.c_str(), &inputs, &outputs);
-  avfilter_inout_free(&inputs);
-  avfilter_inout_free(&outputs);
-  if (parsed < 0 || avfilter_graph_config(graph_.get(), nullptr) < 0) {
-    graph_.reset();
-    return false;
-  }
-  in_ = graph_->filters[0];
-  // The last one that the text names; format conversions that were put in between come after it.
-  for (unsigned i = 0; i < graph_->nb_filters; ++i) {
-    if (graph_->filters[i]->nb_outputs == 0) out_ = graph_->filters[i];
-  }
-  return true;
 }
 
 }  // namespace avcapture

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -16,6 +17,19 @@ using DisplayMatrix = std::array<std::int32_t, 9>;
 // empty when it is upright.
 std::string uprightFilters(const DisplayMatrix& matrix);
 
+// Turns pictures by such filters. One thread at a time.
+class PictureTurner {
+ public:
+  PictureTurner() = default;
+  virtual ~PictureTurner() = default;
+  PictureTurner(const PictureTurner&) = delete;
+  PictureTurner& operator=(const PictureTurner&) = delete;
+
+  // Fills the empty `upright`. False when it can't be done.
+  virtual bool turn(AVFrame& frame, AVFrame& upright, const std::string& filters,
+                    AVRational timeBase) = 0;
+};
+
 class Upright {
  public:
   // `matrix` is the stream's; a frame that carries its own is turned by that.
@@ -27,22 +41,10 @@ class Upright {
   const AVFrame* turn(AVFrame& frame);
 
  private:
-  bool rebuild(const AVFrame& frame, const std::string& filters);
-
-  // What the graph was built for.
-  struct Shape {
-    int width = 0, height = 0, format = -1;
-    std::string filters;
-    friend bool operator==(const Shape&, const Shape&) = default;
-  };
-
   std::optional<DisplayMatrix> matrix_;
   AVRational timeBase_;
-  Shape shape_;
   FramePtr upright_ = makeFrame();
-  GraphPtr graph_;
-  AVFilterContext* in_ = nullptr;   // in graph_
-  AVFilterContext* out_ = nullptr;  // in graph_
+  std::unique_ptr<PictureTurner> turner_;  // once there was something to turn
 };
 
 // The display matrix that goes with a stream, if any.

@@ -9,6 +9,8 @@ install(
   TARGETS platform avcapture
   EXPORT movara
   LIBRARY DESTINATION ${MOVARA_APP_INSTALLED}/Frameworks COMPONENT client)
+install(TARGETS avcapture-sound avcapture-turning
+        LIBRARY DESTINATION ${MOVARA_APP_INSTALLED}/Frameworks COMPONENT client)
 foreach(bundle IN ITEMS movara lumtrace)
   install(
     TARGETS ${bundle}_bundle

@@ -55,6 +55,14 @@ function(movara_framework name)
                                            INSTALL_RPATH "$ORIGIN")
 endfunction()
 
+# A library beside the frameworks, which one of them loads when it is needed.
+function(movara_part name)
+  add_library(${name} MODULE ${ARGN})
+  target_link_libraries(${name} PRIVATE movara_settings)
+  set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY
+                                           ${MOVARA_APP_CONTENTS}/Frameworks)
+endfunction()
+
 # A plug-in bundle NAME.bundle whose code exports what the version script EXPORTS lists.
 function(movara_bundle name)
   cmake_parse_arguments(ARG "" "EXPORTS" "SOURCES" ${ARGN})

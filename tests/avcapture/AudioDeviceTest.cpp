@@ -1,6 +1,6 @@
 // The sound output, heard at its other end: SDL's "disk" driver writes what a device would play
 // into a pipe, and stands still while nobody reads it.
-#include "avcapture/AudioDevice.h"
+#include "avcapture/SdlAudioDevice.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -91,7 +91,7 @@ class Loudspeaker : public ::testing::Test {
     reader.join();
   }
 
-  std::unique_ptr<AudioDevice> device = std::make_unique<AudioDevice>();
+  std::unique_ptr<AudioDevice> device = std::make_unique<SdlAudioDevice>();
   std::vector<std::int16_t> heard;
 
  private:
@@ -127,7 +127,7 @@ TEST_F(Loudspeaker, WhatIsClearedIsNotHeard) {
 
 TEST(AudioDevice, AsksAgainAfterAPauseWhereThereWasNone) {
   ::setenv("SDL_AUDIODRIVER", "none such", 1);
-  AudioDevice device;
+  SdlAudioDevice device;
   play(device, 1);
   ::setenv("SDL_AUDIODRIVER", "dummy", 1);
   play(device, 1);
@@ -144,7 +144,7 @@ TEST(AudioDevice, ThreadsComeAndGoWithoutTakingItFromEachOther) {
   std::atomic<int> sounding{0};
   const auto comeAndGo = [&] {
     for (int i = 0; i < 20; ++i) {
-      AudioDevice device;
+      SdlAudioDevice device;
       play(device, 1);
       if (device.sounding()) ++sounding;
     }
