@@ -154,6 +154,14 @@ double Demuxer::framesPerSecond() const {
   return 0.0;
 }
 
+PictureSize Demuxer::pictureSize() const {
+  const AVCodecParserContext* parser = av_stream_get_parser(video_);
+  const bool turned =
+      av_stream_get_side_data(video_, AV_PKT_DATA_DISPLAYMATRIX, nullptr) != nullptr;
+  if (parser == nullptr || turned || parser->width <= 0 || parser->height <= 0) return {};
+  return {static_cast<std::uint32_t>(parser->width), static_cast<std::uint32_t>(parser->height)};
+}
+
 PacketPtr Demuxer::read() {
   if (peeked_.empty()) return readFile();
   PacketPtr packet = std::move(peeked_.front());

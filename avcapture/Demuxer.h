@@ -29,6 +29,12 @@ struct Timeline {
   std::uint32_t milliseconds(std::int64_t pts) const;
 };
 
+// In pixels.
+struct PictureSize {
+  std::uint32_t width = 0, height = 0;
+  friend bool operator==(const PictureSize&, const PictureSize&) = default;
+};
+
 class Demuxer {
  public:
   // Throws std::system_error when there is no thread to read on.
@@ -60,6 +66,10 @@ class Demuxer {
   // [any-thread]
   bool leapt() const { return leapt_.load(std::memory_order_relaxed); }
   double framesPerSecond() const;  // of the picture, 0.0 when unknown
+
+  // The size at which the pictures that were read last will be shown; nothing when their packets do
+  // not tell, or decoding decides.
+  PictureSize pictureSize() const;
 
   // The next packet of a played stream; null at the end, or when the file can't be read further.
   PacketPtr read();

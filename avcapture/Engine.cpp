@@ -138,6 +138,7 @@ std::uint32_t Engine::beginGeneration(std::int64_t microseconds, bool notify) {
   audioPackets_.clear();
   frames_.clear();
   failure_.clear();
+  pictureSize_ = {};
   framesEnded_ = pictureReady_ = pictureEnded_ = endTold_ = false;
   soundReady_ = soundEnded_ = soundQuit_;
   clock_.set(microseconds);

@@ -125,7 +125,8 @@ class Engine : public std::enable_shared_from_this<Engine> {
   // The picture thread's own.
   struct PictureStage {
     std::uint32_t generation = 0;
-    bool arrived = false;                // the generation's first picture, or that it has none
+    bool arrived = false;  // the generation's first picture, or that it has none
+    PictureSize announced{};
     std::shared_ptr<Picture> next{};     // converted, waits for its time
     std::shared_ptr<Picture> current{};  // shown last in this generation
     std::int64_t end = 0;                // when the picture delivered last ends
@@ -162,6 +163,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void demuxLoop() EXCLUDES(mutex_);
   void decodeLoop() EXCLUDES(mutex_);
   bool packetsSuffice() const REQUIRES(mutex_);
+  void tellPictureSize() REQUIRES(mutex_);
   bool isPassedOver(const AVPacket* packet, SeekFilter& filter) const;
   bool passOn(DecodedFrame frame, std::uint32_t generation) EXCLUDES(mutex_);
 
@@ -172,7 +174,8 @@ class Engine : public std::enable_shared_from_this<Engine> {
   std::shared_ptr<Picture> convert(const DecodedFrame& decoded);
   bool nextIsDue() const REQUIRES(mutex_);
   void deliverStill(PictureStage& stage) REQUIRES(mutex_);
-  void announcePicture(const PictureStage& stage) REQUIRES(mutex_);
+  void announcePicture(PictureStage& stage) REQUIRES(mutex_);
+  void startWhenAnnounced(const PictureStage& stage) REQUIRES(mutex_);
   void playPicture(PictureStage& stage) REQUIRES(mutex_);
   void deliverPicture(PictureStage& stage) REQUIRES(mutex_);
   void handOut(const std::shared_ptr<Picture>& picture, bool still) REQUIRES(mutex_);
@@ -242,6 +245,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   bool seekPending_ GUARDED_BY(mutex_) = false;
   bool stillWanted_ GUARDED_BY(mutex_) = false;
   PacketQueue videoPackets_ GUARDED_BY(mutex_), audioPackets_ GUARDED_BY(mutex_);
+  PictureSize pictureSize_ GUARDED_BY(mutex_);  // of the generation's first picture; 0 until known
   BoundedQueue<DecodedFrame, 3> frames_ GUARDED_BY(mutex_);
   // Converted, on their way back to be let go by the decode thread: the decoder's buffers stay with
   // the thread that manages them.

@@ -57,6 +57,7 @@ void Engine::demuxLoop() {
       decodeWake_.notifyOne();
       soundWake_.notifyOne();
     } else if (packet->stream_index == videoIndex) {
+      if (pictureSize_ == PictureSize{}) tellPictureSize();
       videoPackets_.push(std::move(packet));
       decodeWake_.notifyOne();
     } else if (!soundQuit_) {
@@ -64,6 +65,12 @@ void Engine::demuxLoop() {
       soundWake_.notifyOne();
     }
   }
+}
+
+// Long before the picture itself is there.
+void Engine::tellPictureSize() {
+  pictureSize_ = demuxer_.pictureSize();
+  pictureWake_.notifyOne();
 }
 
 void Engine::decodeLoop() {

@@ -24,7 +24,7 @@ void Engine::pictureStep(PictureStage& stage) {
     deliverStill(stage);
   } else if (seekPending_ && stage.arrived) {
     completeSeek();
-  } else if (playing_ && stage.next && !pictureReady_) {
+  } else if (playing_ && !pictureReady_ && stage.announced != pictureSize_) {
     announcePicture(stage);
   } else if (playing_ && stage.next) {
     playPicture(stage);
@@ -61,8 +61,10 @@ void Engine::takeFrame(PictureStage& stage) {
   spent_.push_back(std::move(decoded.frame));
   if (!picture) ++framesDropped_;
   if (!picture || stage.generation != generation_) return;
+  pictureSize_ = {picture->image.width, picture->image.height};
   stage.next = std::move(picture);
   stage.arrived = true;
+  startWhenAnnounced(stage);
 }
 
 // Null when it cannot be shown.
@@ -86,15 +88,21 @@ void Engine::deliverStill(PictureStage& stage) {
 
 // Whoever has something to prepare for the first picture does so before the clock runs, not while
 // that picture is due.
-void Engine::announcePicture(const PictureStage& stage) {
+void Engine::announcePicture(PictureStage& stage) {
+  stage.announced = pictureSize_;
+  const auto milliseconds = static_cast<std::uint32_t>(target_ / 1000);
   {
     const ListenerCall call(*this, kPicture);
     if (AVStreamDataListener* listener = call.listener()) {
-      const platform::Image& image = stage.next->image;
-      listener->newImageArrive(nullptr, image.width, image.height, stage.next->milliseconds);
+      listener->newImageArrive(nullptr, stage.announced.width, stage.announced.height,
+                               milliseconds);
     }
   }
-  if (stage.generation != generation_) return;
+  startWhenAnnounced(stage);
+}
+
+void Engine::startWhenAnnounced(const PictureStage& stage) {
+  if (stage.generation != generation_ || !stage.next || stage.announced != pictureSize_) return;
   pictureReady_ = true;
   startClockWhenReady();
 }
