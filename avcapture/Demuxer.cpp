@@ -5,6 +5,7 @@
 #include <limits>
 #include <new>
 #include <span>
+#include <string_view>
 #include <thread>
 
 namespace avcapture {
@@ -81,8 +82,34 @@ int refuseOtherFiles(AVFormatContext* /*format*/, AVIOContext** /*context*/, con
   return AVERROR(EACCES);
 }
 
+// Where the container starts, in microseconds.
 std::int64_t startOf(const AVFormatContext& format) {
-  return format.start_time == AV_NOPTS_VALUE ? 0 : format.start_time;
+  if (format.start_time != AV_NOPTS_VALUE) return format.start_time;
+  std::int64_t start = kGreatestTime;
+  for (const AVStream* stream : streamsOf(format)) {
+    if (stream->start_time == AV_NOPTS_VALUE) continue;
+    start = std::min(start, rescaled(stream->start_time, stream->time_base, kMicroseconds));
+  }
+  return start == kGreatestTime ? 0 : start;
+}
+
+bool isToldByHeader(const AVStream& stream) {
+  const AVCodecParameters& codec = *stream.codecpar;
+  if (stream.start_time == AV_NOPTS_VALUE || codec.extradata_size == 0) return false;
+  if (codec.codec_id == AV_CODEC_ID_H264) return codec.width > 0 && stream.avg_frame_rate.num > 0;
+  return codec.codec_id == AV_CODEC_ID_AAC && codec.ch_layout.nb_channels > 0;
+}
+
+// Whether the header of the file tells all that decoding the first packets in advance would: of MP4
+// files with an index, when there is no choice between streams.
+bool headerTellsAll(const AVFormatContext& format) {
+  const auto streams = streamsOf(format);
+  const bool distinct =
+      streams.size() == 1 ||
+      (streams.size() == 2 && streams[0]->codecpar->codec_id != streams[1]->codecpar->codec_id);
+  return distinct && std::string_view(format.iformat->name).find("mp4") != std::string_view::npos &&
+         std::all_of(streams.begin(), streams.end(),
+                     [](const AVStream* stream) { return isToldByHeader(*stream); });
 }
 
 }  // namespace
@@ -118,7 +145,7 @@ bool Demuxer::open(const std::string& path) {
   error_ = avformat_open_input(&format, nameForProbing(path).c_str(), nullptr, nullptr);
   if (error_ < 0) return false;  // has freed the context
   format_.reset(format);
-  error_ = avformat_find_stream_info(format, nullptr);
+  if (!headerTellsAll(*format)) error_ = avformat_find_stream_info(format, nullptr);
   if (error_ < 0) return false;
   disk_.setDeadline(std::chrono::steady_clock::time_point::max());
   video_ = bestStream(streamsOf(*format), AVMEDIA_TYPE_VIDEO);
