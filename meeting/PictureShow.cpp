@@ -47,6 +47,12 @@ void PictureShow::offer(const FrameRef& frame) {
     const platform::Lock lock(mutex_);
     std::swap(slot_, replaced);
     if (replaced) ++counts_.lost;
+    if (!isDrawn() && !isResting()) {
+      // Nothing to do on another thread.
+      take();
+      ++counts_.received;
+      return;
+    }
   }
   wake_.notifyOne();
 }
@@ -98,6 +104,14 @@ void PictureShow::redraw() {
 
 bool PictureShow::isResting() const { return std::chrono::steady_clock::now() < takenAt_ + delay_; }
 
+bool PictureShow::isDrawn() const { return watched_ && target_; }
+
+void PictureShow::take() {
+  current_ = std::exchange(slot_, FrameRef());
+  takenAt_ = std::chrono::steady_clock::now();
+  counts_.size = sizeOf(current_);
+}
+
 // False at the end.
 bool PictureShow::waitForWork() {
   while (!ending_ && !outdated_ && (!slot_ || isResting())) {
@@ -116,11 +130,7 @@ void PictureShow::work() {
   while (waitForWork()) {
     outdated_ = false;
     const bool takes = slot_ && !isResting();
-    if (takes) {
-      current_ = std::exchange(slot_, FrameRef());
-      takenAt_ = std::chrono::steady_clock::now();
-      counts_.size = sizeOf(current_);
-    }
+    if (takes) take();
     tryDraw();
     if (takes) ++counts_.received;
   }
@@ -136,7 +146,7 @@ void PictureShow::tryDraw() {
 
 // Where the picture no longer belongs when it has been scaled, it is not shown.
 void PictureShow::draw() {
-  if (!watched_ || !target_ || !current_) return;
+  if (!isDrawn() || !current_) return;
   const FrameRef frame = current_;
   const PixelSize bounds = targetSize_;
   const RenderTarget* const target = target_.get();

@@ -1,5 +1,6 @@
-// Shows pictures to one attendee on a thread of its own: takes the newest when it gets to it,
-// scales it and draws it into the attendee's view while somebody looks.
+// Shows pictures to one attendee on a thread of its own while somebody looks: takes the newest when
+// it gets to it, scales it and draws it into the attendee's view. While nobody does, takes each as
+// it comes.
 //
 // Threads: offer() on the presenter's delivery threads, the rest on the main thread unless marked.
 // Neither waits for a picture that is being scaled.
@@ -45,7 +46,9 @@ class PictureShow {
 
  private:
   void redraw() REQUIRES(mutex_);
+  bool isDrawn() const REQUIRES(mutex_);
   bool isResting() const REQUIRES(mutex_);
+  void take() REQUIRES(mutex_);
   bool waitForWork() REQUIRES(mutex_);
   void tryDraw() REQUIRES(mutex_);
   void work() EXCLUDES(mutex_);
