@@ -162,7 +162,8 @@ class Engine : public std::enable_shared_from_this<Engine> {
   // Demux and decode: EngineInput.cpp
   void demuxLoop() EXCLUDES(mutex_);
   void decodeLoop() EXCLUDES(mutex_);
-  bool packetsSuffice() const REQUIRES(mutex_);
+  bool packetsSuffice(std::size_t enough) const REQUIRES(mutex_);
+  void readOnWhenFew() REQUIRES(mutex_);
   void tellPictureSize() REQUIRES(mutex_);
   bool isPassedOver(const AVPacket* packet, SeekFilter& filter) const;
   bool passOn(DecodedFrame frame, std::uint32_t generation) EXCLUDES(mutex_);

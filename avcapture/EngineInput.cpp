@@ -7,8 +7,10 @@ namespace avcapture {
 
 namespace {
 
-// Reading rests when every stream has something and together they have this much.
+// Reading rests when every stream has something and together they have this much; it goes on when
+// they have few, so that its thread need not wake for every packet.
 constexpr std::size_t kEnoughBytes = std::size_t{1} << 20;
+constexpr std::size_t kFewBytes = kEnoughBytes / 2;
 // In a badly interleaved file one stream can lie far behind the other: this much is read in search
 // of it; then it has to do without.
 constexpr std::size_t kMostBytes = std::size_t{64} << 20;
@@ -17,11 +19,15 @@ constexpr std::size_t kMostBytes = std::size_t{64} << 20;
 
 bool Engine::starved() const { return videoPackets_.bytes() + audioPackets_.bytes() >= kMostBytes; }
 
-bool Engine::packetsSuffice() const {
+bool Engine::packetsSuffice(std::size_t enough) const {
   if (starved()) return true;
   const bool someMissing =
       (hasVideo_ && videoPackets_.empty()) || (hasAudio_ && !soundQuit_ && audioPackets_.empty());
-  return !someMissing && videoPackets_.bytes() + audioPackets_.bytes() >= kEnoughBytes;
+  return !someMissing && videoPackets_.bytes() + audioPackets_.bytes() >= enough;
+}
+
+void Engine::readOnWhenFew() {
+  if (!packetsSuffice(kFewBytes)) demuxWake_.notifyOne();
 }
 
 void Engine::demuxLoop() {
@@ -38,7 +44,7 @@ void Engine::demuxLoop() {
       demuxer_.seek(target);
       continue;
     }
-    if (ended || packetsSuffice()) {
+    if (ended || packetsSuffice(kEnoughBytes)) {
       startClockWhenReady();
       demuxWake_.wait(mutex_);
       continue;
@@ -93,7 +99,7 @@ void Engine::decodeLoop() {
     }
     const PacketPtr packet = videoPackets_.pop();
     drained = packet == nullptr;
-    demuxWake_.notifyOne();
+    readOnWhenFew();
     {
       const platform::Unlocked unlocked(mutex_);
       const auto out = [&](DecodedFrame frame) { return passOn(std::move(frame), generation); };

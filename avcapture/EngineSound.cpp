@@ -87,7 +87,7 @@ void Engine::decodeSound(SoundStage& stage) {
     return;
   }
   const PacketPtr packet = audioPackets_.pop();
-  demuxWake_.notifyOne();
+  readOnWhenFew();
   const platform::Unlocked unlocked(mutex_);
   audioDecoder_->send(packet.get());
 }
