@@ -137,6 +137,29 @@ TEST_F(Controls, SeekWhileStandingDeliversExactlyThePictureOfThatTime) {
   EXPECT_EQ(player->statistics().framesDelivered, 0U);
 }
 
+// Also where pictures last differently long, and the one that is sought depends on others or others
+// on it.
+TEST_F(Controls, SeekFindsEveryPicture) {
+  const std::string path =
+      clip("uneven.mp4",
+           "-f lavfi -i testsrc2=s=160x120:r=25 -t 3 -vf select='gt(mod(n*7,11),3)' -fps_mode vfr "
+           "-c:v libx264 -g 40 -bf 4 -b-pyramid normal -pix_fmt yuv420p");
+  const std::vector<Frame> all = expectedFrames(path, "160x120");
+  for (const int threads : {1, 2}) {
+    SCOPED_TRACE(threads);
+    delegate.calls.clear();
+    recorder = std::make_shared<Recorder>();
+    open(path, {.paced = true, .decoderThreads = threads, .localSound = false});
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      const Frame& wanted = all[i * 17 % all.size()];
+      player->seek((static_cast<float>(wanted.timestamp) + 2.0F) / 1000.0F);
+      ASSERT_TRUE(pumpUntil([&] { return delegate.count("skip") == static_cast<int>(i) + 1; }));
+      EXPECT_EQ(recorder->frames().back(), wanted);
+    }
+    TearDown();
+  }
+}
+
 // Containers that know little about where things are.
 TEST_F(Controls, SeekIsExactInEveryContainer) {
   const std::pair<const char*, const char*> containers[] = {
