@@ -247,7 +247,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   bool stillWanted_ GUARDED_BY(mutex_) = false;
   PacketQueue videoPackets_ GUARDED_BY(mutex_), audioPackets_ GUARDED_BY(mutex_);
   PictureSize pictureSize_ GUARDED_BY(mutex_);  // of the generation's first picture; 0 until known
-  BoundedQueue<DecodedFrame, 3> frames_ GUARDED_BY(mutex_);
+  BoundedQueue<DecodedFrame, 2> frames_ GUARDED_BY(mutex_);
   // Converted, on their way back to be let go by the decode thread: the decoder's buffers stay with
   // the thread that manages them.
   std::vector<FramePtr> spent_ GUARDED_BY(mutex_);

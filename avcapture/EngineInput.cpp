@@ -9,7 +9,7 @@ namespace {
 
 // Reading rests when every stream has something and together they have this much; it goes on when
 // they have few, so that its thread need not wake for every packet.
-constexpr std::size_t kEnoughBytes = std::size_t{1} << 20;
+constexpr std::size_t kEnoughBytes = std::size_t{512} << 10;
 constexpr std::size_t kFewBytes = kEnoughBytes / 2;
 // In a badly interleaved file one stream can lie far behind the other: this much is read in search
 // of it; then it has to do without.

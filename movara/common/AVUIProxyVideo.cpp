@@ -12,6 +12,9 @@ namespace {
 
 constexpr float kMillisecondsPerSecond = 1000.0F;
 
+// What a format says when the player knows none.
+constexpr float kUnknownFrameRate = 1.0F;
+
 // Lets the first format overtake the first sample.
 constexpr std::chrono::milliseconds kFormatHeadStart{10};
 
@@ -79,7 +82,7 @@ void AVUIProxy::fillVideoFormat(std::uint32_t width, std::uint32_t height) {
   tagMSVIDEOFORMATEX format{};
   format.wWidth = static_cast<std::uint16_t>(width);
   format.wHeight = static_cast<std::uint16_t>(height);
-  format.wFrameRate = fps() > 0.0F ? fps() : 1.0F;
+  format.wFrameRate = fps() > 0.0F ? fps() : kUnknownFrameRate;
   const bool changed = !sameFormat(format, myVideoFormat);
   myVideoFormat = format;  // always: the receiver of the last sample could write to it
   if (changed) publishVideoFormat();
@@ -153,6 +156,7 @@ void AVUIProxy::deliverPausedFrame(const tagMSDataStructure& sample) {
 
 // For a movie that does not say how many frames a second it has: once, from the gap between two.
 void AVUIProxy::estimateFrameRate(std::uint32_t timestamp) {
+  if (myVideoFormat.wFrameRate != kUnknownFrameRate) return;  // spares asking again for each frame
   if (fps() != 0.0F) return;
   const std::uint32_t previous = myPreviousVideoTimestamp;
   if (previous == kNoTimestamp || myFPS != 0.0F || !isPlaying() || previous >= timestamp ||
