@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 
 #include "tests/meeting/LiveMeeting.h"
@@ -45,6 +46,13 @@ using LeftBehind = LiveMeeting;
 TEST_F(LeftBehind, NothingByThoseWhoComeAndGo) {
   Held before;
   const auto is = [this](const char* id, const char* state) { return status(id).state == state; };
+  // Threads of the sound start with the first sounds, which come with the first pictures.
+  std::optional<std::uint64_t> mark;
+  const auto flows = [&] {
+    const std::uint64_t frames = status("attendee-2").frames;
+    if (!mark) mark = frames;
+    return frames > *mark + 10;
+  };
   // An action, and what shows that it has had its effect.
   struct Part {
     const char* action;
@@ -81,9 +89,10 @@ TEST_F(LeftBehind, NothingByThoseWhoComeAndGo) {
     for (std::size_t i = 0; i < total; ++i) {
       const Part& part = walk.parts[i % walk.parts.size()];
       const bool first = i == walk.parts.size();
-      steps.push_back({part.action, [] { return true; },
+      steps.push_back({part.action, [&, first] { return !first || flows(); },
                        [&, first] {
                          if (first) before = Held::now();
+                         mark.reset();
                          act(part.action);
                        }});
       steps.push_back({part.action, part.shown});
