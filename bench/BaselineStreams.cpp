@@ -20,7 +20,7 @@ constexpr std::size_t kSpareBytes = 64;
 void check(bool well, const char* what) {
   if (well) return;
   std::fprintf(stderr, "baseline: %s failed\n", what);
-  std::exit(1);
+  std::_Exit(1);
 }
 
 avcapture::CodecPtr openCodec(const AVStream& stream, int threads) {

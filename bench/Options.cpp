@@ -18,7 +18,7 @@ Options parseOptions(int argc, char** argv, const char* description) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    std::exit(app.exit(error));
+    std::exit(app.exit(error));  // NOLINT(concurrency-mt-unsafe): the only thread
   }
   return options;
 }

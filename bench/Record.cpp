@@ -48,7 +48,7 @@ void Record::end() {
 }
 
 void Record::print(const char* name, const Events& events) {
-  std::printf(", \"%s\": [", name);
+  std::printf(R"(, "%s": [)", name);
   const char* between = "";
   for (const Event& event : events) {
     std::printf("%s[%ld, %ld]", between, nanoseconds(event.at),
@@ -59,7 +59,7 @@ void Record::print(const char* name, const Events& events) {
 }
 
 void Record::print() const {
-  std::printf("{\"cpu_s\": %.6f, \"end_s\": %.6f", cpu_,
+  std::printf(R"({"cpu_s": %.6f, "end_s": %.6f)", cpu_,
               std::chrono::duration<double>(end_).count());
   print("pictures", pictures_);
   print("sounds", sounds_);
