@@ -119,8 +119,11 @@ void Engine::decodeLoop() {
 }
 
 bool Engine::isPassedOver(const AVPacket* packet, SeekFilter& filter) const {
-  if (packet == nullptr || packet->pts == AV_NOPTS_VALUE) return false;
-  return filter.passesOver(videoDecoder_->timeline().microseconds(packet->pts));
+  if (packet == nullptr || packet->pts == AV_NOPTS_VALUE || packet->dts == AV_NOPTS_VALUE) {
+    return false;
+  }
+  const Timeline& timeline = videoDecoder_->timeline();
+  return filter.passesOver(timeline.microseconds(packet->pts), timeline.microseconds(packet->dts));
 }
 
 // Waits for room. False when nobody wants the frame any more.

@@ -24,11 +24,14 @@ class SeekFilter {
     passing_ = target <= 0;
     target_ = target;
     latest_ = std::numeric_limits<std::int64_t>::min();
+    complete_ = false;
     held_ = {};
   }
-  // Of each packet, in decoding order, the time of its picture: whether that is certainly not
-  // shown, because one between it and the target was there before.
-  bool passesOver(std::int64_t microseconds) {
+  // Of each packet, in decoding order, the time of its picture and the time when it is decoded,
+  // which no later packet's picture precedes: whether the picture is certainly not shown, because
+  // one between it and the target was there before.
+  bool passesOver(std::int64_t microseconds, std::int64_t decoded) {
+    complete_ = complete_ || decoded > target_;
     if (passing_ || microseconds > target_) return false;
     latest_ = std::max(latest_, microseconds);
     return microseconds < latest_;
@@ -37,7 +40,8 @@ class SeekFilter {
   // false.
   template <class Out>
   bool push(DecodedFrame next, Out&& out) {
-    if (!passing_ && next.microseconds < target_) {
+    const bool isLatest = complete_ && next.microseconds == latest_;
+    if (!passing_ && !isLatest && next.microseconds < target_) {
       held_ = std::move(next);
       return true;
     }
@@ -57,6 +61,7 @@ class SeekFilter {
   std::int64_t target_ = 0;
   bool passing_ = true;
   std::int64_t latest_ = 0;  // that may show at the target, of the packets so far
+  bool complete_ = false;    // all packets have come whose pictures may show at the target
   DecodedFrame held_;
 };
 
