@@ -137,6 +137,14 @@ TEST_F(Controls, SeekWhileStandingDeliversExactlyThePictureOfThatTime) {
   EXPECT_EQ(player->statistics().framesDelivered, 0U);
 }
 
+// What the decoder's own threads do to one another the sanitizer does not see: their library was
+// built without it.
+#if defined(__SANITIZE_THREAD__)
+constexpr int kMostThreads = 1;
+#else
+constexpr int kMostThreads = 2;
+#endif
+
 // Also where pictures last differently long, and the one that is sought depends on others or others
 // on it.
 TEST_F(Controls, SeekFindsEveryPicture) {
@@ -145,7 +153,7 @@ TEST_F(Controls, SeekFindsEveryPicture) {
            "-f lavfi -i testsrc2=s=160x120:r=25 -t 3 -vf select='gt(mod(n*7,11),3)' -fps_mode vfr "
            "-c:v libx264 -g 40 -bf 4 -b-pyramid normal -pix_fmt yuv420p");
   const std::vector<Frame> all = expectedFrames(path, "160x120");
-  for (const int threads : {1, 2}) {
+  for (int threads = 1; threads <= kMostThreads; ++threads) {
     SCOPED_TRACE(threads);
     delegate.calls.clear();
     recorder = std::make_shared<Recorder>();
