@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <set>
@@ -38,38 +39,14 @@ struct Case {
   std::function<void(MessageJournal&)> record;
 };
 
-template <class Record>
-std::function<void(MessageJournal&)> request(unsigned long uMsg, const Record& record) {
-  return [uMsg, record](MessageJournal& journal) {
-    journal.record("attendee-1", Direction::toHost, SVS_MSG_MS_COMMAND, uMsg, &record, nullptr, 1);
-  };
-}
-
-std::function<void(MessageJournal&)> bare(unsigned long type) {
-  return [type](MessageJournal& journal) {
-    journal.record("presenter", Direction::toHost, type, 0, nullptr, nullptr, 1);
-  };
-}
-
-std::function<void(MessageJournal&)> ids(unsigned long type) {
-  return [type](MessageJournal& journal) {
-    const std::uint64_t session = 1001;
-    const std::uint64_t source = 7;
-    journal.record("presenter", Direction::toHost, type, 0, &session, &source, 1);
-  };
-}
-
-template <class Record>
-std::function<void(MessageJournal&)> status(unsigned long uMsg, const Record& record) {
-  return [uMsg, record](MessageJournal& journal) {
-    journal.record("attendee-1", Direction::toObject, ROUTE_TYPE_MEDIASTREAMING, uMsg, &record,
-                   nullptr, 0);
-  };
-}
-
-std::function<void(MessageJournal&)> session(unsigned long uMsg, const std::int32_t* code) {
-  return [uMsg, code](MessageJournal& journal) {
-    journal.record("presenter", Direction::toObject, ROUTE_TYPE_SESSION, uMsg, code, nullptr, 0);
+// A routed message with the two that it may point to.
+template <class... Records>
+std::function<void(MessageJournal&)> routed(Direction direction, unsigned long type,
+                                            unsigned long uMsg, Records... records) {
+  return [=](MessageJournal& journal) {
+    const std::array<const void*, 2> params{&records...};
+    journal.record("presenter", direction, type, uMsg, params[0], params[1],
+                   direction == Direction::toHost ? 1 : 0);
   };
 }
 
@@ -88,65 +65,55 @@ std::function<void(MessageJournal&)> parameter(std::uint32_t id, std::vector<uns
 tMSAUDIOFORMATEX audio{0, 2, 0, 48000, 192000, 4, 16, 32, 0};
 tagMSVIDEOFORMATEX video{0, 640, 360, 29.97F, 0, 0};
 tagMSRenderView renderView{0xBEEF, 2, 0};
-constexpr std::int32_t kLimit = SESSION_ERR_MAX_LIMIT;
-constexpr std::int32_t kOtherFailure = -3;
+
+tagMSDataStructure sample(std::uint8_t still, MM_MEDIASTREAMING_MEDIATYPE type, void* format,
+                          std::uint64_t formatBytes) {
+  return {1001, 1, 40, still, {}, nullptr, 12, type, 0, format, formatBytes};
+}
 
 const std::string kIds = "sessionID=1001, sourceID=1, ";
+const std::string kFromSource = kIds + "eChannelType=MM_MEDIASTREAMING_CHANNEL_SOURCE";
+const std::string kFromListener = kIds + "eChannelType=MM_MEDIASTREAMING_CHANNEL_LISTENER";
 
-#define MESSAGE(name, kind, fields, record) \
-  Case { #name, MessageKind::kind, fields, record }
-#define REQUEST(name, fields, ...) MESSAGE(name, request, fields, request(name, __VA_ARGS__))
-#define STATUS(name, fields, ...) MESSAGE(name, status, kIds + (fields), status(name, __VA_ARGS__))
+#define ROUTED(name, kind, fields, ...) \
+  Case { #name, MessageKind::kind, fields, routed(__VA_ARGS__) }
+#define COMMAND(name, kind, fields, record) \
+  ROUTED(name, kind, fields, Direction::toHost, SVS_MSG_MS_COMMAND, name, record)
+#define REQUEST(name, fields, ...) COMMAND(name, request, fields, (__VA_ARGS__))
+#define TO_HOST(name, kind, fields, ...) \
+  ROUTED(name, kind, fields, Direction::toHost, name, 0 __VA_OPT__(, ) __VA_ARGS__)
+#define SESSION(name, fields, ...)                                       \
+  ROUTED(name, session, fields, Direction::toObject, ROUTE_TYPE_SESSION, \
+         name __VA_OPT__(, ) __VA_ARGS__)
+#define STATUS(name, fields, ...)                                                             \
+  ROUTED(name, status, kIds + (fields), Direction::toObject, ROUTE_TYPE_MEDIASTREAMING, name, \
+         (__VA_ARGS__))
+#define DATA(name, fields, record) \
+  Case { #name, MessageKind::data, fields, record }
 
 std::vector<Case> cases() {
   return {
-      MESSAGE(MM_MEDIASTREAMING_CMD_MEDIA_DATA, sample,
+      COMMAND(MM_MEDIASTREAMING_CMD_MEDIA_DATA, sample,
               kIds + "nMediaType=MM_MEDIASTREAMING_MEDIATYPE_VIDEO, dwTimestamp=40 ms, "
                      "bReserved=still, dwDataLength=12 bytes, wWidth=640, wHeight=360, "
                      "wFrameRate=29.97",
-              request(MM_MEDIASTREAMING_CMD_MEDIA_DATA,
-                      tagMSDataStructure{1001,
-                                         1,
-                                         40,
-                                         1,
-                                         {},
-                                         nullptr,
-                                         12,
-                                         MM_MEDIASTREAMING_MEDIATYPE_VIDEO,
-                                         0,
-                                         &video,
-                                         16})),
-      MESSAGE(MM_MEDIASTREAMING_CMD_MEDIA_DATA, sample,
+              sample(1, MM_MEDIASTREAMING_MEDIATYPE_VIDEO, &video, sizeof video)),
+      COMMAND(MM_MEDIASTREAMING_CMD_MEDIA_DATA, sample,
               kIds + "nMediaType=MM_MEDIASTREAMING_MEDIATYPE_AUDIO, dwTimestamp=40 ms, "
                      "bReserved=live, dwDataLength=12 bytes",
-              request(MM_MEDIASTREAMING_CMD_MEDIA_DATA,
-                      tagMSDataStructure{1001,
-                                         1,
-                                         40,
-                                         0,
-                                         {},
-                                         nullptr,
-                                         12,
-                                         MM_MEDIASTREAMING_MEDIATYPE_AUDIO,
-                                         0,
-                                         nullptr,
-                                         0})),
+              sample(0, MM_MEDIASTREAMING_MEDIATYPE_AUDIO, nullptr, 0)),
       REQUEST(MM_MEDIASTREAMING_CMD_REGISTER,
-              kIds + "eChannelType=MM_MEDIASTREAMING_CHANNEL_SOURCE, dwDuration=10000 ms, "
-                     "eMediaContent=MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO",
+              kFromSource + ", dwDuration=10000 ms, "
+                            "eMediaContent=MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO",
               tagMSRegisterInfo{kHead, kSource, 0, 10000,
                                 MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO, 0}),
-      REQUEST(MM_MEDIASTREAMING_CMD_REGISTER,
-              kIds + "eChannelType=MM_MEDIASTREAMING_CHANNEL_LISTENER, dwDuration=10 s, "
-                     "eMediaContent=9",
+      REQUEST(MM_MEDIASTREAMING_CMD_REGISTER, kFromListener + ", dwDuration=10 s, eMediaContent=9",
               tagMSRegisterInfo{kHead, kListener, 0, 10, MM_MEDIASTREAMING_MEDIACONTENENT{9}, 0}),
-      REQUEST(MM_MEDIASTREAMING_CMD_UNREGISTER,
-              kIds + "eChannelType=MM_MEDIASTREAMING_CHANNEL_LISTENER",
+      REQUEST(MM_MEDIASTREAMING_CMD_UNREGISTER, kFromListener,
               tagMSUnRegisterInfo{kHead, kListener, 0}),
       REQUEST(MM_MEDIASTREAMING_CMD_SOURCE_STATUS,
-              kIds + "eChannelType=MM_MEDIASTREAMING_CHANNEL_SOURCE, "
-                     "eStatus=MM_MEDIASTREAMING_PAUSE, lPosition=-1 ms, "
-                     "dwSeekMark=MM_MEDIASTREAMING_SEEK_MARK",
+              kFromSource + ", eStatus=MM_MEDIASTREAMING_PAUSE, lPosition=-1 ms, "
+                            "dwSeekMark=MM_MEDIASTREAMING_SEEK_MARK",
               tagMSSourceStatus{kHead, kSource, MM_MEDIASTREAMING_PAUSE, -1,
                                 MM_MEDIASTREAMING_SEEK_MARK}),
       REQUEST(MM_MEDIASTREAMING_CMD_MEDIA_FORMAT,
@@ -157,45 +124,35 @@ std::vector<Case> cases() {
               kIds + "eMediaType=MM_MEDIASTREAMING_MEDIATYPE_VIDEO, dwFormatSize=15 bytes",
               tagMSMediaFormat{kHead, MM_MEDIASTREAMING_MEDIATYPE_VIDEO, 0, &video, 15}),
       REQUEST(MM_MEDIASTREAMING_CMD_SET_RENDER,
-              kIds + "eChannelType=MM_MEDIASTREAMING_CHANNEL_LISTENER, "
-                     "eRenderType=MM_MEDIASTREAMING_RENDER_ATTACH, hRender=0xbeef",
+              kFromListener + ", eRenderType=MM_MEDIASTREAMING_RENDER_ATTACH, hRender=0xbeef",
               tagMSRenderInfo{kHead, kListener, MM_MEDIASTREAMING_RENDER_ATTACH, 0xBEEF, 0}),
       REQUEST(MM_MEDIASTREAMING_CMD_UPDATE_RENDER,
-              kIds + "eChannelType=MM_MEDIASTREAMING_CHANNEL_LISTENER, hRender=0xbeef, "
-                     "dwUpdateKind=4, hRenderView=0xbeef, nViewKind=2",
+              kFromListener + ", hRender=0xbeef, dwUpdateKind=4, hRenderView=0xbeef, nViewKind=2",
               tagMSRenderUpdate{kHead, kListener, 0, 0xBEEF, 4, &renderView, 0}),
-      REQUEST(MM_MEDIASTREAMING_CMD_UPDATE_RENDER,
-              kIds + "eChannelType=MM_MEDIASTREAMING_CHANNEL_LISTENER, hRender=0x0, "
-                     "dwUpdateKind=3",
+      REQUEST(MM_MEDIASTREAMING_CMD_UPDATE_RENDER, kFromListener + ", hRender=0x0, dwUpdateKind=3",
               tagMSRenderUpdate{kHead, kListener, 0, 0, 3, &renderView, 0}),
-      REQUEST(MM_MEDIASTREAMING_CMD_MUTE_STATUS,
-              kIds + "eChannelType=MM_MEDIASTREAMING_CHANNEL_LISTENER, eMuteStatus=1",
+      REQUEST(MM_MEDIASTREAMING_CMD_MUTE_STATUS, kFromListener + ", eMuteStatus=1",
               tagMSMuteInfo{kHead, kListener, MM_MEDIASTREAMING_MUTESTATUS{1}}),
-      REQUEST(MM_MEDIASTREAMING_CMD_VOLUME,
-              kIds + "eChannelType=MM_MEDIASTREAMING_CHANNEL_LISTENER, wVolumeLevel=80",
+      REQUEST(MM_MEDIASTREAMING_CMD_VOLUME, kFromListener + ", wVolumeLevel=80",
               tagMSVolumeInfo{kHead, kListener, 80, 0}),
       REQUEST(MM_MEDIASTREAMING_CMD_QUERY,
               "sessionID=1001, nQueryType=MM_MEDIASTREAMING_QUERY_SESSION_PROBE, dwStatus=5, "
               "dwResult=6, dwChannelStatus=MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS",
               tagQuery{1001, 5, MM_MEDIASTREAMING_QUERY_SESSION_PROBE, 0, 6, 2, {}}),
-      MESSAGE(SVS_MSG_GET_IDS, request, "sessionID=1001, sourceID=7", ids(SVS_MSG_GET_IDS)),
-      MESSAGE(SVS_MSG_GET_IDS_EMBED, request, "sessionID=1001, sourceID=7",
-              ids(SVS_MSG_GET_IDS_EMBED)),
-      MESSAGE(SVS_MSG_START_SESSION, session, "", bare(SVS_MSG_START_SESSION)),
-      MESSAGE(SVS_MSG_STOP_SESSION, session, "", bare(SVS_MSG_STOP_SESSION)),
-      MESSAGE(SVS_MSG_STOP_ADVANCE_PAGE, request, "", bare(SVS_MSG_STOP_ADVANCE_PAGE)),
-      MESSAGE(SESSION_MSG_JOIN_CONFIRM, session, "", session(SESSION_MSG_JOIN_CONFIRM, nullptr)),
-      MESSAGE(SESSION_MSG_JOIN_FAILED, session, "", session(SESSION_MSG_JOIN_FAILED, nullptr)),
-      MESSAGE(SESSION_MSG_JOIN_FAILED, session, "code=SESSION_ERR_MAX_LIMIT",
-              session(SESSION_MSG_JOIN_FAILED, &kLimit)),
-      MESSAGE(SESSION_MSG_JOIN_FAILED, session, "code=-3",
-              session(SESSION_MSG_JOIN_FAILED, &kOtherFailure)),
-      MESSAGE(SESSION_MSG_LEFT, session, "", session(SESSION_MSG_LEFT, nullptr)),
-      MESSAGE(SESSION_MSG_MAX_ATTENDEE_REACHED, session, "",
-              session(SESSION_MSG_MAX_ATTENDEE_REACHED, nullptr)),
-      MESSAGE(SESSION_MSG_STOP_FOR_BANDWIDTH, session, "",
-              session(SESSION_MSG_STOP_FOR_BANDWIDTH, nullptr)),
-      MESSAGE(SESSION_MSG_START_PLAY, session, "", session(SESSION_MSG_START_PLAY, nullptr)),
+      TO_HOST(SVS_MSG_GET_IDS, request, "sessionID=1001, sourceID=7", 1001UL, 7UL),
+      TO_HOST(SVS_MSG_GET_IDS_EMBED, request, "sessionID=1001, sourceID=7", 1001UL, 7UL),
+      TO_HOST(SVS_MSG_START_SESSION, session, ""),
+      TO_HOST(SVS_MSG_STOP_SESSION, session, ""),
+      TO_HOST(SVS_MSG_STOP_ADVANCE_PAGE, request, ""),
+      SESSION(SESSION_MSG_JOIN_CONFIRM, ""),
+      SESSION(SESSION_MSG_JOIN_FAILED, ""),
+      SESSION(SESSION_MSG_JOIN_FAILED, "code=SESSION_ERR_MAX_LIMIT",
+              std::int32_t{SESSION_ERR_MAX_LIMIT}),
+      SESSION(SESSION_MSG_JOIN_FAILED, "code=-3", std::int32_t{-3}),
+      SESSION(SESSION_MSG_LEFT, ""),
+      SESSION(SESSION_MSG_MAX_ATTENDEE_REACHED, ""),
+      SESSION(SESSION_MSG_STOP_FOR_BANDWIDTH, ""),
+      SESSION(SESSION_MSG_START_PLAY, ""),
       STATUS(MM_MEDIASTREAMING_MSSTATUS_VIDEOQUALITY_INDICATE, "nQuality=-2, fFps=12.5",
              tagMSVideoQuality{kHead, -2, 12.5F}),
       STATUS(MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION, "dwPosition=1500 ms",
@@ -208,31 +165,35 @@ std::vector<Case> cases() {
       STATUS(MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION,
              "dwInfoKind=MM_MEDIASTREAMING_VIDEO_INFO_SIZE, wWidth=640, wHeight=360",
              tagMSVideoInfo{kHead, 0, 640, 360}),
-      MESSAGE(SVS_QUERY_JOINSEESION_FAILED_CMD, data, "dwLength=16 bytes, user=7, length=16 bytes",
-              command({16, 0, 0, 0, 2, 0, 0, 0, 7, 0, 0, 0, 0, 0, 0, 0})),
-      MESSAGE(SVS_QUERY_JOINSEESION_FAILED_CMD, data, "dwLength=8 bytes, length=8 bytes",
-              command({8, 0, 0, 0, 2, 0, 0, 0})),
-      MESSAGE(SVS_JOINSESSION_FAILED_CMD, data, "dwLength=9 bytes, length=8 bytes",
-              command({9, 0, 0, 0, 3, 0, 0, 0})),
-      MESSAGE(STM_PARAMETER_MEDIA_INFO, data,
-              "nDurationMs=-1500 ms, nMediaContent=MM_MEDIASTREAMING_MEDIACONTENT_VIDEO, "
-              "nMediaType=3, length=12 bytes",
-              parameter(0, {0x24, 0xFA, 0xFF, 0xFF, 2, 0, 0, 0, 3, 0, 0, 0})),
-      MESSAGE(STM_PARAMETER_MEDIA_INFO, data, "length=11 bytes",
-              parameter(0, std::vector<unsigned char>(11))),
-      MESSAGE(STM_PARAMETER_PROVIDER_CRASHED, data, "length=0 bytes", parameter(1, {})),
-      MESSAGE(UNKNOWN, data, "dwCommand=0, length=3 bytes", command({1, 2, 3})),
-      MESSAGE(UNKNOWN, data, "id=500, length=100 bytes",
-              parameter(500, std::vector<unsigned char>(100))),
-      MESSAGE(UNKNOWN, request, "type=0, uMsg=8", request(8, kHead)),
-      MESSAGE(UNKNOWN, status, "type=2, uMsg=6", status(6, kHead)),
-      MESSAGE(UNKNOWN, session, "type=0, uMsg=2", session(2, nullptr)),
+      DATA(SVS_QUERY_JOINSEESION_FAILED_CMD, "dwLength=16 bytes, user=7, length=16 bytes",
+           command({16, 0, 0, 0, 2, 0, 0, 0, 7, 0, 0, 0, 0, 0, 0, 0})),
+      DATA(SVS_QUERY_JOINSEESION_FAILED_CMD, "dwLength=8 bytes, length=8 bytes",
+           command({8, 0, 0, 0, 2, 0, 0, 0})),
+      DATA(SVS_JOINSESSION_FAILED_CMD, "dwLength=9 bytes, length=8 bytes",
+           command({9, 0, 0, 0, 3, 0, 0, 0})),
+      DATA(STM_PARAMETER_MEDIA_INFO,
+           "nDurationMs=-1500 ms, nMediaContent=MM_MEDIASTREAMING_MEDIACONTENT_VIDEO, "
+           "nMediaType=3, length=12 bytes",
+           parameter(0, {0x24, 0xFA, 0xFF, 0xFF, 2, 0, 0, 0, 3, 0, 0, 0})),
+      DATA(STM_PARAMETER_MEDIA_INFO, "length=11 bytes",
+           parameter(0, std::vector<unsigned char>(11))),
+      DATA(STM_PARAMETER_PROVIDER_CRASHED, "length=0 bytes", parameter(1, {})),
+      DATA(UNKNOWN, "dwCommand=0, length=3 bytes", command({1, 2, 3})),
+      DATA(UNKNOWN, "id=500, length=100 bytes", parameter(500, std::vector<unsigned char>(100))),
+      ROUTED(UNKNOWN, request, "type=0, uMsg=8", Direction::toHost, SVS_MSG_MS_COMMAND, 8, kHead),
+      ROUTED(UNKNOWN, status, "type=2, uMsg=6", Direction::toObject, ROUTE_TYPE_MEDIASTREAMING, 6,
+             kHead),
+      ROUTED(UNKNOWN, session, "type=0, uMsg=2", Direction::toObject, ROUTE_TYPE_SESSION, 2),
   };
 }
 
-#undef MESSAGE
+#undef ROUTED
+#undef COMMAND
 #undef REQUEST
+#undef TO_HOST
+#undef SESSION
 #undef STATUS
+#undef DATA
 
 TEST(MessageJournalTest, EveryMessageIsDecoded) {
   std::set<std::string> seen;
