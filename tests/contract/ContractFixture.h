@@ -2,42 +2,18 @@
 // clock. Everything goes through the host contract.
 #pragma once
 
-#include <dlfcn.h>
-
 #include <array>
 
 #include "avcapture/Keys.h"
 #include "mmp/ParticipantRecords.h"
 #include "mmp/StatusRecords.h"
+#include "tests/contract/Module.h"
 #include "tests/contract/RecordingHost.h"
 #include "tests/movara/common/FrameworkTest.h"
-#include "ucf/Exports.h"
 #include "ucf/IUCFObjectRuntime.h"
 #include "ucf/SessionMessages.h"
 
 namespace contract {
-
-// The five exports of the bundle, which stays loaded.
-struct Module {
-  UCFInitializeFn initialize = function<UCFInitializeFn>("UCFInitialize");
-  UCFCleanupFn cleanup = function<UCFCleanupFn>("UCFCleanup");
-  UCFCreateInstanceFn createInstance = function<UCFCreateInstanceFn>("UCFCreateInstance");
-  UCFDeleteInstanceFn deleteInstance = function<UCFDeleteInstanceFn>("UCFDeleteInstance");
-  UCFGetInterfaceVersionFn getInterfaceVersion =
-      function<UCFGetInterfaceVersionFn>("UCFGetInterfaceVersion");
-
-  static const Module& loaded() {
-    static const Module module;
-    return module;
-  }
-
- private:
-  template <class Function>
-  static Function function(const char* name) {
-    static void* const code = dlopen(MOVARA_BUNDLE_CODE, RTLD_NOW | RTLD_LOCAL);
-    return reinterpret_cast<Function>(code ? dlsym(code, name) : nullptr);
-  }
-};
 
 // A function by its position in the table of the face at `object`.
 template <class Result, class... Arguments>
