@@ -19,6 +19,8 @@ using std::chrono_literals::operator""us;
 
 constexpr auto kTurnTakes = 200us;
 constexpr auto kHangs = 30s;
+// Of each step: how many more it waits for is a matter of the machine.
+constexpr int kTurnsThatCount = 3;
 
 std::shared_ptr<platform::ManualClock> loopClock() {
   static const auto clock = [] {
@@ -113,7 +115,9 @@ void Life::end() {
 }
 
 void Life::turn() {
-  for (Life* const life : std::set(lives)) life->at(true);
+  for (Life* const life : std::set(lives)) {
+    if (life->turns_++ < kTurnsThatCount) life->at(true);
+  }
   loopClock()->advance(platform::seconds(0.1));
   platform::RunLoop::main().runReady();
 }
@@ -133,6 +137,7 @@ bool Life::live(const std::vector<Step>& steps) {
     if (object_ == nullptr && born_) break;
     lines_.clear();
     host.take();
+    turns_ = 0;
     step.act();
     const bool passed = turnUntil([&] { return (object_ == nullptr && born_) || step.until(); });
     EXPECT_TRUE(passed) << kind_.name << " never got past: " << step.name;

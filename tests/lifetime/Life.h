@@ -1,6 +1,6 @@
 // One life of an object of the built plug-in, with a real file, in a host that ends it at a chosen
-// point. Points are every call of the host, every notification, every sample and every turn of the
-// run loop. Once Release has returned, a call of the host is a failure.
+// point. Points are every call of the host, every notification, every sample and the first turns of
+// the run loop after every step. Once Release has returned, a call of the host is a failure.
 //
 // The main run loop is on a stepped clock; playing takes the time that it takes. [main-thread]
 #pragma once
@@ -71,7 +71,7 @@ class Life : public std::enable_shared_from_this<Life> {
   // Ends it, if that has not happened yet, and lets what was put off happen.
   void end();
 
-  // Turns the run loop once, a tenth of a second later. A point of every life that there is.
+  // Turns the run loop once, a tenth of a second later, with all lives that there are.
   static void turn();
   // Turns it until `done`; false when that takes more than half a minute.
   static bool turnUntil(const std::function<bool()>& done);
@@ -107,6 +107,7 @@ class Life : public std::enable_shared_from_this<Life> {
   const Kind kind_;
   const std::string file_;
   const int point_;
+  int turns_ = 0;  // of the run loop since the last step began
   std::atomic<int> points_{0};
   std::atomic<bool> born_{false}, reached_{false}, ended_{false};
   contract::Lines lines_;
