@@ -12,7 +12,7 @@ namespace avcapture {
 
 namespace {
 
-constexpr std::chrono::seconds kOpenTimeout{5};
+constexpr std::chrono::milliseconds kOpenTimeout{4500};
 constexpr std::chrono::milliseconds kRetryDelay{5};
 // A seek that lands behind its target goes back by this much, doubled each time.
 constexpr std::int64_t kFirstStepBack = kMicrosecondsPerSecond;
@@ -72,9 +72,16 @@ std::int64_t begins(const AVPacket& packet, const Timeline& timeline) {
   return 0;
 }
 
-// FFmpeg tells some formats by the extension, and would take marks in a name for a pattern.
-std::string nameForProbing(const std::string& path) {
-  return "movie" + std::filesystem::path(path).extension().string();
+// By what is in it, and by the extension where that decides; never a format that opens files by
+// itself, as series of pictures do. Null when it is none that FFmpeg knows.
+const AVInputFormat* formatOf(AVIOContext* context, const std::string& path) {
+  const std::string extension = std::filesystem::path(path).extension().string();
+  for (const std::string& name : {"movie" + extension, std::string("movie")}) {
+    const AVInputFormat* format = nullptr;
+    if (av_probe_input_buffer2(context, &format, name.c_str(), nullptr, 0, 0) < 0) break;
+    if ((format->flags & AVFMT_NOFILE) == 0) return format;
+  }
+  return nullptr;
 }
 
 int refuseOtherFiles(AVFormatContext* /*format*/, AVIOContext** /*context*/, const char* /*url*/,
@@ -137,12 +144,15 @@ bool Demuxer::open(const std::string& path) {
   setUpFfmpegLog();
   disk_.setDeadline(std::chrono::steady_clock::now() + kOpenTimeout);
   if (!input_.open(path)) return false;
+  error_ = AVERROR_INVALIDDATA;
+  const AVInputFormat* known = formatOf(input_.context(), path);
+  if (known == nullptr) return false;
   AVFormatContext* format = avformat_alloc_context();
   if (format == nullptr) throw std::bad_alloc();
   format->interrupt_callback = {.callback = isInterrupted, .opaque = this};
   format->pb = input_.context();
   format->io_open = refuseOtherFiles;
-  error_ = avformat_open_input(&format, nameForProbing(path).c_str(), nullptr, nullptr);
+  error_ = avformat_open_input(&format, nullptr, known, nullptr);
   if (error_ < 0) return false;  // has freed the context
   format_.reset(format);
   if (!headerTellsAll(*format)) error_ = avformat_find_stream_info(format, nullptr);

@@ -17,8 +17,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Disks that sleep take a few seconds to spin up.
-constexpr std::chrono::seconds kPatience{5};
+// Disks that sleep take seconds to spin up; users take more than five for a hang.
+constexpr std::chrono::seconds kPatience{4};
 // Who ends us must not be held up by a disk.
 constexpr std::chrono::milliseconds kPatienceAtEnd{200};
 

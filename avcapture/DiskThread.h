@@ -25,7 +25,7 @@ class DiskThread {
   DiskThread(const DiskThread&) = delete;
   DiskThread& operator=(const DiskThread&) = delete;
 
-  // Runs an operation and answers its result; AVERROR(ETIMEDOUT) when that takes more than five
+  // Runs an operation and answers its result; AVERROR(ETIMEDOUT) when that takes more than four
   // seconds, AVERROR_EXIT when interrupted. One thread at a time.
   std::int64_t run(Operation operation);
   // Leaves an operation to the thread. Like run, but nobody waits.

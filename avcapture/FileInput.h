@@ -28,7 +28,7 @@ class FileInput {
   // What went wrong since it was opened or since clearError, as an AVERROR: AVERROR_EOF when the
   // file has become shorter than it was; 0 when nothing has.
   int error() const { return error_; }
-  void clearError() { error_ = 0; }
+  void clearError() { error_ = context_->error = 0; }  // when open
 
  private:
   struct File;

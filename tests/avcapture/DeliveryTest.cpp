@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <ostream>
 
 #include "tests/avcapture/Support.h"
@@ -67,15 +65,6 @@ const Clip kClips[] = {
     {"no_sound.webm", PICTURE "-t 1 -c:v libvpx-vp9 -cpu-used 8 -deadline realtime", "320x240",
      kMediaTypeVideo},
 };
-
-std::string expectedPcm(const std::string& path) {
-  return output({"ffmpeg", "-v", "error", "-i", path, "-vn", "-f", "s16le", "-"});
-}
-
-std::string contentsOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 class EveryClip : public PlayerTest, public ::testing::WithParamInterface<Clip> {};
 

@@ -15,22 +15,6 @@ using ::testing::ElementsAre;
 
 using Lifetime = PlayerTest;
 
-std::ptrdiff_t entries(const char* folder) {
-  return std::distance(std::filesystem::directory_iterator(folder), {});
-}
-
-// Threads and open files of this process. The kernel may show a joined thread a moment longer.
-struct Footprint {
-  std::ptrdiff_t threads = entries("/proc/self/task");
-  std::ptrdiff_t files = entries("/proc/self/fd");
-};
-bool returnsTo(const Footprint& before) {
-  return pumpUntil([&] {
-    const Footprint now;
-    return now.threads == before.threads && now.files == before.files;
-  });
-}
-
 TEST_F(Lifetime, WhatIsNoMovieIsRefused) {
   const std::string text = scratchPath("text.mp4");
   writeFile(text, "This is a text, whatever its name says.\n");
@@ -214,14 +198,6 @@ TEST_F(Lifetime, MovieEndsWithoutItsSoundThread) {
   session->stopAudioDeliverThreadIfNeed();
   ASSERT_TRUE(pumpUntil([&] { return delegate.count("stop") > 0; }));
   EXPECT_EQ(recorder->frames().size(), 25U);
-}
-
-// A session on the player, delivering to `recorder`.
-std::shared_ptr<LUMAVCaptureSession> sessionOn(const std::shared_ptr<KTVideoPlayer>& player,
-                                               const std::shared_ptr<Recorder>& recorder) {
-  return LUMAVCaptureSession::initWithParams({{kAVStreamListenerKey, recorder},
-                                              {kAVCaptureSessionTypeKey, 1},
-                                              {kQuickTimeQTVideoPlayerKey, player}});
 }
 
 // One that has taken its place does not free it from waiting for its own listener.

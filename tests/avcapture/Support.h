@@ -27,6 +27,7 @@ std::string scratchPath(const std::string& name);
 // The path of a clip made by ffmpeg with these arguments (split at blanks); made once a name.
 std::string clip(const std::string& name, const std::string& arguments);
 void writeFile(const std::string& path, const std::string& contents);
+std::string contentsOf(const std::string& path);
 
 // A second of moving picture with sound: 25 pictures of 320x240, 44.1 kHz stereo.
 std::string standardClip();
@@ -42,8 +43,18 @@ struct Frame {
 std::ostream& operator<<(std::ostream& out, const Frame& frame);
 // What the ffmpeg program makes of the file's picture.
 std::vector<Frame> expectedFrames(const std::string& path, const std::string& size);
+// What it makes of the file's sound: interleaved 16-bit PCM.
+std::string expectedPcm(const std::string& path);
 
 using support::pumpUntil;
+
+// Threads and open files of this process. The kernel may show a joined thread a moment longer.
+struct Footprint {
+  Footprint();
+  std::ptrdiff_t threads, files;
+};
+// Serves the main run loop until the process is back there; whether it got there.
+bool returnsTo(const Footprint& before);
 
 class Recorder : public platform::Object, public AVStreamDataListener {
  public:
@@ -56,6 +67,7 @@ class Recorder : public platform::Object, public AVStreamDataListener {
   std::string pcm() const;
   std::vector<std::uint32_t> soundTimes() const;
   AudioStreamBasicDescription description() const;
+  void clear();
 
   // Called on the delivery threads before anything is written down.
   std::function<void()> onImage, onSound;
@@ -68,6 +80,10 @@ class Recorder : public platform::Object, public AVStreamDataListener {
   std::vector<std::uint32_t> soundTimes_;
   AudioStreamBasicDescription description_{};
 };
+
+// A session on the player, delivering to `recorder`.
+std::shared_ptr<LUMAVCaptureSession> sessionOn(const std::shared_ptr<KTVideoPlayer>& player,
+                                               const std::shared_ptr<Recorder>& recorder);
 
 class Delegate final : public KTVideoPlayerDelegate {
  public:

@@ -1,0 +1,28 @@
+// Stands between the program and the files that it opens: lets opening and reading of one of them
+// fail, or hang as they do on a disk that does not answer. What nobody asked for goes through.
+#pragma once
+
+#include <string>
+
+namespace avcapture::test {
+
+enum class Fault { kNone, kOnce, kForEver };
+
+struct FaultPlan {
+  std::string path;            // of the file that is meant
+  int error = 0;               // what fails, fails with that errno
+  Fault opens = Fault::kNone;  // the file can't be opened
+  Fault reads = Fault::kNone;  // the file can't be read, from
+  int firstRead = 0;           // this read on, counted from 0
+};
+
+// From now on, counting anew. [any-thread]
+void setFaults(const FaultPlan& plan);
+// How many times reading or opening was let fail since.
+int faultsMet();
+// While on, whoever reads the file hangs. [any-thread]
+void setHanging(bool on);
+// How many hang.
+int hanging();
+
+}  // namespace avcapture::test

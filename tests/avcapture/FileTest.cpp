@@ -1,0 +1,166 @@
+// What goes wrong with files: while a movie is opened, and while it plays.
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <semaphore>
+#include <system_error>
+
+#include "tests/avcapture/FaultyDisk.h"
+#include "tests/avcapture/Support.h"
+
+namespace avcapture::test {
+
+namespace {
+
+constexpr std::size_t kPictures = 100;
+
+// More than is read ahead, in reads of a block each.
+std::string longClip() {
+  return clip("long.mkv",
+              "-f lavfi -i testsrc2=s=160x120:r=25 -frames:v 100 -c:v rawvideo -pix_fmt yuv420p "
+              "-allow_raw_vfw 1");
+}
+
+class File : public PlayerTest {
+ public:
+  void SetUp() override {
+    path = scratchPath("file.mkv");
+    std::filesystem::copy_file(longClip(), path, std::filesystem::copy_options::overwrite_existing);
+    open(path);  // makes what the process keeps
+    PlayerTest::TearDown();
+    before = Footprint();
+    setFaults({.path = path});
+  }
+  void TearDown() override {
+    setHanging(false);
+    setFaults({});
+    PlayerTest::TearDown();
+    EXPECT_TRUE(returnsTo(before));
+  }
+  // Plays; does something with the file after the first picture.
+  template <class Act>
+  void playAnd(Act&& act) {
+    std::binary_semaphore arrived{0}, go{0};
+    std::atomic<bool> first{true};
+    recorder->onImage = [&] {
+      if (!first.exchange(false)) return;
+      arrived.release();
+      go.acquire();
+    };
+    open(path);
+    ASSERT_TRUE(accepted);
+    player->onStart(nullptr);
+    arrived.acquire();
+    act();
+    go.release();
+  }
+  bool ends() {
+    return pumpUntil([this] { return delegate.count("stop") > 0; });
+  }
+
+  std::string path;
+  Footprint before;
+};
+
+struct Change {
+  const char* what;
+  void (*change)(const std::string& path);
+  std::size_t least, most;  // pictures that arrive
+  const char* failure;
+};
+class ChangedFile : public File, public ::testing::WithParamInterface<Change> {};
+
+TEST_P(ChangedFile, EndsWithAReason) {
+  const Change& change = GetParam();
+  playAnd([&] { change.change(path); });
+  ASSERT_TRUE(ends());
+  EXPECT_GE(recorder->frames().size(), change.least);
+  EXPECT_LE(recorder->frames().size(), change.most);
+  EXPECT_EQ(player->failure(), change.failure);
+}
+
+// What is open stays what it was, whatever becomes of its name.
+const Change kChanges[] = {
+    {"removed", [](const std::string& path) { std::filesystem::remove(path); }, kPictures,
+     kPictures, ""},
+    {"replaced",
+     [](const std::string& path) {
+       writeFile(path + ".new", "something else");
+       std::filesystem::rename(path + ".new", path);
+     },
+     kPictures, kPictures, ""},
+    {"shortened", [](const std::string& path) { std::filesystem::resize_file(path, 1000); }, 1,
+     kPictures - 1, "the file has become shorter"},
+};
+INSTANTIATE_TEST_SUITE_P(While, ChangedFile, ::testing::ValuesIn(kChanges),
+                         [](const auto& each) { return std::string(each.param.what); });
+
+// Overwritten in place: nobody can know.
+TEST_F(File, EndsWhenItIsOverwritten) {
+  playAnd([this] { writeFile(path, std::string(std::filesystem::file_size(path), 'x')); });
+  EXPECT_TRUE(ends());
+}
+
+TEST_F(File, IsRefusedWithAReasonWhenItDoesNotOpen) {
+  for (const int error : {EACCES, ENFILE, EIO, ENOENT}) {
+    setFaults({.path = path, .error = error, .opens = Fault::kForEver});
+    open(path);
+    EXPECT_FALSE(accepted);
+    EXPECT_EQ(player->failure(), std::generic_category().message(error));
+  }
+}
+
+TEST_F(File, IsRefusedWithAReasonWhenNoDescriptorIsLeft) {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  const rlimit none{.rlim_cur = 0, .rlim_max = limit.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  open(path);
+  setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_FALSE(accepted);
+  EXPECT_EQ(player->failure(), std::generic_category().message(EMFILE));
+}
+
+class HangingDisk : public File {};
+
+TEST_F(HangingDisk, IsWaitedForNoLongerThanItTakesToNoticeWhileOpening) {
+  setHanging(true);
+  open(path);
+  EXPECT_FALSE(accepted);
+  EXPECT_EQ(player->failure(), "the disk does not answer");
+  EXPECT_EQ(hanging(), 1);
+}
+
+TEST_F(HangingDisk, EndsTheMovieWithAReasonAndPlaysOnOnceItAnswers) {
+  playAnd([] { setHanging(true); });
+  ASSERT_TRUE(ends());
+  EXPECT_EQ(player->failure(), "the disk does not answer");
+  EXPECT_EQ(hanging(), 1);
+  EXPECT_LT(recorder->frames().size(), kPictures);
+  setHanging(false);
+  ASSERT_TRUE(pumpUntil([] { return hanging() == 0; }));
+  recorder->clear();
+  delegate.calls.clear();
+  playToTheEnd();
+  EXPECT_EQ(player->failure(), "");
+  EXPECT_EQ(recorder->frames().size(), kPictures);
+}
+
+// The read is still under way when each of these has returned.
+TEST_F(HangingDisk, HoldsUpNobodyWhoStops) {
+  playAnd([] { setHanging(true); });
+  ASSERT_TRUE(pumpUntil([] { return hanging() == 1; }));
+  player->onStart(nullptr);  // pauses
+  player->seek(1);
+  player->onStop(nullptr);
+  player->willDie();
+  session.reset();
+  player.reset();
+  EXPECT_EQ(hanging(), 1);
+}
+
+}  // namespace
+
+}  // namespace avcapture::test
