@@ -214,8 +214,7 @@ PacketPtr Demuxer::readFile() {
       std::this_thread::sleep_for(kRetryDelay);
       continue;
     }
-    if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
-    if (result < 0) {
+    if (result < 0) {  // also ENOMEM: damaged files claim sizes that nobody has
       error_ = result;
       return nullptr;
     }
