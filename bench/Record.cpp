@@ -8,7 +8,8 @@ namespace bench {
 
 namespace {
 
-// Ten minutes at 60 pictures a second: nothing is allocated while something is measured.
+// Ten minutes at 60 pictures a second: no memory is asked for, or touched for the first time, while
+// something is measured.
 constexpr std::size_t kMostEvents = 36'000;
 
 double seconds(const timeval& time) {
@@ -29,7 +30,10 @@ long nanoseconds(Record::Clock::duration duration) {
 }  // namespace
 
 Record::Record() {
-  for (Events* events : {&pictures_, &sounds_, &seeks_}) events->reserve(kMostEvents);
+  for (Events* events : {&pictures_, &sounds_}) {
+    events->resize(kMostEvents);
+    events->clear();
+  }
   begin();
 }
 
