@@ -42,9 +42,7 @@ class File : public PlayerTest {
   // Plays; does something with the file after the first picture.
   template <class Act>
   void playAnd(Act&& act) {
-    std::binary_semaphore arrived{0}, go{0};
-    std::atomic<bool> first{true};
-    recorder->onImage = [&] {
+    recorder->onImage = [this] {
       if (!first.exchange(false)) return;
       arrived.release();
       go.acquire();
@@ -62,6 +60,9 @@ class File : public PlayerTest {
 
   std::string path;
   Footprint before;
+  // Used by the delivery thread as long as the movie plays.
+  std::binary_semaphore arrived{0}, go{0};
+  std::atomic<bool> first{true};
 };
 
 struct Change {
