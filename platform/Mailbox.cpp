@@ -5,14 +5,30 @@
 
 namespace platform {
 
+namespace {
+
+// Runs nest a few deep; beginning one takes no memory then.
+constexpr std::size_t kUsualRuns = 64;
+
+}  // namespace
+
+Mailbox::Mailbox() { stops_.reserve(kUsualRuns); }
+
 void Mailbox::changed() {
   ++events_;
   condition_.notifyAll();
 }
 
 void Mailbox::post(Work work) {
+  Messages one;
+  one.push_back({0, std::move(work)});
+  post(one);
+}
+
+void Mailbox::post(Messages& one) noexcept {
   const Lock lock(mutex_);
-  messages_.push_back({nextNumber_++, std::move(work)});
+  one.front().number = nextNumber_++;
+  messages_.splice(messages_.end(), one);
   changed();
 }
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <iterator>
 #include <map>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -38,6 +40,14 @@ struct Registration {
 
 using Registrations = std::vector<std::shared_ptr<Registration>>;
 
+std::shared_ptr<const Registrations> stillHeard(const Registrations& all) {
+  auto kept = std::make_shared<Registrations>();
+  std::copy_if(all.begin(), all.end(), std::back_inserter(*kept), [](const auto& registration) {
+    return !registration->removed && !registration->observer.expired();
+  });
+  return kept;
+}
+
 }  // namespace
 
 // A posting goes through the list as it was when it began; whoever changes a list puts a new one in
@@ -64,25 +74,24 @@ void NotificationCenter::add(std::weak_ptr<Object> observer, std::string_view na
   const auto added =
       std::make_shared<Registration>(std::move(observer), address, sender, std::move(call));
   const Lock lock(impl_->mutex);
-  auto& current = impl_->byName.try_emplace(std::string(name)).first->second;
-  auto changed =
-      current ? std::make_shared<Registrations>(*current) : std::make_shared<Registrations>();
+  const auto found = impl_->byName.find(name);
+  auto changed = found != impl_->byName.end() ? std::make_shared<Registrations>(*found->second)
+                                              : std::make_shared<Registrations>();
   changed->push_back(added);
-  current = std::move(changed);
+  impl_->byName.insert_or_assign(std::string(name), std::move(changed));
 }
 
 void NotificationCenter::removeObserver(const Object& observer) {
   const Lock lock(impl_->mutex);
-  for (auto& [name, current] : impl_->byName) {
-    auto kept = std::make_shared<Registrations>();
+  for (const auto& [name, current] : impl_->byName) {
     for (const auto& registration : *current) {
-      if (registration->address == &observer) {
-        registration->removed = true;
-      } else if (!registration->observer.expired()) {
-        kept->push_back(registration);
-      }
+      if (registration->address == &observer) registration->removed = true;
     }
-    if (kept->size() != current->size()) current = std::move(kept);
+  }
+  try {
+    for (auto& [name, current] : impl_->byName) current = stillHeard(*current);
+  } catch (const std::bad_alloc&) {
+    // Removed they are; the lists get shorter another time.
   }
 }
 

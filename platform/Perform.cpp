@@ -102,6 +102,23 @@ void dispatchOnMainThread(std::function<void()> work) {
   if (work) mainMailbox().post(std::move(work));
 }
 
+struct ReservedMessage::Impl {
+  Mutex mutex;
+  Mailbox::Messages message GUARDED_BY(mutex);  // empty once it has been queued
+};
+
+ReservedMessage::ReservedMessage(std::function<void()> work) : impl_(std::make_unique<Impl>()) {
+  const Lock lock(impl_->mutex);
+  impl_->message.push_back({0, std::move(work)});
+}
+
+ReservedMessage::~ReservedMessage() = default;
+
+void ReservedMessage::dispatchOnMainThread() noexcept {
+  const Lock lock(impl_->mutex);
+  if (!impl_->message.empty()) mainMailbox().post(impl_->message);
+}
+
 void ObjectArray::add(std::shared_ptr<Object> object) { objects_.push_back(std::move(object)); }
 
 void ObjectArray::removeAll() {

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -31,6 +32,17 @@ void serveDroppingExceptions(const Mailbox::Work& work) {
   try {
     work();
   } catch (const Exception&) {
+  } catch (const std::bad_alloc&) {
+  }
+}
+
+// What a message needs memory for does not happen when there is none; the host's run loop, which
+// has no part in it either, goes on.
+template <class Message>
+void giveUpWithoutMemory(const Message& message) {
+  try {
+    message();
+  } catch (const std::bad_alloc&) {
   }
 }
 
@@ -138,13 +150,13 @@ std::size_t RunLoop::Impl::servePass(Mode mode) {
     const Mailbox::Work work = mailbox.take(messageLimit);
     if (!work) break;
     ++served;
-    work();
+    giveUpWithoutMemory(work);
   }
   while (!mailbox.stopped()) {
     const Schedule::Entry entry = schedule->takeDue(mode, now, scheduleLimit);
     if (!entry) break;
     ++served;
-    send(entry);
+    giveUpWithoutMemory([&] { send(entry); });
   }
   return served;
 }

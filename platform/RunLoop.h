@@ -8,7 +8,8 @@
 // Messages may schedule, cancel, stop and run the loop again. One that throws ends every run that
 // is on, unless code between catches it; nothing else is lost and the loop can be run again. A
 // repeating timer goes on after its message has thrown; while its message runs, runs inside of it
-// do not fire it again. Targets are let go outside of all locks.
+// do not fire it again. A message for which there is no memory (std::bad_alloc) is given up, and
+// the run goes on. Targets are let go outside of all locks.
 //
 // Threads: schedule, invalidate and cancel on the loop's own thread; performOnMainThread,
 // dispatchOnMainThread, stop and wake on any. Messages run on the loop's thread.
@@ -87,7 +88,8 @@ class PLATFORM_API RunLoop {
 
   // Serves main-thread messages, nothing else, until `done` answers true; it is asked again after
   // each message and each wake(). For code that must wait for a thread that may itself be waiting
-  // in performOnMainThread. A platform::Exception out of a message ends that message, not the wait.
+  // in performOnMainThread. A platform::Exception, or std::bad_alloc, out of a message ends that
+  // message, not the wait.
   // On another loop than the main one it only waits.
   void waitServingMessages(const std::function<bool()>& done);
   // Makes waitServingMessages ask again. [any-thread]
@@ -122,6 +124,21 @@ PLATFORM_API void performOnMainThread(std::shared_ptr<Object> target, Selector m
 
 // Queues a closure in the same way, without waiting. [any-thread]
 PLATFORM_API void dispatchOnMainThread(std::function<void()> work);
+
+// A closure to be queued when there may be no memory left: what that takes is set aside beforehand.
+class PLATFORM_API ReservedMessage {
+ public:
+  explicit ReservedMessage(std::function<void()> work);
+  ~ReservedMessage();
+  ReservedMessage(const ReservedMessage&) = delete;
+  ReservedMessage& operator=(const ReservedMessage&) = delete;
+
+  void dispatchOnMainThread() noexcept;  // queues it the first time. [any-thread]
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
 
 // An array of objects that can be asked to let them go on a later turn of the run loop.
 class PLATFORM_API ObjectArray : public Object {

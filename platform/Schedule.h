@@ -19,6 +19,12 @@
 
 namespace platform {
 
+struct ScheduledMessage;
+
+// What is due in one mode, by deadline and sequence.
+using ScheduleLine =
+    std::map<std::pair<TimePoint, std::uint64_t>, std::shared_ptr<ScheduledMessage>>;
+
 // A timer's message, or one that performAfterDelay was asked for.
 struct ScheduledMessage {
   enum class Kind { kTimer, kDelayed };
@@ -30,6 +36,9 @@ struct ScheduledMessage {
   TimePoint deadline;
   Duration interval{0};  // between two deadlines of a repeating timer; 0: sent once
   std::vector<std::string> modes;
+  // Its places in the lines of its modes, while a repeating timer is out of them to be sent: it
+  // goes back without needing memory.
+  std::vector<ScheduleLine::node_type> places{};
   bool valid = true;           // until it has been sent for the last time or taken back
   std::uint64_t sequence = 0;  // place in the schedule; 0 while it is not in it
 
@@ -39,6 +48,8 @@ struct ScheduledMessage {
 class Schedule {
  public:
   using Entry = std::shared_ptr<ScheduledMessage>;
+  // By target and sequence.
+  using Delayed = std::map<std::pair<const Object*, std::uint64_t>, Entry>;
 
   void add(const Entry& entry);
   void addMode(const Entry& entry, Mode mode);
@@ -54,24 +65,25 @@ class Schedule {
   // Takes out everything.
   std::vector<Entry> takeAll();
   // Takes out the delayed messages of `target` that satisfy `matches`. The caller lets go of what
-  // they hold.
+  // they hold. Takes no memory.
   template <class Matches>
-  std::vector<Entry> takeDelayed(const Object& target, const Matches& matches) {
-    std::vector<Entry> taken;
+  Delayed takeDelayed(const Object& target, const Matches& matches) {
+    Delayed taken;
     for (auto it = delayed_.lower_bound({&target, 0});
-         it != delayed_.end() && it->first.first == &target; ++it) {
-      if (matches(*it->second)) taken.push_back(it->second);
+         it != delayed_.end() && it->first.first == &target;) {
+      const auto pending = it++;
+      if (matches(*pending->second)) taken.insert(delayed_.extract(pending));
     }
-    for (const Entry& entry : taken) remove(entry);
+    for (const auto& [key, entry] : taken) remove(entry);
     return taken;
   }
 
  private:
-  using Line = std::map<std::pair<TimePoint, std::uint64_t>, Entry>;
+  void insert(const Entry& entry, const std::string& mode);
 
   std::uint64_t nextSequence_ = 1;
-  std::map<std::string, Line, std::less<>> lines_;  // by mode
-  std::map<std::pair<const Object*, std::uint64_t>, Entry> delayed_;
+  std::map<std::string, ScheduleLine, std::less<>> lines_;  // by mode
+  Delayed delayed_;
 };
 
 }  // namespace platform

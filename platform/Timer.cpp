@@ -28,8 +28,9 @@ std::shared_ptr<Timer> Timer::scheduled(Duration interval, std::shared_ptr<Objec
                        .interval = repeats ? interval : Duration::zero(),
                        .modes = {std::string(kDefaultRunLoopMode)}});
   state->entry->valid = state->entry->target != nullptr;
+  const auto timer = std::make_shared<Timer>(state);
   if (state->entry->valid) loop.schedule->add(state->entry);
-  return std::make_shared<Timer>(std::move(state));
+  return timer;
 }
 
 Timer::Timer(std::shared_ptr<State> state) : state_(std::move(state)) {}

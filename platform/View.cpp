@@ -56,8 +56,8 @@ void View::addSubview(std::shared_ptr<View> view) {
     if (ancestor == view.get()) return;
   }
   view->removeFromSuperview();
-  view->superview_ = this;
   subviews_.push_back(std::move(view));
+  subviews_.back()->superview_ = this;
 }
 
 void View::removeFromSuperview() {
