@@ -197,7 +197,16 @@ void Engine::advanceTo(std::int64_t microseconds) {
 void Engine::tell(EngineEvent event) {
   const std::uint32_t generation = generation_;
   const platform::Unlocked unlocked(mutex_);
-  outputs_.notify(event, generation);
+  try {
+    outputs_.notify(event, generation);
+  } catch (const std::bad_alloc&) {
+    giveUp();  // an owner who waits for that news would wait for ever
+  }
+}
+
+void Engine::giveUp() noexcept {
+  givenUp_ = true;
+  outputs_.gaveUp();
 }
 
 void Engine::completeSeek() {

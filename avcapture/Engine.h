@@ -62,6 +62,8 @@ enum class EngineEvent {
 struct EngineOutputs {
   std::function<void(std::shared_ptr<const platform::Image>)> show;
   std::function<void(EngineEvent, std::uint32_t generation)> notify;
+  // The engine has given up. Throws nothing, takes no memory.
+  std::function<void()> gaveUp;
 };
 
 class Engine : public std::enable_shared_from_this<Engine> {
@@ -109,6 +111,10 @@ class Engine : public std::enable_shared_from_this<Engine> {
   // Ends sound, unless another one has been attached since.
   void stopSound(const platform::Object* sender) EXCLUDES(mutex_);
   void stop() EXCLUDES(mutex_);
+
+  // Whether there was no memory to go on with. Plays no more, and its owner has been told.
+  // [any-thread]
+  bool hasGivenUp() const { return givenUp_.load(std::memory_order_relaxed); }
 
   double positionSeconds() const {
     return static_cast<double>(position_.load(std::memory_order_relaxed)) / kMicrosecondsPerSecond;
@@ -158,6 +164,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   // Tells the owner, without the mutex meanwhile, when everything has been played.
   void tellNewEnd() REQUIRES(mutex_);
   void tell(EngineEvent event) REQUIRES(mutex_);
+  void giveUp() noexcept;
 
   // Demux and decode: EngineInput.cpp
   void demuxLoop() EXCLUDES(mutex_);
@@ -230,6 +237,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   std::atomic<std::int64_t> position_{0};
   std::atomic<std::int64_t> duration_{0};
   std::atomic<int> invalidImages_{0};
+  std::atomic<bool> givenUp_{false};
   std::atomic<int> volume_{100};
   std::atomic<std::uint64_t> framesDelivered_{0}, stillsDelivered_{0}, framesDropped_{0},
       audioBlocksDelivered_{0};

@@ -1,4 +1,6 @@
 // The picture delivery thread of the engine.
+#include <new>
+
 #include "avcapture/Engine.h"
 #include "avcapture/ListenerCall.h"
 
@@ -129,8 +131,12 @@ void Engine::handOut(const std::shared_ptr<Picture>& picture, bool still) {
   const ListenerCall call(*this, kPicture);
   if (AVStreamDataListener* listener = call.listener()) {
     ++(still ? stillsDelivered_ : framesDelivered_);
-    listener->newImageArrive(picture->pixels, picture->image.width, picture->image.height,
-                             picture->milliseconds);
+    try {
+      listener->newImageArrive(picture->pixels, picture->image.width, picture->image.height,
+                               picture->milliseconds);
+    } catch (const std::bad_alloc&) {
+      ++framesDropped_;  // the listener had no memory for this one
+    }
   }
 }
 

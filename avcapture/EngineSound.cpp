@@ -1,5 +1,6 @@
 // The sound delivery thread of the engine.
 #include <algorithm>
+#include <new>
 
 #include "avcapture/AudioDevice.h"
 #include "avcapture/Engine.h"
@@ -113,7 +114,11 @@ void Engine::deliverSound(SoundStage& stage, AudioDevice& device) {
     const ListenerCall call(*this, kSound);
     if (call.listener() != nullptr) {
       ++audioBlocksDelivered_;
-      send(*call.listener(), call.sender(), block, true);
+      try {
+        send(*call.listener(), call.sender(), block, true);
+      } catch (const std::bad_alloc&) {
+        // The listener had no memory for this one.
+      }
     }
   }
   const platform::Unlocked unlocked(mutex_);

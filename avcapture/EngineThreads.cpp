@@ -55,9 +55,7 @@ void Engine::run(Which which, void (Engine::*body)()) {
   try {
     (this->*body)();
   } catch (const std::bad_alloc&) {
-    // Without memory there is nothing to play on with: the movie ends here.
-    const platform::Lock lock(mutex_);
-    tell(EngineEvent::kEnded);
+    giveUp();
   }
 }
 
@@ -117,7 +115,7 @@ void Engine::resumeSound() {
   }
   try {
     startThread(kSound, &Engine::soundLoop);
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {  // no thread, or no memory for one
     // The picture plays on without.
     const platform::Lock lock(mutex_);
     soundQuit_ = soundReady_ = soundEnded_ = true;

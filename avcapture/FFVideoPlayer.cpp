@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <utility>
 
+#include "platform/Exception.h"
 #include "platform/RunLoop.h"
 
 namespace avcapture {
@@ -64,7 +66,30 @@ std::shared_ptr<Engine> FFVideoPlayer::openEngine(const std::string& path) {
       if (const auto player = weak.lock()) player->handle(event, generation);
     });
   };
+  const auto news = std::make_shared<platform::ReservedMessage>([weak = std::weak_ptr(self())] {
+    const auto player = weak.lock();
+    if (player && player->state_ == State::kPlaying) player->movieEnded();
+  });
+  outputs.gaveUp = [news] { news->dispatchOnMainThread(); };
   return Engine::open(path, options_, std::move(outputs), refusal_);
+}
+
+// One that has given up plays no more: another takes its place, if there is memory for it now.
+bool FFVideoPlayer::engineIsFit() {
+  if (!engine_->hasGivenUp()) return true;
+  try {
+    std::shared_ptr<Engine> other = openEngine(movie_->path());
+    if (!other) return false;
+    const double position = engine_->positionSeconds();
+    engine_->stop();  // its threads ask this view about it
+    engine_ = std::move(other);
+    if (position > 0) seek(static_cast<float>(position));
+  } catch (const platform::Exception&) {
+    return false;
+  }
+  engine_->setVolume(volume_);
+  attachToEngine();
+  return state_ != State::kDead;
 }
 
 void FFVideoPlayer::attachListener(Engine::Listener listener) {
@@ -96,12 +121,16 @@ void FFVideoPlayer::willDie() {
 
 void FFVideoPlayer::onStart(platform::Object* sender) {
   const auto keep = self();
-  if (listening_) {
-    toggleListener(sender);
-  } else if (engine_ && state_ == State::kPlaying) {
-    pausePlaying(sender);
-  } else if (engine_ && state_ != State::kDead) {
-    startPlaying(sender);
+  try {
+    if (listening_) {
+      toggleListener(sender);
+    } else if (engine_ && state_ == State::kPlaying) {
+      pausePlaying(sender);
+    } else if (engine_ && state_ != State::kDead) {
+      startPlaying(sender);
+    }
+  } catch (const std::bad_alloc&) {
+    // What the user sees is what has been done of it: the state is set where it changes.
   }
 }
 
@@ -116,7 +145,7 @@ void FFVideoPlayer::startPlaying(platform::Object* sender) {
   }
   // Any of these calls may have ended or started us.
   const State before = state_;
-  if (before == State::kDead || before == State::kPlaying) return;
+  if (before == State::kDead || before == State::kPlaying || !engineIsFit()) return;
   state_ = State::kPlaying;
   if (before == State::kAtEnd) {
     generation_ = engine_->playFromStart();

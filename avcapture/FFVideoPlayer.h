@@ -78,6 +78,7 @@ class FFVideoPlayer final : public KTVideoPlayer {
   void fillWindow(platform::View& home);
   std::shared_ptr<Engine> openEngine(const std::string& path);
   void attachToEngine();
+  bool engineIsFit();
   void startPlaying(platform::Object* sender);
   void pausePlaying(platform::Object* sender);
   void toggleListener(platform::Object* sender);

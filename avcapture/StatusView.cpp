@@ -23,8 +23,8 @@ void StatusView::changed() {
   if (!hasStatusPicture(code_)) {
     setContents(nullptr);
   } else if (!drawing_) {
-    drawing_ = true;
     platform::performAfterDelay(shared_from_this(), &StatusView::draw, {}, {}, kEveryMode);
+    drawing_ = true;
   }
 }
 

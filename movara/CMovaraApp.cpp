@@ -5,6 +5,7 @@
 
 #include "avcapture/Keys.h"
 #include "movara/StringHelpers.h"
+#include "movara/UnlessOutOfMemory.h"
 #include "movara/common/Trace.h"
 #include "movara/player/KTAVPlayer.h"
 #include "platform/Exception.h"
@@ -106,7 +107,7 @@ void CMovaraApp::Release() {
   const Entry entry(*this);
   MacInfoTrace2(kTraceModule, "CMovaraApp::Release(), this = 0x%x ", traceAddress(this));
   DestroyActiveUI();
-  m_svsMgr.UnRegisterStreamingVideoSharing();
+  unlessOutOfMemory([&] { m_svsMgr.UnRegisterStreamingVideoSharing(); });
   tearDown();
 }
 
@@ -120,20 +121,7 @@ void CMovaraApp::tearDown() {
       // A host that throws here does not keep the object from ending.
     }
   }
-  if (player()) {
-    {
-      // setSink waits for the delivery threads, and one of them may be waiting for the request lock
-      // that a caller further up holds.
-      const RequestLock::Yield yield(m_svsMgr.requestLock());
-      player()->setSink(nullptr);
-    }
-    m_svsMgr.setPlayer(nullptr);
-    CAVPlayer* const last = m_pAVRender.exchange(nullptr);
-    if (last->retainCount() > 1) {
-      last->parentViewChanged(nullptr);  // it goes on opening, and outlives the view
-    }
-    last->release();
-  }
+  endPlayer();
   if (m_containerView) {
     m_containerView->removeFromSuperview();
     m_containerView.reset();
@@ -142,6 +130,24 @@ void CMovaraApp::tearDown() {
   m_pRuntime = nullptr;
   m_pContainer = nullptr;
   m_svsMgr.DetachMsgRouter();
+}
+
+void CMovaraApp::endPlayer() {
+  if (!player()) {
+    return;
+  }
+  {
+    // setSink waits for the delivery threads, and one of them may be waiting for the request lock
+    // that a caller further up holds.
+    const RequestLock::Yield yield(m_svsMgr.requestLock());
+    player()->setSink(nullptr);
+  }
+  m_svsMgr.setPlayer(nullptr);
+  CAVPlayer* const last = m_pAVRender.exchange(nullptr);
+  if (last->retainCount() > 1) {
+    last->parentViewChanged(nullptr);  // it goes on opening, and outlives the view
+  }
+  last->release();
 }
 
 UCFResult CMovaraApp::GetUCFInterface(UCFInterfaceID id, void** out) {

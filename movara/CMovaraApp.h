@@ -125,6 +125,7 @@ class CMovaraApp final : public IUCFObjectBase,
   std::string sharedFilePath(const char* fileName);
   void decideMediaContent(const char* fileName);
   void tearDown();  // may be repeated
+  void endPlayer();
 
   // Activation.
   void activateFirst();

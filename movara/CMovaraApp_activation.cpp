@@ -1,5 +1,6 @@
 // Activation: the object's view and player, and what the platform and the host are told about them.
 #include "movara/CMovaraApp.h"
+#include "movara/UnlessOutOfMemory.h"
 #include "movara/common/Trace.h"
 #include "movara/player/KTAVPlayer.h"
 
@@ -22,74 +23,81 @@ UCFResult CMovaraApp::IsReleaseOnKillActive(UCFUsageMode mode) {
 
 UCFResult CMovaraApp::OnSetActive(unsigned char /*active*/) {
   const Entry entry(*this);
-  setItemState(UCF_ITEM_801, 0);
-  return UCF_OK;
+  return unlessOutOfMemory(UCF_OK, [&]() -> UCFResult {
+    setItemState(UCF_ITEM_801, 0);
+    return UCF_OK;
+  });
 }
 
 UCFResult CMovaraApp::OnKillActive() {
   const Entry entry(*this);
-  MacInfoTrace2(kTraceModule, "CMovaraApp::OnKillActive, this = %x", traceAddress(this));
-  if (m_usageMode != UCF_USAGE_KEEP_ITEM_STATES) {
-    setItemState(UCF_ITEM_800, 1);
-    setItemState(UCF_ITEM_801, 1);
-  }
-  return UCF_OK;
+  return unlessOutOfMemory(UCF_OK, [&]() -> UCFResult {
+    MacInfoTrace2(kTraceModule, "CMovaraApp::OnKillActive, this = %x", traceAddress(this));
+    if (m_usageMode != UCF_USAGE_KEEP_ITEM_STATES) {
+      setItemState(UCF_ITEM_800, 1);
+      setItemState(UCF_ITEM_801, 1);
+    }
+    return UCF_OK;
+  });
 }
 
 UCFResult CMovaraApp::DrawInactiveUI(void* /*parentView*/, tagUCFRect* /*rect*/) { return UCF_OK; }
 
 UCFResult CMovaraApp::CreateActiveUI(void* parentView, tagUCFRect* rect) {
   const Entry entry(*this);
-  const bool firstActivation = m_bFirstActive;
-  if (m_bNBRMode) {
-    m_svsMgr.SetSVSState(SVS_REGISTERCHANNEL_SUCCESS);  // a recording has no channel to wait for
-  }
-  if (firstActivation) {
-    activateFirst();
-  } else if (!m_svsMgr.IsSourceChannel()) {
-    MacInfoTrace2(kTraceModule,
-                  "CMovaraApp::CreateActiveUI active again, tell mmp the render of listener, this "
-                  "= 0x%x ",
-                  traceAddress(this));
-    attachListenerRender();
-  }
-  MacInfoTrace2(kTraceModule, "CMovaraApp::CreateActiveUI, this = 0x%x ", traceAddress(this));
-  if (!m_pContainer) {
-    return UCF_E_NO_CONTAINER;
-  }
-  if (!parentView || !rect) {
-    return UCF_E_INVALID_ARG;
-  }
-
-  placeViews(static_cast<platform::View*>(parentView), *rect);
-  setItemState(UCF_ITEM_800, 0);
-  if (m_bTornDown) {
-    return UCF_OK;
-  }
-  m_svsMgr.removeAllActiveStatusFromBuffer();
-  if (!m_svsMgr.IsSourceChannel()) {
-    activateListener();
-  } else if (!activateSource()) {
-    return UCF_OK;
-  }
-  if (player()) {
-    player()->active();
-  }
-  MacInfoTrace2(kTraceModule, "Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE");
-  m_svsMgr.UpdatePlayerStatus(MM_MEDIASTREAMING_PD_ACTIVE, 0, 0);
-  announceRecordingPlayback(firstActivation);
-  updateListenerRender();
-  tagQuery query{};
-  probeSession(query);  // the answer is not used
-  if (player()) {
-    const bool presenter = (GetCurrentRole() & UCF_ROLE_PRESENTER) != 0;
-    MacInfoTrace2(kTraceModule, "Active UI, My role now is %s",
-                  presenter ? "presenter" : "attendee");
-    if (player()) {
-      player()->SetPresenter(presenter ? 1 : 0);
+  return unlessOutOfMemory(UCF_E_CREATE_FAILED, [&]() -> UCFResult {
+    const bool firstActivation = m_bFirstActive;
+    if (m_bNBRMode) {
+      m_svsMgr.SetSVSState(SVS_REGISTERCHANNEL_SUCCESS);  // a recording has no channel to wait for
     }
-  }
-  return UCF_OK;
+    if (firstActivation) {
+      activateFirst();
+    } else if (!m_svsMgr.IsSourceChannel()) {
+      MacInfoTrace2(
+          kTraceModule,
+          "CMovaraApp::CreateActiveUI active again, tell mmp the render of listener, this "
+          "= 0x%x ",
+          traceAddress(this));
+      attachListenerRender();
+    }
+    MacInfoTrace2(kTraceModule, "CMovaraApp::CreateActiveUI, this = 0x%x ", traceAddress(this));
+    if (!m_pContainer) {
+      return UCF_E_NO_CONTAINER;
+    }
+    if (!parentView || !rect) {
+      return UCF_E_INVALID_ARG;
+    }
+
+    placeViews(static_cast<platform::View*>(parentView), *rect);
+    setItemState(UCF_ITEM_800, 0);
+    if (m_bTornDown) {
+      return UCF_OK;
+    }
+    m_svsMgr.removeAllActiveStatusFromBuffer();
+    if (!m_svsMgr.IsSourceChannel()) {
+      activateListener();
+    } else if (!activateSource()) {
+      return UCF_OK;
+    }
+    if (player()) {
+      player()->active();
+    }
+    MacInfoTrace2(kTraceModule, "Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE");
+    m_svsMgr.UpdatePlayerStatus(MM_MEDIASTREAMING_PD_ACTIVE, 0, 0);
+    announceRecordingPlayback(firstActivation);
+    updateListenerRender();
+    tagQuery query{};
+    probeSession(query);  // the answer is not used
+    if (player()) {
+      const bool presenter = (GetCurrentRole() & UCF_ROLE_PRESENTER) != 0;
+      MacInfoTrace2(kTraceModule, "Active UI, My role now is %s",
+                    presenter ? "presenter" : "attendee");
+      if (player()) {
+        player()->SetPresenter(presenter ? 1 : 0);
+      }
+    }
+    return UCF_OK;
+  });
 }
 
 void CMovaraApp::activateFirst() {
@@ -155,10 +163,15 @@ void CMovaraApp::createPlayer(MM_MEDIASTREAMING_CHANNLE_TYPE type) {
 void CMovaraApp::buildPlayer(MM_MEDIASTREAMING_CHANNLE_TYPE type) {
   createPlayer(type);
   m_svsMgr.SetChannelType(type);
-  player()->parentViewChanged(m_parentView);
-  player()->CreateUI();
-  player()->setPropertyWithKey(kAVMovieEmbedMode, isEmbedded());
-  m_svsMgr.setPlayer(player());
+  try {
+    player()->parentViewChanged(m_parentView);
+    player()->CreateUI();
+    player()->setPropertyWithKey(kAVMovieEmbedMode, isEmbedded());
+    m_svsMgr.setPlayer(player());
+  } catch (...) {
+    endPlayer();  // the next activation makes a whole one
+    throw;
+  }
 }
 
 // False when the activation ends here.
@@ -222,25 +235,27 @@ void CMovaraApp::updateListenerRender() {
 
 UCFResult CMovaraApp::DestroyActiveUI() {
   const Entry entry(*this);
-  MacInfoTrace2(kTraceModule, "CMovaraApp::DestroyActiveUI, this = 0x%x ", traceAddress(this));
-  if (player()) {
-    player()->deactive();
-  }
-  if (m_containerView) {
-    m_containerView->removeFromSuperview();
-  }
-  if (m_usageMode != UCF_USAGE_KEEP_ITEM_STATES) {
-    for (const std::uint32_t item : {UCF_ITEM_800, UCF_ITEM_801, UCF_ITEM_802, UCF_ITEM_803}) {
-      setItemState(item, 0);
+  return unlessOutOfMemory(UCF_OK, [&]() -> UCFResult {
+    MacInfoTrace2(kTraceModule, "CMovaraApp::DestroyActiveUI, this = 0x%x ", traceAddress(this));
+    if (player()) {
+      player()->deactive();
     }
-  }
-  m_svsMgr.removeAllActiveStatusFromBuffer();
-  m_svsMgr.UpdatePlayerStatus(MM_MEDIASTREAMING_PD_INACTIVE, 0, 0);
-  if (!m_svsMgr.IsSourceChannel()) {
-    m_svsMgr.SetRender(0, MM_MEDIASTREAMING_RENDER_DETACH);
-  }
-  savePlayerState();
-  return UCF_OK;
+    if (m_containerView) {
+      m_containerView->removeFromSuperview();
+    }
+    if (m_usageMode != UCF_USAGE_KEEP_ITEM_STATES) {
+      for (const std::uint32_t item : {UCF_ITEM_800, UCF_ITEM_801, UCF_ITEM_802, UCF_ITEM_803}) {
+        setItemState(item, 0);
+      }
+    }
+    m_svsMgr.removeAllActiveStatusFromBuffer();
+    m_svsMgr.UpdatePlayerStatus(MM_MEDIASTREAMING_PD_INACTIVE, 0, 0);
+    if (!m_svsMgr.IsSourceChannel()) {
+      m_svsMgr.SetRender(0, MM_MEDIASTREAMING_RENDER_DETACH);
+    }
+    savePlayerState();
+    return UCF_OK;
+  });
 }
 
 void CMovaraApp::savePlayerState() {
@@ -264,43 +279,49 @@ void CMovaraApp::setItemState(std::uint32_t item, std::uint32_t state) {
 
 void CMovaraApp::OnPositionChanged(tagUCFRect* rect) {
   const Entry entry(*this);
-  if (isEmbedded() && rect) {
-    m_rect = *rect;
-    if (m_containerView) {
-      m_containerView->setFrame(frameOf(m_rect));
+  unlessOutOfMemory([&] {
+    if (isEmbedded() && rect) {
+      m_rect = *rect;
+      if (m_containerView) {
+        m_containerView->setFrame(frameOf(m_rect));
+      }
     }
-  }
-  if (player()) {
-    player()->setFrame(rect);
-  }
+    if (player()) {
+      player()->setFrame(rect);
+    }
+  });
 }
 
 void CMovaraApp::OnParentWindowChanged(void* parentView) {
   const Entry entry(*this);
-  MacInfoTrace2(kTraceModule, "CMovaraApp::OnParentWindowChanged, this = 0x%x ",
-                traceAddress(this));
-  if (player() && !player()->isActive()) {
-    return;
-  }
-  auto* const view = static_cast<platform::View*>(parentView);
-  if (isEmbedded()) {
-    if (view && m_containerView) {
-      view->addSubview(m_containerView);
+  unlessOutOfMemory([&] {
+    MacInfoTrace2(kTraceModule, "CMovaraApp::OnParentWindowChanged, this = 0x%x ",
+                  traceAddress(this));
+    if (player() && !player()->isActive()) {
+      return;
     }
-    return;
-  }
-  if (player()) {
-    player()->parentViewChanged(view);
-  }
-  m_parentView = view;
+    auto* const view = static_cast<platform::View*>(parentView);
+    if (isEmbedded()) {
+      if (view && m_containerView) {
+        view->addSubview(m_containerView);
+      }
+      return;
+    }
+    if (player()) {
+      player()->parentViewChanged(view);
+    }
+    m_parentView = view;
+  });
 }
 
 void CMovaraApp::OnUserRoleChanged(unsigned int role) {
   const Entry entry(*this);
-  if (!player()) {
-    return;
-  }
-  const bool presenter = (role & UCF_ROLE_PRESENTER) != 0;
-  MacInfoTrace2(kTraceModule, "My role now is %s", presenter ? "presenter" : "attendee");
-  player()->SetPresenter(presenter ? 1 : 0);
+  unlessOutOfMemory([&] {
+    if (!player()) {
+      return;
+    }
+    const bool presenter = (role & UCF_ROLE_PRESENTER) != 0;
+    MacInfoTrace2(kTraceModule, "My role now is %s", presenter ? "presenter" : "attendee");
+    player()->SetPresenter(presenter ? 1 : 0);
+  });
 }

@@ -4,6 +4,7 @@
 
 #include "avcapture/MemPrimitives.h"
 #include "movara/CMovaraApp.h"
+#include "movara/UnlessOutOfMemory.h"
 #include "movara/common/Trace.h"
 #include "movara/player/KTAVPlayer.h"
 #include "ucf/SessionMessages.h"
@@ -74,36 +75,41 @@ void CMovaraApp::GetRemoteJoinSessionFailedMsg() {
 void CMovaraApp::OnCommandData(unsigned char* data, unsigned int length, unsigned long /*sender*/,
                                unsigned int /*unused*/) {
   const Entry entry(*this);
-  if (!data || length < sizeof(tagStmCommand)) {
-    return;
-  }
-  const auto header = recordAt<tagStmCommand>(data);
-  if (header.dwLength != length) {
-    return;
-  }
-  if (header.dwCommand == SVS_JOINSESSION_FAILED_CMD) {
-    if ((GetCurrentRole() & UCF_ROLE_ATTENDEE) != 0) {
-      MacInfoTrace2(kTraceModule, "Receive SVS_JOINSESSION_FAILED_CMD cmd");
-      RouteMessage(MODULE_TYPE_SVS, MODULE_TYPE_SVS, ROUTE_TYPE_SESSION, SESSION_MSG_JOIN_FAILED,
-                   nullptr, nullptr);
+  unlessOutOfMemory([&] {
+    if (!data || length < sizeof(tagStmCommand)) {
+      return;
     }
-  } else if (header.dwCommand == SVS_QUERY_JOINSEESION_FAILED_CMD) {
-    MacInfoTrace2(kTraceModule, "Receive OnCommandData(SVS_QUERY_JOINSEESION_FAILED_CMD)");
-    if (length >= sizeof(header) + kIdentityBytes && (GetCurrentRole() & UCF_ROLE_PRESENTER) != 0 &&
-        m_svsMgr.GetSVSState() == SVS_JOINSESSION_FAILED) {
-      SendJoinSessionFailedMsg(recordAt<std::uint32_t>(data + sizeof(header)));
+    const auto header = recordAt<tagStmCommand>(data);
+    if (header.dwLength != length) {
+      return;
     }
-  }
+    if (header.dwCommand == SVS_JOINSESSION_FAILED_CMD) {
+      if ((GetCurrentRole() & UCF_ROLE_ATTENDEE) != 0) {
+        MacInfoTrace2(kTraceModule, "Receive SVS_JOINSESSION_FAILED_CMD cmd");
+        RouteMessage(MODULE_TYPE_SVS, MODULE_TYPE_SVS, ROUTE_TYPE_SESSION, SESSION_MSG_JOIN_FAILED,
+                     nullptr, nullptr);
+      }
+    } else if (header.dwCommand == SVS_QUERY_JOINSEESION_FAILED_CMD) {
+      MacInfoTrace2(kTraceModule, "Receive OnCommandData(SVS_QUERY_JOINSEESION_FAILED_CMD)");
+      if (length >= sizeof(header) + kIdentityBytes &&
+          (GetCurrentRole() & UCF_ROLE_PRESENTER) != 0 &&
+          m_svsMgr.GetSVSState() == SVS_JOINSESSION_FAILED) {
+        SendJoinSessionFailedMsg(recordAt<std::uint32_t>(data + sizeof(header)));
+      }
+    }
+  });
 }
 
 void CMovaraApp::OnParameterData(unsigned int id, unsigned char* data, unsigned int length) {
   const Entry entry(*this);
-  if (id == STM_PARAMETER_PROVIDER_CRASHED) {
-    onProviderCrashed();
-  } else if (id == STM_PARAMETER_MEDIA_INFO && data && length >= sizeof(tagStmMediaInfo) &&
-             !m_bRegistered) {
-    onMediaInfo(recordAt<tagStmMediaInfo>(data));
-  }
+  unlessOutOfMemory([&] {
+    if (id == STM_PARAMETER_PROVIDER_CRASHED) {
+      onProviderCrashed();
+    } else if (id == STM_PARAMETER_MEDIA_INFO && data && length >= sizeof(tagStmMediaInfo) &&
+               !m_bRegistered) {
+      onMediaInfo(recordAt<tagStmMediaInfo>(data));
+    }
+  });
 }
 
 void CMovaraApp::onProviderCrashed() {

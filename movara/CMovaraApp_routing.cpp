@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "movara/CMovaraApp.h"
+#include "movara/UnlessOutOfMemory.h"
 #include "movara/common/Trace.h"
 #include "movara/player/KTAVPlayer.h"
 #include "ucf/SessionMessages.h"
@@ -10,36 +11,38 @@ UCFResult CMovaraApp::RouteMessage(enumMODULE_TYPE /*from*/, enumMODULE_TYPE /*t
                                    unsigned long type, unsigned long uMsg, void* wParam,
                                    void* /*lParam*/) {
   const Entry entry(*this);
-  if (m_bTornDown) {
-    return UCF_OK;
-  }
-  if (m_bIgoreAllMessage) {
-    MacInfoTrace2(kTraceModule,
-                  "CMovaraApp::RouteMessage, m_bIgoreAllMessage = TRUE, just ignore all message");
-    if (type != ROUTE_TYPE_SESSION ||
-        (uMsg != SESSION_MSG_JOIN_FAILED && uMsg != SESSION_MSG_LEFT)) {
+  return unlessOutOfMemory(UCF_OK, [&]() -> UCFResult {
+    if (m_bTornDown) {
       return UCF_OK;
     }
-  }
-  if (uMsg != MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION) {  // too frequent to be logged
-    MacInfoTrace2(kTraceModule, "CMovaraApp::RouteMessage, type = %d, uMsg = %d, this = 0x%x ",
-                  static_cast<int>(type), static_cast<int>(uMsg), traceAddress(this));
-  }
-  switch (type) {
-    case ROUTE_TYPE_MEDIASTREAMING:
-      handleMediaStreamMessage(uMsg, wParam);
-      break;
-    case ROUTE_TYPE_NB:
-      MacInfoTrace2(kTraceModule, "CMovaraApp::RouteMessage, current type is NB, this = 0x%x ",
-                    traceAddress(this));
-      break;
-    case ROUTE_TYPE_SESSION:
-      handleSessionMessage(uMsg, wParam);
-      break;
-    default:
-      break;
-  }
-  return UCF_OK;
+    if (m_bIgoreAllMessage) {
+      MacInfoTrace2(kTraceModule,
+                    "CMovaraApp::RouteMessage, m_bIgoreAllMessage = TRUE, just ignore all message");
+      if (type != ROUTE_TYPE_SESSION ||
+          (uMsg != SESSION_MSG_JOIN_FAILED && uMsg != SESSION_MSG_LEFT)) {
+        return UCF_OK;
+      }
+    }
+    if (uMsg != MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION) {  // too frequent to be logged
+      MacInfoTrace2(kTraceModule, "CMovaraApp::RouteMessage, type = %d, uMsg = %d, this = 0x%x ",
+                    static_cast<int>(type), static_cast<int>(uMsg), traceAddress(this));
+    }
+    switch (type) {
+      case ROUTE_TYPE_MEDIASTREAMING:
+        handleMediaStreamMessage(uMsg, wParam);
+        break;
+      case ROUTE_TYPE_NB:
+        MacInfoTrace2(kTraceModule, "CMovaraApp::RouteMessage, current type is NB, this = 0x%x ",
+                      traceAddress(this));
+        break;
+      case ROUTE_TYPE_SESSION:
+        handleSessionMessage(uMsg, wParam);
+        break;
+      default:
+        break;
+    }
+    return UCF_OK;
+  });
 }
 
 // Whether routed messages are dropped: in the agenda document, and when the host has released the

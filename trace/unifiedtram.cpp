@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "platform/Bundle.h"
@@ -48,7 +49,11 @@ class lumtra_init_class {
 };
 
 lumtra_init_class::lumtra_init_class() {
-  if (!LoadTraceModuleFromPlugIns()) LoadTraceModule();
+  try {
+    if (!LoadTraceModuleFromPlugIns()) LoadTraceModule();
+  } catch (const std::bad_alloc&) {
+    // The module works without a trace; loading it must not end the host.
+  }
   g_lumtrace.store(entryPoint<LumTrace>("LUMTRACE"), std::memory_order_relaxed);
   g_lumtraceraw.store(entryPoint<LumTraceRaw>("LUMTRACERAW"), std::memory_order_relaxed);
 }

@@ -32,15 +32,24 @@ constexpr const char* kSyncSharingViewMode = "PDSyncSharingViewModeNotification"
 
 std::shared_ptr<AVUIProxy> AVUIProxy::initWithPlayer(ISVSPlayerNotifySink* sink, int chanelType) {
   std::shared_ptr<AVUIProxy> self(new AVUIProxy(sink, chanelType));
-  self->observeNotifications(self);
-  self->startTimer(self);
+  try {
+    self->begin(self);
+  } catch (...) {
+    self->cleanUp();  // its timer would keep it
+    throw;
+  }
+  return self;
+}
+
+void AVUIProxy::begin(const std::shared_ptr<AVUIProxy>& self) {
+  observeNotifications(self);
+  startTimer(self);
   for (const platform::Selector query : {&AVUIProxy::queryFullscreen, &AVUIProxy::queryHOLStatus}) {
     platform::performAfterDelay(
         self, query, {}, {},
         {platform::kDefaultRunLoopMode, platform::kConnectionReplyMode,
          platform::kModalPanelRunLoopMode, platform::kEventTrackingRunLoopMode});
   }
-  return self;
 }
 
 AVUIProxy::AVUIProxy(ISVSPlayerNotifySink* sink, int chanelType)

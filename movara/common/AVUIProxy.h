@@ -113,6 +113,7 @@ class AVUIProxy final : public platform::Object,
 
   AVUIProxy(ISVSPlayerNotifySink* sink, int chanelType);
 
+  void begin(const std::shared_ptr<AVUIProxy>& self);
   void observeNotifications(const std::shared_ptr<AVUIProxy>& self);
   void startTimer(const std::shared_ptr<AVUIProxy>& self);
 

@@ -1,6 +1,7 @@
 // Decoded sound on its way to the application.
 #include <cmath>
 #include <limits>
+#include <new>
 
 #include "movara/common/AVUIProxy.h"
 #include "movara/common/Trace.h"
@@ -30,7 +31,12 @@ void AVUIProxy::newAudioFramesArrive(platform::Object* /*sender*/,
   if (asbd != nullptr) {
     const bool changed = isAudioFormatChanged(asbd);
     fillAudioFormat(*asbd);
-    if (changed) waitForAudioFormatDelivery();
+    try {
+      if (changed) waitForAudioFormatDelivery();
+    } catch (const std::bad_alloc&) {
+      myAudioFormat = {};  // not told: the next block tries again
+      throw;
+    }
   }
 
   ISVSPlayerNotifySink* const sink = myAvApp.sink();

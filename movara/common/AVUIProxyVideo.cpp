@@ -1,5 +1,6 @@
 // Decoded frames on their way to the application, and what happens to them around pauses.
 #include <chrono>
+#include <new>
 #include <thread>
 
 #include "avcapture/KTVideoPlayer.h"
@@ -150,8 +151,13 @@ void AVUIProxy::deliverPausedFrame(const tagMSDataStructure& sample) {
     return;
   }
   if (!keepPausedFrame(sample)) return;
-  platform::performOnMainThread(shared_from_this(), &AVUIProxy::_deliverLatestImageOnMainThread,
-                                kStillFrameDelay, false);
+  try {
+    platform::performOnMainThread(shared_from_this(), &AVUIProxy::_deliverLatestImageOnMainThread,
+                                  kStillFrameDelay, false);
+  } catch (const std::bad_alloc&) {
+    forgetPausedFrame();  // it will not go out: the same one that comes again is another
+    throw;
+  }
 }
 
 // For a movie that does not say how many frames a second it has: once, from the gap between two.

@@ -1,6 +1,7 @@
 // Life of the player: the objects that it owns, opening a file, placing the view.
 #include "movara/player/KTAVPlayer.h"
 
+#include <new>
 #include <string>
 
 #include "avcapture/Keys.h"
@@ -57,18 +58,17 @@ CAVPlayer::CAVPlayer(ISVSPlayerNotifySink* sink, MM_MEDIASTREAMING_CHANNLE_TYPE 
 // The framework's objects stop delivering first; then the bridge lets the sink go; then the
 // references go, the last of them on a later turn of the main run loop.
 CAVPlayer::~CAVPlayer() {
-  const auto deferred = std::make_shared<platform::ObjectArray>();
   if (m_pVideoPlayer) m_pVideoPlayer->willDie();
   if (m_pCaptureSession) m_pCaptureSession->stopAudioDeliverThreadIfNeed();
   if (m_pUIProxy) {
     m_pUIProxy->cleanUp();
-    deferred->add(m_pUIProxy);
     m_pUIProxy->setSink(nullptr);
   }
-  if (m_pCaptureSession) deferred->add(m_pCaptureSession);
-  if (m_pVideoPlayer) deferred->add(m_pVideoPlayer);
-  platform::performAfterDelay(deferred, &platform::ObjectArray::removeAll, {},
-                              platform::seconds(kDeferredReleaseSeconds));
+  try {
+    deferReleases();
+  } catch (const std::bad_alloc&) {
+    // What cannot be put off happens now.
+  }
 
   m_pUIProxy = nullptr;
   if (m_pVideoPlayer) m_pVideoPlayer->setDelegate(nullptr);
@@ -77,6 +77,15 @@ CAVPlayer::~CAVPlayer() {
     platform::cancelPerform(*m_pVideoPlayer, &KTVideoPlayer::superFrameSizeChanged, {});
     m_pVideoPlayer = nullptr;
   }
+}
+
+void CAVPlayer::deferReleases() {
+  const auto deferred = std::make_shared<platform::ObjectArray>();
+  if (m_pUIProxy) deferred->add(m_pUIProxy);
+  if (m_pCaptureSession) deferred->add(m_pCaptureSession);
+  if (m_pVideoPlayer) deferred->add(m_pVideoPlayer);
+  platform::performAfterDelay(deferred, &platform::ObjectArray::removeAll, {},
+                              platform::seconds(kDeferredReleaseSeconds));
 }
 
 void CAVPlayer::CreateUI() {

@@ -90,6 +90,7 @@ class CAVPlayer : public CPlayerBase, public RefObject {
   void startPlay();
 
  private:
+  void deferReleases();
   bool isSource() { return getStreamType() == MM_MEDIASTREAMING_CHANNEL_SOURCE; }
   bool hasSoundOnly();  // as far as the bridge knows
   bool isNBRMode();     // playing back a recording
