@@ -1,0 +1,145 @@
+#include "tests/faults/Injector.h"
+
+#include <dlfcn.h>
+#include <execinfo.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+// The C library's own, and a sanitizer's where there is one.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* old, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+[[gnu::weak]] void* __interceptor_malloc(std::size_t size);
+[[gnu::weak]] void* __interceptor_calloc(std::size_t count, std::size_t size);
+[[gnu::weak]] void* __interceptor_realloc(void* old, std::size_t size);
+[[gnu::weak]] void* __interceptor_memalign(std::size_t alignment, std::size_t size);
+}
+
+namespace faults {
+
+namespace {
+
+constinit std::atomic<Kind> kind{Kind::none};
+constinit std::atomic<std::uint64_t> number{0};
+constinit std::atomic<bool> forEver{false};
+constinit std::atomic<std::uint64_t> requests{0};
+constinit std::atomic<std::uint64_t> failures{0};
+constinit thread_local int exempt = 0;
+
+// For who wants to know what it was that could not be had.
+void showWho() {
+  static const bool wanted = getenv("FAULTS_SHOW") != nullptr;  // NOLINT(concurrency-mt-unsafe)
+  if (!wanted || failures != 1) return;
+  const Exempt ours;
+  void* frames[40];
+  backtrace_symbols_fd(frames, backtrace(frames, 40), STDERR_FILENO);
+}
+
+bool fails(Kind asked) {
+  if (kind.load(std::memory_order_relaxed) != asked || exempt != 0) return false;
+  const std::uint64_t request = ++requests;
+  if (request < number || (request > number && !forEver)) return false;
+  ++failures;
+  showWho();
+  return true;
+}
+
+bool outOfMemory() {
+  if (!fails(Kind::memory)) return false;
+  errno = ENOMEM;
+  return true;
+}
+
+bool sanitized() { return __interceptor_malloc != nullptr; }
+
+void* aligned(std::size_t alignment, std::size_t size) {
+  if (outOfMemory()) return nullptr;
+  return sanitized() ? __interceptor_memalign(alignment, size) : __libc_memalign(alignment, size);
+}
+
+}  // namespace
+
+void arm(const Fault& fault) {
+  kind = Kind::none;
+  number = fault.number;
+  forEver = fault.forEver;
+  requests = 0;
+  failures = 0;
+  kind = fault.kind;
+}
+
+std::uint64_t failed() { return failures; }
+
+Exempt::Exempt() { ++exempt; }
+Exempt::~Exempt() { --exempt; }
+
+}  // namespace faults
+
+extern "C" {
+
+[[gnu::visibility("default")]] void* malloc(std::size_t size) {
+  if (faults::outOfMemory()) return nullptr;
+  return faults::sanitized() ? __interceptor_malloc(size) : __libc_malloc(size);
+}
+
+[[gnu::visibility("default")]] void* calloc(std::size_t count, std::size_t size) {
+  if (faults::outOfMemory()) return nullptr;
+  return faults::sanitized() ? __interceptor_calloc(count, size) : __libc_calloc(count, size);
+}
+
+[[gnu::visibility("default")]] void* realloc(void* old, std::size_t size) {
+  if (size != 0 && faults::outOfMemory()) return nullptr;
+  return faults::sanitized() ? __interceptor_realloc(old, size) : __libc_realloc(old, size);
+}
+
+[[gnu::visibility("default")]] void* memalign(std::size_t alignment, std::size_t size) {
+  return faults::aligned(alignment, size);
+}
+
+[[gnu::visibility("default")]] void* aligned_alloc(std::size_t alignment, std::size_t size) {
+  return faults::aligned(alignment, size);
+}
+
+[[gnu::visibility("default")]] int posix_memalign(void** out, std::size_t alignment,
+                                                  std::size_t size) {
+  void* const memory = faults::aligned(alignment, size);
+  if (memory == nullptr) return ENOMEM;
+  *out = memory;
+  return 0;
+}
+
+[[gnu::visibility("default")]] int pthread_create(pthread_t* thread,
+                                                  const pthread_attr_t* attributes,
+                                                  void* (*body)(void*), void* argument) {
+  using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+  static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
+  if (faults::fails(faults::Kind::thread)) return EAGAIN;
+  return next(thread, attributes, body, argument);
+}
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// A sanitizer's operator new does not come through malloc.
+void* operator new(std::size_t size) {
+  void* const memory = malloc(size == 0 ? 1 : size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  void* const memory = memalign(static_cast<std::size_t>(alignment), size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+void operator delete(void* memory) noexcept { free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { free(memory); }
+void operator delete(void* memory, std::align_val_t) noexcept { free(memory); }
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { free(memory); }
+#endif

@@ -1,0 +1,21 @@
+// What is done with the plug-in while something runs out, and what must hold whatever it was.
+#pragma once
+
+#include <string>
+
+#include "tests/faults/Injector.h"
+
+namespace faults {
+
+struct Scene {
+  const char* name;
+  // Does it all: from loading the bundle to letting it go. Answers what is wrong, or nothing. When
+  // nothing ran out, `whole` says that everything has to have come to its proper end.
+  std::string (*run)(bool whole);
+};
+
+// The presenter's side (loading, opening, first pictures, seek, pause, playing to the end) with
+// pictures as fast as they are taken; in real time with a sound device; and an attendee's side.
+const Scene* findScene(const std::string& name);
+
+}  // namespace faults
