@@ -20,8 +20,6 @@ constexpr std::int64_t kFirstStepBack = kMicrosecondsPerSecond;
 constexpr std::int64_t kMostReordering = kMicrosecondsPerSecond;
 // Packets kept meanwhile. Who finds no start within goes further back at once.
 constexpr std::size_t kMostPeekedBytes = std::size_t{64} << 20;
-// A hundred years: clocks count nanoseconds, and have room for no more than three hundred.
-constexpr std::int64_t kMostMicroseconds = std::int64_t{100} * 365 * 24 * 3600 * 1'000'000;
 constexpr auto kLeastTime = std::numeric_limits<std::int64_t>::min();
 constexpr auto kGreatestTime = std::numeric_limits<std::int64_t>::max();
 // A packet that begins that far from where the one before it ended belongs to another recording.

@@ -16,12 +16,17 @@
 
 namespace avcapture {
 
+// The latest movie time, a hundred years: clocks count nanoseconds, and have room for no more than
+// three hundred.
+inline constexpr std::int64_t kMostMicroseconds =
+    std::int64_t{100} * 365 * 24 * 3600 * kMicrosecondsPerSecond;
+
 // Movie time of a stream's timestamps: 0 where the container starts.
 struct Timeline {
   AVRational base{1, 1};
   std::int64_t start = 0;  // in `base`
 
-  // Kept within a hundred years: what lies beyond is damage.
+  // Kept within the latest movie time: what lies beyond is damage.
   std::int64_t microseconds(std::int64_t pts) const;
   // Of a length of time.
   std::int64_t duration(std::int64_t units) const;

@@ -187,7 +187,7 @@ void FFVideoPlayer::seek(float seconds) {
   const auto end = static_cast<double>(engine_->durationMicroseconds());
   const double wanted = std::isnan(seconds) ? 0.0 : double{seconds} * kMicrosecondsPerSecond;
   // Without a known end, any movie time is taken.
-  const double limit = end > 0 ? end : std::max(wanted, 0.0);
+  const double limit = end > 0 ? end : static_cast<double>(kMostMicroseconds);
   generation_ = engine_->seek(static_cast<std::int64_t>(std::clamp(wanted, 0.0, limit)), true);
   if (state_ == State::kAtEnd) state_ = State::kPaused;
 }
@@ -254,7 +254,7 @@ float FFVideoPlayer::currentTime() {
 }
 
 std::int64_t FFVideoPlayer::duration() {
-  if (listening_) return static_cast<std::int64_t>(listenerDuration_.load());
+  if (listening_) return platform::Value(listenerDuration_.load()).longValue();
   return engine_ ? engine_->durationMicroseconds() / kMicrosecondsPerSecond : 0;
 }
 
