@@ -90,7 +90,7 @@ MM_MEDIASTREAMING_SOURCE_STATUS CMovaraApp::sourceStatus() {
 }
 
 long CMovaraApp::positionMs() {
-  return player() ? static_cast<long>(player()->GetCurrentPos() * 1000.0F) : 0;
+  return player() ? platform::Value(player()->GetCurrentPos() * 1000.0F).longValue() : 0;
 }
 
 std::int32_t CMovaraApp::onStatusChanged() {
@@ -143,7 +143,7 @@ std::int32_t CMovaraApp::onMediaOpened() {
   }
   const auto content = static_cast<MM_MEDIASTREAMING_MEDIACONTENENT>(player()->mediaContent());
   // Whole seconds, until the state says that the duration is published in milliseconds.
-  auto duration = static_cast<std::uint32_t>(static_cast<std::int64_t>(player()->GetDuration()));
+  auto duration = static_cast<std::uint32_t>(platform::Value(player()->GetDuration()).longValue());
   if (m_svsMgr.GetSVSState() == SVS_OPENFILE_SUCCESS) {
     duration *= 1000;
     tagStmMediaInfo info{static_cast<std::int32_t>(duration), content, content};

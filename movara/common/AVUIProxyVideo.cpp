@@ -59,7 +59,8 @@ void AVUIProxy::newImageArrive(void* pixels, std::uint32_t imageWidth, std::uint
   avcapture::KTVideoPlayer* view = nullptr;
   if (!isPlaying()) {
     MacInfoTrace2(kTraceModule, "timestampNow = %d, mediaData.dwTimestamp = %d",
-                  static_cast<int>(now * kMillisecondsPerSecond), static_cast<int>(timestamp));
+                  platform::Value(now * kMillisecondsPerSecond).intValue(),
+                  static_cast<int>(timestamp));
     CAVPlayer* const owner = player();
     if (owner != nullptr) view = owner->videoPlayer().get();
     if (view == nullptr) return;
