@@ -49,7 +49,7 @@ class ContractTest : public FrameworkTest {
     ASSERT_EQ(object->CreateActiveUI(parent.get(), &rect), UCF_OK);
     ASSERT_NE(view(), nullptr);
     // As the framework does while it opens a movie.
-    view()->whileOpening = [this] { view()->delegate->renderMovie(view()->accepts); };
+    view()->whileOpening = [] { view()->delegate->renderMovie(view()->accepts); };
   }
   void release() {
     if (object) {

@@ -44,6 +44,7 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
   std::uint32_t role = UCF_ROLE_PRESENTER;
   std::uint32_t runtimeMode = 0;
   bool ownDocument = true;
+  bool staysTheSame = true;  // whose document it is: records are to come from that side
   bool liveMeeting = true;
   bool canSend = true;
   bool throwsOnSend = false;
@@ -52,6 +53,7 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
   std::function<UCFResult(tagQuery&)> answerQuery = [](tagQuery&) { return UCF_OK; };
   // Runs within each call, after its line was kept; questions that leave no line come with "".
   std::function<void(const std::string& line)> within;
+  std::function<void(const tagMSDataStructure&)> onSample;  // [delivery-thread]
 
   std::atomic<int> samples{0};
   int variantsHeld = 0;  // filled and not given back yet
@@ -199,6 +201,7 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
       }
       case MM_MEDIASTREAMING_CMD_MEDIA_DATA:
         ++samples;
+        if (onSample) onSample(*static_cast<const tagMSDataStructure*>(record));
         return 1;
       default:
         return say("command" + number(command));
@@ -212,7 +215,7 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
       return;
     }
     EXPECT_EQ(record.head.sourceID, kSourceID);
-    if (command != MM_MEDIASTREAMING_CMD_MEDIA_FORMAT &&
+    if (staysTheSame && command != MM_MEDIASTREAMING_CMD_MEDIA_FORMAT &&
         command != MM_MEDIASTREAMING_CMD_MEDIA_DATA) {
       const bool source = ownDocument && runtimeMode != UCF_RUNTIME_MODE_LISTENER;
       EXPECT_EQ(record.eChannelType,

@@ -56,6 +56,8 @@ void RoomClient::write(std::string_view bytes) {
   }
 }
 
+void RoomClient::finish() { ::shutdown(socket_, SHUT_WR); }
+
 void RoomClient::receive() {
   std::array<char, 65536> buffer{};
   while (!closed_) {

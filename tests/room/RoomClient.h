@@ -28,6 +28,8 @@ class RoomClient {
   RoomClient& operator=(const RoomClient&) = delete;
 
   void write(std::string_view bytes);
+  // Nothing more will be written.
+  void finish();
   // Takes in what has arrived, without waiting.
   void receive();
   bool closed() const { return closed_; }
