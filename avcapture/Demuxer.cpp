@@ -7,6 +7,7 @@
 #include <span>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 namespace avcapture {
 
@@ -30,6 +31,19 @@ bool isCoverArt(const AVStream& stream) {
   return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
 }
 
+bool isTooLarge(const AVStream& stream) {
+  return std::int64_t{stream.codecpar->width} * stream.codecpar->height > kMostPixels;
+}
+
+// Decodes what it takes to know the streams, but no picture that is too large.
+int findStreamInfo(AVFormatContext& format) {
+  std::vector<AVDictionary*> options(format.nb_streams);
+  for (AVDictionary*& each : options) av_dict_set_int(&each, "max_pixels", kMostPixels, 0);
+  const int result = avformat_find_stream_info(&format, options.data());
+  for (AVDictionary*& each : options) av_dict_free(&each);
+  return result;
+}
+
 // Streams that have packets go before those marked as default, these before the larger ones.
 std::int64_t rank(const AVStream& stream) {
   const AVCodecParameters& parameters = *stream.codecpar;
@@ -44,7 +58,8 @@ std::int64_t rank(const AVStream& stream) {
 const AVStream* bestStream(std::span<AVStream* const> streams, AVMediaType type) {
   const AVStream* best = nullptr;
   for (const AVStream* stream : streams) {
-    if (stream->codecpar->codec_type != type || isCoverArt(*stream)) continue;
+    if (stream->codecpar->codec_type != type) continue;
+    if (isCoverArt(*stream) || isTooLarge(*stream)) continue;
     if (avcodec_find_decoder(stream->codecpar->codec_id) == nullptr) continue;
     if (best == nullptr || rank(*stream) > rank(*best)) best = stream;
   }
@@ -153,7 +168,7 @@ bool Demuxer::open(const std::string& path) {
   error_ = avformat_open_input(&format, nullptr, known, nullptr);
   if (error_ < 0) return false;  // has freed the context
   format_.reset(format);
-  if (!headerTellsAll(*format)) error_ = avformat_find_stream_info(format, nullptr);
+  if (!headerTellsAll(*format)) error_ = findStreamInfo(*format);
   if (error_ < 0) return false;
   disk_.setDeadline(std::chrono::steady_clock::time_point::max());
   video_ = bestStream(streamsOf(*format), AVMEDIA_TYPE_VIDEO);

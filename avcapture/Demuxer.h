@@ -56,7 +56,8 @@ class Demuxer {
   // could.
   std::string failure() const;
 
-  // The streams to play; null when there is none. Cover art is no picture.
+  // The streams to play; null when there is none. Cover art is no picture, and what has more than
+  // kMostPixels is not played.
   const AVStream* video() const { return video_; }
   const AVStream* audio() const { return audio_; }
   // Plays without that stream, whose decoder does not open.

@@ -57,6 +57,7 @@ CodecPtr openDecoder(const AVStream& stream, int threads) {
   // Without it the decoder can't trim the priming samples that the container marks.
   context->pkt_timebase = stream.time_base;
   context->thread_count = threads;
+  context->max_pixels = kMostPixels;
   if (avcodec_open2(context.get(), codec, nullptr) < 0) return nullptr;
   return context;
 }

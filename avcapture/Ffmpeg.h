@@ -39,6 +39,8 @@ PacketPtr makePacket();
 FramePtr makeFrame();
 
 inline constexpr std::int64_t kMicrosecondsPerSecond = 1'000'000;
+// Of a picture, twice the largest that is usual: a few damaged bytes can ask for gigabytes.
+inline constexpr std::int64_t kMostPixels = std::int64_t{8192} * 8192;
 inline constexpr AVRational kMicroseconds{1, 1'000'000};
 inline constexpr AVRational kMilliseconds{1, 1000};
 
