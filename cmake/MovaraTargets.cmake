@@ -31,11 +31,15 @@ target_compile_options(
             -Woverloaded-virtual
             -Wold-style-cast
             -Wcast-qual
-            -Wdouble-promotion
+            # Clang's also warns of conversions that are written out.
+            $<$<CXX_COMPILER_ID:GNU>:-Wdouble-promotion>
             -Wimplicit-fallthrough
             $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
             -Werror)
-target_link_options(movara_settings INTERFACE -Wl,-z,defs)
+# Clang's sanitizers are in the program only, and libraries find them there.
+if(NOT (MOVARA_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
+  target_link_options(movara_settings INTERFACE -Wl,-z,defs)
+endif()
 if(MOVARA_SANITIZE)
   target_compile_options(movara_settings INTERFACE -fsanitize=${MOVARA_SANITIZE}
                                                    -fno-omit-frame-pointer

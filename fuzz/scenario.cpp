@@ -1,0 +1,108 @@
+// The words of scenarios, of the room's action field and of the command line: whatever is written,
+// it is an action within its limits or a line that says what is wrong.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+
+#include "fuzz/Target.h"
+#include "meeting/Options.h"
+#include "meeting/Scenario.h"
+
+namespace meeting {
+namespace {
+
+constexpr std::size_t kLongest = 4096;
+
+void expectWithinLimits(const Action& action) {
+  EXPECT_LE(action.document, 1000U);
+  EXPECT_GE(action.document, 1U);
+  EXPECT_LE(action.participant, 1000U);
+  EXPECT_TRUE(action.number >= 0 && action.number <= 1e9);
+  EXPECT_TRUE(action.verb != Verb::volume || action.number <= 255);
+  EXPECT_TRUE(action.verb != Verb::delay || action.number <= 60'000);
+  EXPECT_EQ(action.verb == Verb::resize, action.width > 0 && action.height > 0);
+  EXPECT_LE(std::max(action.width, action.height), 8192U);
+}
+
+void expectWithinLimits(const Scenario& scenario) {
+  for (const TimedAction& timed : scenario) {
+    EXPECT_TRUE(timed.at >= platform::Duration::zero() && timed.at <= platform::seconds(1e6));
+    expectWithinLimits(timed.action);
+  }
+}
+
+// A file that only this process can see.
+class MemoryFile {
+ public:
+  MemoryFile() : file_(::memfd_create("scenario", MFD_CLOEXEC)) {}
+  std::string hold(const std::string& text) const {
+    EXPECT_EQ(::ftruncate(file_, 0), 0);
+    EXPECT_EQ(::pwrite(file_, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
+    return "/proc/self/fd/" + std::to_string(file_);
+  }
+
+ private:
+  const int file_;
+};
+
+std::string fileWith(const std::string& text) {
+  static const MemoryFile file;
+  return file.hold(text);
+}
+
+void tryAction(fuzz::Input& in) {
+  const std::string text = in.ConsumeRandomLengthString(kLongest);
+  const auto parsed = parseAction(text);
+  if (const auto* action = std::get_if<Action>(&parsed)) return expectWithinLimits(*action);
+  EXPECT_EQ(std::get<std::string>(parsed), "no such action: " + text);
+}
+
+void tryScenario(fuzz::Input& in) {
+  const std::string path = fileWith(in.ConsumeRandomLengthString(kLongest));
+  auto read = readScenario(path);
+  if (auto* scenario = std::get_if<Scenario>(&read)) {
+    expectWithinLimits(*scenario);
+    sort(*scenario);
+    EXPECT_TRUE(std::is_sorted(scenario->begin(), scenario->end(),
+                               [](const auto& a, const auto& b) { return a.at < b.at; }));
+  } else {
+    EXPECT_EQ(std::get<std::string>(read).rfind(path + ":", 0), 0U);
+  }
+}
+
+void tryOptions(fuzz::Input& in) {
+  const std::string file = fileWith(in.ConsumeRandomLengthString(kLongest));
+  std::vector<std::string> words = {"movara-meeting", "present"};
+  while (in.remaining_bytes() > 0 && words.size() < 32) {
+    std::string word = in.ConsumeRandomLengthString(64).c_str();
+    // No other file is to be read.
+    if (word.rfind("--scenario", 0) == 0) word = "--scenario=" + file;
+    words.push_back(std::move(word));
+  }
+  std::vector<const char*> arguments;
+  for (const std::string& word : words) arguments.push_back(word.c_str());
+  const auto parsed = parseOptions(static_cast<int>(arguments.size()), arguments.data());
+  if (const auto* failure = std::get_if<Failure>(&parsed)) {
+    EXPECT_EQ(failure->status, ExitStatus::usage);
+    EXPECT_FALSE(failure->line.empty());
+  } else if (const auto* options = std::get_if<Options>(&parsed)) {
+    expectWithinLimits(options->scenario);
+    EXPECT_FALSE(options->files.empty());
+    EXPECT_TRUE(options->attendees >= 0 && options->attendees <= 64);
+    EXPECT_TRUE(!options->duration || (*options->duration > 0 && *options->duration <= 1e9));
+    EXPECT_TRUE(options->decoderThreads >= 0 && options->decoderThreads <= 64);
+  }
+}
+
+}  // namespace
+}  // namespace meeting
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  fuzz::Input in(data, size);
+  constexpr void (*kTries[])(fuzz::Input&) = {meeting::tryAction, meeting::tryScenario,
+                                              meeting::tryOptions};
+  in.PickValueInArray(kTries)(in);
+  return 0;
+}
