@@ -255,13 +255,15 @@ TEST_F(ProgramTest, AnInterruptEndsInOrder) {
   }
 }
 
-// Media formats come with the samples, on two threads; the others twice a second, whatever else
+// Formats and sizes come with the samples, on two threads; the others twice a second, whatever else
 // the main thread is late with.
 constexpr const char* kByTheClock[] = {"MM_MEDIASTREAMING_CMD_MEDIA_FORMAT",
+                                       "MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION",
                                        "MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION",
                                        "MM_MEDIASTREAMING_MSSTATUS_VIDEOQUALITY_INDICATE"};
 
-// Who was sent what, in order, but for those.
+// What each participant was sent, in order, but for those. Timers of two participants may fire in
+// either order.
 std::vector<std::string> messagesIn(const std::string& path) {
   std::vector<std::string> all;
   std::istringstream text(readFile(path));
@@ -277,6 +279,10 @@ std::vector<std::string> messagesIn(const std::string& path) {
       if (fields.contains(name)) what << ' ' << fields.value(name, "");
     all.push_back(what.str());
   }
+  const auto participant = [](const std::string& what) { return what.substr(0, what.find(' ')); };
+  std::stable_sort(all.begin(), all.end(), [&](const std::string& a, const std::string& b) {
+    return participant(a) < participant(b);
+  });
   return all;
 }
 
