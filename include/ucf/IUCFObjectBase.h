@@ -37,7 +37,8 @@ class UCF_INTERFACE IUCFObjectBase {
 
   // Makes the object visible. `parentView` is a view handle that the host owns and keeps alive
   // until DestroyActiveUI or OnParentWindowChanged; `rect` is read during the call.
-  // Returns 0, UCF_E_NO_CONTAINER or UCF_E_INVALID_ARG. [main-thread; live]
+  // Returns 0, UCF_E_NO_CONTAINER, UCF_E_INVALID_ARG, or UCF_E_CREATE_FAILED without memory.
+  // [main-thread; live]
   UCF_SLOT(6);
   virtual UCFResult CreateActiveUI(void* parentView, tagUCFRect* rect) = 0;
 

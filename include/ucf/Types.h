@@ -12,7 +12,7 @@ inline constexpr UCFResult UCF_OK = 0;
 inline constexpr UCFResult UCF_E_NOINTERFACE = 0x80000004U;    // identifier not served
 inline constexpr UCFResult UCF_E_NO_CONTAINER = 0x80000005U;   // object has no container
 inline constexpr UCFResult UCF_E_INVALID_ARG = 0x80000008U;    // null parent view or rectangle
-inline constexpr UCFResult UCF_E_CREATE_FAILED = 0x80000019U;  // constructor reported failure
+inline constexpr UCFResult UCF_E_CREATE_FAILED = 0x80000019U;  // could not be made
 
 // Creation context: 0 for an object in the meeting's document area (embed mode), anything else for
 // an object created for a named file outside of it.
