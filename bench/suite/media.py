@@ -85,6 +85,14 @@ def key_times(medium):
 
 
 @functools.cache
+def times(medium):
+    """Movie times of all pictures, in milliseconds, as exactly as the file has them."""
+    packets = _probe(medium, "-show_entries", "packet=pts_time")["packets"]
+    found = sorted(float(packet["pts_time"]) for packet in packets)
+    return [(time - found[0]) * 1e3 for time in found]
+
+
+@functools.cache
 def length(medium):
     """Seconds."""
     return float(_probe(medium, "-show_entries", "format=duration")["format"]["duration"])
