@@ -28,7 +28,7 @@ std::shared_ptr<Timer> Timer::scheduled(Duration interval, std::shared_ptr<Objec
                        .interval = repeats ? interval : Duration::zero(),
                        .modes = {std::string(kDefaultRunLoopMode)}});
   state->entry->valid = state->entry->target != nullptr;
-  const auto timer = std::make_shared<Timer>(state);
+  auto timer = std::make_shared<Timer>(state);
   if (state->entry->valid) loop.schedule->add(state->entry);
   return timer;
 }
