@@ -4,11 +4,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <sstream>
 #include <string>
 
 #include "fuzz/Target.h"
-#include "meeting/Options.h"
 #include "meeting/Scenario.h"
+#include "meeting/cli/CommandLine.h"
+#include "meeting/cli/Commands.h"
 
 namespace meeting {
 namespace {
@@ -72,28 +74,32 @@ void tryScenario(fuzz::Input& in) {
   }
 }
 
+Outcome expectWithinLimits(const Options& options, std::ostream& /*out*/) {
+  expectWithinLimits(options.scenario);
+  EXPECT_FALSE(options.files.empty());
+  EXPECT_TRUE(options.attendees >= 0 && options.attendees <= 64);
+  EXPECT_TRUE(!options.duration || (*options.duration > 0 && *options.duration <= 1e9));
+  EXPECT_TRUE(options.decoderThreads >= 0 && options.decoderThreads <= 64);
+  return {};
+}
+
 void tryOptions(fuzz::Input& in) {
   const std::string file = fileWith(in.ConsumeRandomLengthString(kLongest));
-  std::vector<std::string> words = {"movara-meeting", "present"};
+  std::vector<std::string> words = {"present"};
   while (in.remaining_bytes() > 0 && words.size() < 32) {
     std::string word = in.ConsumeRandomLengthString(64).c_str();
     // No other file is to be read.
     if (word.rfind("--scenario", 0) == 0) word = "--scenario=" + file;
     words.push_back(std::move(word));
   }
-  std::vector<const char*> arguments;
-  for (const std::string& word : words) arguments.push_back(word.c_str());
-  const auto parsed = parseOptions(static_cast<int>(arguments.size()), arguments.data());
-  if (const auto* failure = std::get_if<Failure>(&parsed)) {
-    EXPECT_EQ(failure->status, ExitStatus::usage);
-    EXPECT_FALSE(failure->line.empty());
-  } else if (const auto* options = std::get_if<Options>(&parsed)) {
-    expectWithinLimits(options->scenario);
-    EXPECT_FALSE(options->files.empty());
-    EXPECT_TRUE(options->attendees >= 0 && options->attendees <= 64);
-    EXPECT_TRUE(!options->duration || (*options->duration > 0 && *options->duration <= 1e9));
-    EXPECT_TRUE(options->decoderThreads >= 0 && options->decoderThreads <= 64);
-  }
+  std::ostringstream out;
+  const Outcome outcome =
+      CommandLine({presentCommand([](const Options& options, std::ostream& ignored) {
+        return expectWithinLimits(options, ignored);
+      })}).run(std::move(words), out);
+  const bool wrong = outcome.exitStatus == static_cast<int>(ExitStatus::usage);
+  EXPECT_TRUE(wrong || outcome.exitStatus == static_cast<int>(ExitStatus::done));
+  EXPECT_EQ(outcome.line.empty(), !wrong);
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ std::optional<Failure> Document::openSource() {
   const DocumentIds ids = idsOf(setup_.number);
   recording_ = Recording::open(setup_.file, {ids.session, ids.source},
                                platform_->attachPresenter({}), *sourceView_);
-  if (!recording_) return Failure{ExitStatus::notMedia, "not a media file: " + setup_.file};
+  if (!recording_) return Failure{ExitStatus::wrongFile, "not a media file: " + setup_.file};
   const tagStmMediaInfo info = recording_->mediaInfo();
   const auto* bytes = reinterpret_cast<const unsigned char*>(&info);
   conference_.setParameterData(Conference::kPresenterUserId, STM_PARAMETER_MEDIA_INFO,
@@ -149,7 +149,7 @@ std::optional<Failure> Document::startFailure() const {
   switch (view ? view->statusViewType() : 0) {
     case kStatusViewOpenFailed:
     case kStatusViewOpenFailed2012:
-      return Failure{ExitStatus::notMedia,
+      return Failure{ExitStatus::wrongFile,
                      "not a media file: " + setup_.file + " (" + view->failure() + ")"};
     case kStatusViewFailed:
       return Failure{ExitStatus::refused, "the session was refused"};

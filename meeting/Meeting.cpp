@@ -74,9 +74,8 @@ Outcome Meeting::run() {
     module_->cleanup();
   }
   if (auto unwritten = closeOutput(); unwritten && !failure) failure = std::move(unwritten);
-  const bool shared = outcome_ && outcome_->exitStatus == static_cast<int>(ExitStatus::shared);
-  if (failure && (!outcome_ || shared))
-    outcome_ = Outcome{static_cast<int>(failure->status), failure->line};
+  const bool shared = outcome_ && outcome_->exitStatus == static_cast<int>(ExitStatus::done);
+  if (failure && (!outcome_ || shared)) outcome_ = outcomeOf(*failure);
   report_.messages = journal_.totals();
   report_.exitStatus = outcome_->exitStatus;
   return *outcome_;
@@ -319,9 +318,7 @@ void Meeting::finish(Outcome outcome) {
   platform::RunLoop::main().stop();
 }
 
-void Meeting::finish(const Failure& failure) {
-  finish(Outcome{static_cast<int>(failure.status), failure.line});
-}
+void Meeting::finish(const Failure& failure) { finish(outcomeOf(failure)); }
 
 std::optional<Failure> Meeting::takeSnapshots() {
   if (options_.snapshotFolder.empty()) return std::nullopt;

@@ -23,12 +23,6 @@
 
 namespace meeting {
 
-// How a meeting ended; the line is empty when there is nothing to say.
-struct Outcome {
-  int exitStatus = static_cast<int>(ExitStatus::shared);
-  std::string line;
-};
-
 class Meeting final : public RoomModel {
  public:
   explicit Meeting(Options options);

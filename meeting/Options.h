@@ -1,13 +1,11 @@
-// The command line.
+// What a meeting is asked to be.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
-#include "meeting/ExitStatus.h"
 #include "meeting/Scenario.h"
 
 namespace meeting {
@@ -40,13 +38,5 @@ struct Options {
   Scenario scenario;
   RoomOptions room;
 };
-
-// Text asked for with --help or --version.
-struct Information {
-  std::string text;
-};
-
-// Never ends the program and prints nothing.
-std::variant<Options, Information, Failure> parseOptions(int argc, const char* const* argv);
 
 }  // namespace meeting

@@ -73,10 +73,12 @@ TEST_F(ProgramTest, EachThingAUserCanGetWrongHasItsStatusAndOneLine) {
   };
   const Case cases[] = {
       {{}, 2, "subcommand"},
+      {{"presnet", clip()}, 2, "did you mean present?"},
       {{"present"}, 2, "FILE"},
       {{"present", clip(), "--attendees", "-1"}, 2, "attendees"},
       {{"present", clip(), "--duration", "soon"}, 2, "duration"},
-      {{"present", clip(), "--session", "maybe"}, 2, "session"},
+      {{"present", clip(), "--session", "acept"}, 2, "did you mean accept?"},
+      {{"present", clip(), "--atendees=2"}, 2, "did you mean --attendees?"},
       {{"present", clip(), "--no-such-option"}, 2, "no-such-option"},
       {{"present", clip(), "--at", "1", "jump"}, 2, "no such action: jump"},
       {{"present", clip(), "--at", "soon", "play"}, 2, "not a time in seconds: soon"},
@@ -103,8 +105,8 @@ TEST_F(ProgramTest, EachThingAUserCanGetWrongHasItsStatusAndOneLine) {
       {{"present", clip(), "--plugin", WRONG_BUNDLES "/oldversion.bundle"}, 5, "version 4"},
       {{"present", clip(), "--session", "refuse"}, 6, "refused"},
       {{"present", clip(), "--session", "limit"}, 6, "attendee limit"},
-      {{"present", clip(), "--report", in("no/such/folder")}, 1, "cannot write"},
-      {{"present", clip(), "--messages", in("no/such/folder")}, 1, "cannot write"},
+      {{"present", clip(), "--report", in("no/such/folder")}, 8, "cannot write"},
+      {{"present", clip(), "--messages", in("no/such/folder")}, 8, "cannot write"},
   };
   for (const Case& test : cases) {
     const Finished finished = meet(test.arguments);

@@ -1,0 +1,21 @@
+#include "meeting/ExitStatus.h"
+
+namespace meeting {
+
+std::span<const ExitStatusText> exitStatusTexts() {
+  static constexpr ExitStatusText kTexts[] = {
+      {"0", "done: shared to the end or for the --duration asked for, or the answer is yes"},
+      {"1", "the answer is no: two recordings differ, or a case did not pass"},
+      {"2", "wrong usage"},
+      {"3", "a file does not exist or cannot be read"},
+      {"4", "a file is not a media file, or not a recording"},
+      {"5", "the plug-in is missing or is not one"},
+      {"6", "the session was refused"},
+      {"7", "the room's port is taken, or its address is not this machine's"},
+      {"8", "output could not be written"},
+      {"130, 143", "ended by an interrupt or a termination request, everything released"},
+  };
+  return kTexts;
+}
+
+}  // namespace meeting

@@ -1,0 +1,120 @@
+#include "meeting/cli/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <ostream>
+#include <sstream>
+#include <utility>
+
+#include "meeting/cli/Suggestion.h"
+#include "meeting/cli/Version.h"
+
+namespace meeting {
+
+namespace {
+
+constexpr const char* kProgram = "movara-meeting";
+
+std::string statusLines() {
+  std::ostringstream text;
+  text << "Exit status:\n";
+  for (const ExitStatusText& status : exitStatusTexts())
+    text << "  " << status.number << "  " << status.meaning << '\n';
+  return text.str();
+}
+
+std::string footer(const Command& command) {
+  std::ostringstream text;
+  text << "Examples:\n";
+  for (const Command::Example& example : command.examples)
+    text << "  # " << example.what << "\n  " << kProgram << ' ' << example.command << '\n';
+  for (const Command::Section& section : command.sections)
+    text << '\n' << section.title << ":\n" << section.text << '\n';
+  text << '\n' << statusLines();
+  return text.str();
+}
+
+std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
+
+bool isOption(const std::string& word) { return word.size() > 1 && word.front() == '-'; }
+
+std::vector<std::string> optionNames(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : app.get_options())
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  return names;
+}
+
+// Joins "--web PORT" to "--web=PORT": a flag's value stands with it, so that a FILE behind a bare
+// --web is not taken for one.
+void joinFlagValues(std::vector<std::string>& words) {
+  for (std::size_t i = 0; i + 1 < words.size(); ++i) {
+    const std::string& next = words[i + 1];
+    const bool number = !next.empty() && next.find_first_not_of("0123456789") == next.npos;
+    if (words[i] != "--web" || !number) continue;
+    words[i] += "=" + next;
+    words.erase(words.begin() + static_cast<std::ptrdiff_t>(i) + 1);
+  }
+}
+
+Outcome wrongUsage(const std::string& line) { return outcomeOf({ExitStatus::usage, line}); }
+
+}  // namespace
+
+CommandLine::CommandLine(const std::vector<Command>& commands)
+    : app_("Reference meeting: loads the streaming plug-in and shares files through it.",
+           kProgram) {
+  app_.require_subcommand(1);
+  app_.set_version_flag("--version", versionText);
+  std::string examples = "Examples:\n";
+  for (const Command& command : commands) {
+    add(command);
+    const Command::Example& first = command.examples.front();
+    examples += "  # " + first.what + "\n  " + kProgram + ' ' + first.command + '\n';
+  }
+  app_.footer(examples + "\n" + kProgram + " SUBCOMMAND --help says more.\n\n" + statusLines());
+}
+
+void CommandLine::add(const Command& command) {
+  CLI::App* app = app_.add_subcommand(command.name, command.summary);
+  runs_[command.name] = command.declare(*app);
+  app->footer(footer(command));
+}
+
+Outcome CommandLine::run(std::vector<std::string> words, std::ostream& out) {
+  const auto name = std::find_if_not(words.begin(), words.end(), isOption);
+  if (name != words.end() && runs_.find(*name) == runs_.end()) {
+    std::vector<std::string> names;
+    for (const auto& [known, run] : runs_) names.push_back(known);
+    return wrongUsage("no such subcommand: " + *name + suggestion(*name, names));
+  }
+  joinFlagValues(words);
+  std::reverse(words.begin(), words.end());  // as the parser takes them
+  try {
+    app_.parse(words);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) return misused(error);
+    std::ostringstream text;
+    app_.exit(error, text, text);
+    out << text.str();
+    return {};
+  }
+  return runs_.at(app_.get_subcommands().front()->get_name())(out);
+}
+
+Outcome CommandLine::misused(const CLI::ParseError& error) const {
+  const auto chosen = app_.get_subcommands();
+  const CLI::App& app = chosen.empty() ? app_ : *chosen.front();
+  const std::string help =
+      " (see " + (chosen.empty() ? "" : chosen.front()->get_name() + ' ') + "--help)";
+  const std::vector<std::string> unknown = app.remaining(true);
+  const auto option = std::find_if(unknown.begin(), unknown.end(), isOption);
+  if (option != unknown.end()) {
+    const std::string name = option->substr(0, option->find('='));
+    const std::string meant = suggestion(name, optionNames(app));
+    return wrongUsage("no such option: " + name + (meant.empty() ? help : meant));
+  }
+  return wrongUsage(firstLine(error.what()) + help);
+}
+
+}  // namespace meeting

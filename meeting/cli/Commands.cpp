@@ -1,0 +1,7 @@
+#include "meeting/cli/Commands.h"
+
+namespace meeting {
+
+std::vector<Command> commands() { return {presentCommand()}; }
+
+}  // namespace meeting
