@@ -13,7 +13,7 @@ namespace avcapture {
 
 namespace {
 
-constexpr std::chrono::milliseconds kOpenTimeout{4500};
+constexpr std::chrono::milliseconds kOpenPatience{4500};
 constexpr std::chrono::milliseconds kRetryDelay{5};
 // A seek that lands behind its target goes back by this much, doubled each time.
 constexpr std::int64_t kFirstStepBack = kMicrosecondsPerSecond;
@@ -150,12 +150,12 @@ std::uint32_t Timeline::milliseconds(std::int64_t pts) const {
 }
 
 int Demuxer::isInterrupted(void* self) {
-  return static_cast<const Demuxer*>(self)->disk_.givenUp() ? 1 : 0;
+  return static_cast<Demuxer*>(self)->disk_.givenUp() ? 1 : 0;
 }
 
 bool Demuxer::open(const std::string& path) {
   setUpFfmpegLog();
-  disk_.setDeadline(std::chrono::steady_clock::now() + kOpenTimeout);
+  disk_.setPatience(kOpenPatience);
   if (!input_.open(path)) return false;
   error_ = AVERROR_INVALIDDATA;
   const AVInputFormat* known = formatOf(input_.context(), path);
@@ -170,7 +170,7 @@ bool Demuxer::open(const std::string& path) {
   format_.reset(format);
   if (!headerTellsAll(*format)) error_ = findStreamInfo(*format);
   if (error_ < 0) return false;
-  disk_.setDeadline(std::chrono::steady_clock::time_point::max());
+  disk_.setPatience(std::nullopt);
   video_ = bestStream(streamsOf(*format), AVMEDIA_TYPE_VIDEO);
   audio_ = bestStream(streamsOf(*format), AVMEDIA_TYPE_AUDIO);
   return true;

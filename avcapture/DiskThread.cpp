@@ -2,7 +2,6 @@
 
 #include <pthread.h>
 
-#include <algorithm>
 #include <atomic>
 #include <deque>
 #include <utility>
@@ -14,8 +13,6 @@
 namespace avcapture {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 // Disks that sleep take seconds to spin up; users take more than five for a hang.
 constexpr std::chrono::seconds kPatience{4};
@@ -44,11 +41,12 @@ DiskThread::DiskThread() : shared_(std::make_shared<Shared>()) {
 DiskThread::~DiskThread() {
   bool ended = false;
   {
-    const platform::TimePoint until = Clock::now() + kPatienceAtEnd;
+    Patience patience(kPatienceAtEnd);
     const platform::Lock lock(shared_->mutex);
     shared_->quit = true;
     shared_->wanted.notifyOne();
-    while (!shared_->ended && shared_->done.waitUntil(shared_->mutex, until)) {
+    while (!shared_->ended && !patience.over()) {
+      shared_->done.waitUntil(shared_->mutex, patience.nextLook());
     }
     ended = shared_->ended;
   }
@@ -85,9 +83,9 @@ std::int64_t DiskThread::run(Operation operation) {
   if (leftBehind_) return AVERROR(ETIMEDOUT);
   shared.queue.emplace_back(++lastTicket_, std::move(operation));
   shared.wanted.notifyOne();
-  const platform::TimePoint until = std::min(deadline_, Clock::now() + kPatience);
-  while (shared.ticket < lastTicket_ && !shared.interrupted &&
-         shared.done.waitUntil(shared.mutex, until)) {
+  Patience patience(kPatience);
+  while (shared.ticket < lastTicket_ && !givenUp() && !patience.over()) {
+    shared.done.waitUntil(shared.mutex, patience.nextLook());
   }
   if (shared.ticket == lastTicket_) return shared.result;
   leftBehind_ = true;
@@ -110,6 +108,11 @@ bool DiskThread::interrupted() const {
   return shared_->interrupted.load(std::memory_order_relaxed);
 }
 
-bool DiskThread::givenUp() const { return interrupted() || Clock::now() > deadline_; }
+void DiskThread::setPatience(std::optional<platform::Duration> altogether) {
+  altogether_.reset();
+  if (altogether) altogether_.emplace(*altogether);
+}
+
+bool DiskThread::givenUp() { return interrupted() || (altogether_ && altogether_->over()); }
 
 }  // namespace avcapture

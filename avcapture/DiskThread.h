@@ -5,11 +5,13 @@
 // and the thread goes its own way if it never does. So an operation owns all that it touches.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <thread>
+
+#include "avcapture/Patience.h"
 
 namespace avcapture {
 
@@ -30,14 +32,15 @@ class DiskThread {
   std::int64_t run(Operation operation);
   // Leaves an operation to the thread. Like run, but nobody waits.
   void post(Operation operation);
-  // Nothing waits beyond that. By the thread that calls run.
-  void setDeadline(std::chrono::steady_clock::time_point deadline) { deadline_ = deadline; }
+  // What runs from now on may take that long altogether; none: each operation by itself. By the
+  // thread that calls run.
+  void setPatience(std::optional<platform::Duration> altogether);
 
   // Ends waiting, for good. [any-thread]
   void interrupt();
   bool interrupted() const;
-  // Interrupted, or beyond the deadline. By the thread that calls run.
-  bool givenUp() const;
+  // Interrupted, or out of patience. By the thread that calls run.
+  bool givenUp();
 
  private:
   struct Shared;
@@ -45,7 +48,7 @@ class DiskThread {
 
   const std::shared_ptr<Shared> shared_;  // with the thread
   std::thread thread_;
-  std::chrono::steady_clock::time_point deadline_ = std::chrono::steady_clock::time_point::max();
+  std::optional<Patience> altogether_;
   std::uint64_t lastTicket_ = 0;
   bool leftBehind_ = false;  // the operation with that ticket
 };

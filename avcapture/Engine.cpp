@@ -184,9 +184,8 @@ bool Engine::reached(platform::CondVar& wake, std::int64_t microseconds) {
     wake.wait(mutex_);
     return false;
   }
-  const platform::TimePoint due = clock_.due(microseconds);
-  if (steadyClock_.now() >= due) return true;
-  wake.waitUntil(mutex_, due);
+  if (clock_.reached(microseconds)) return true;
+  wake.waitUntil(mutex_, clock_.nextLook(microseconds));
   return false;
 }
 

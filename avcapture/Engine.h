@@ -180,7 +180,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void pictureStep(PictureStage& stage) REQUIRES(mutex_);
   void takeFrame(PictureStage& stage) REQUIRES(mutex_);
   std::shared_ptr<Picture> convert(const DecodedFrame& decoded);
-  bool nextIsDue() const REQUIRES(mutex_);
+  bool nextIsDue() REQUIRES(mutex_);
   void deliverStill(PictureStage& stage) REQUIRES(mutex_);
   void announcePicture(PictureStage& stage) REQUIRES(mutex_);
   void startWhenAnnounced(const PictureStage& stage) REQUIRES(mutex_);

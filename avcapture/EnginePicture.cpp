@@ -38,9 +38,9 @@ void Engine::pictureStep(PictureStage& stage) {
 }
 
 // Whether the time of the picture that waits in the queue has come: the one before it is late.
-bool Engine::nextIsDue() const {
+bool Engine::nextIsDue() {
   return options_.paced && playing_ && clock_.running() && !frames_.empty() &&
-         frames_.front().microseconds <= clock_.now();
+         clock_.reached(frames_.front().microseconds);
 }
 
 void Engine::takeFrame(PictureStage& stage) {

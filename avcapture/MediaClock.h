@@ -1,8 +1,14 @@
 // Movie time: runs with a monotonic clock while playing, stands while not. Not synchronised.
+//
+// Who waits for a movie time looks at the clock every now and then. When nobody has for longer than
+// that takes on a busy machine, nobody could: the process was stopped, or the machine slept. Movie
+// time has stood still meanwhile, so that nothing that was due then has to be made up for.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <utility>
 
 #include "platform/Clock.h"
 
@@ -17,7 +23,8 @@ class MediaClock {
   void start() {
     if (running_) return;
     running_ = true;
-    origin_ = clock_->now() - std::chrono::microseconds(position_);
+    looked_ = clock_->now();
+    origin_ = looked_ - std::chrono::microseconds(position_);
   }
   void stop() {
     position_ = now();
@@ -29,21 +36,40 @@ class MediaClock {
     position_ = microseconds;
   }
   // Movie time, in microseconds.
-  std::int64_t now() const {
+  std::int64_t now() {
     if (!running_) return position_;
-    return std::chrono::duration_cast<std::chrono::microseconds>(clock_->now() - origin_).count();
+    look();
+    return std::chrono::duration_cast<std::chrono::microseconds>(looked_ - origin_).count();
+  }
+  // Whether movie time has got there, in microseconds. While running.
+  bool reached(std::int64_t microseconds) {
+    look();
+    return looked_ >= due(microseconds);
+  }
+  // Until when to wait for that movie time before asking again. While running.
+  platform::TimePoint nextLook(std::int64_t microseconds) const {
+    return std::min(due(microseconds), looked_ + kLookEvery);
+  }
+
+ private:
+  static constexpr std::chrono::milliseconds kLookEvery{500};
+  static constexpr std::chrono::seconds kLongestGap{2};
+
+  void look() {
+    const platform::TimePoint before = std::exchange(looked_, clock_->now());
+    if (looked_ - before > kLongestGap) origin_ += looked_ - before;
   }
   // When that movie time is reached. Absolute, so that waiting for one after the other does not
-  // drift. While running.
+  // drift.
   platform::TimePoint due(std::int64_t microseconds) const {
     return origin_ + std::chrono::microseconds(microseconds);
   }
 
- private:
   const platform::Clock* clock_;
   bool running_ = false;
   std::int64_t position_ = 0;     // while standing
   platform::TimePoint origin_{};  // of movie time 0, while running
+  platform::TimePoint looked_{};  // last, while running
 };
 
 }  // namespace avcapture

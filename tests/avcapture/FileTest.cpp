@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "tests/avcapture/FaultyDisk.h"
+#include "tests/avcapture/LeapingClock.h"
 #include "tests/avcapture/Support.h"
 
 namespace avcapture::test {
@@ -37,6 +38,7 @@ class File : public PlayerTest {
     setHanging(false);
     setFaults({});
     PlayerTest::TearDown();
+    resetClocks();
     EXPECT_TRUE(returnsTo(before));
   }
   // Plays; does something with the file after the first picture.
@@ -147,6 +149,19 @@ TEST_F(HangingDisk, EndsTheMovieWithAReasonAndPlaysOnOnceItAnswers) {
   playToTheEnd();
   EXPECT_EQ(player->failure(), "");
   EXPECT_EQ(recorder->frames().size(), kPictures);
+}
+
+// A disk is given its time again when the machine has slept meanwhile.
+TEST_F(HangingDisk, IsNotBlamedForTheTimeThatTheMachineSlept) {
+  playAnd([] { setHanging(true); });
+  ASSERT_TRUE(pumpUntil([] { return hanging() == 1; }));
+  leap(CLOCK_MONOTONIC, 3600);
+  pumpUntil([this, end = std::chrono::steady_clock::now() + std::chrono::milliseconds(200)] {
+    return std::chrono::steady_clock::now() > end || delegate.count("stop") > 0;
+  });
+  setHanging(false);
+  ASSERT_TRUE(ends());
+  EXPECT_EQ(player->failure(), "");
 }
 
 // The read is still under way when each of these has returned.

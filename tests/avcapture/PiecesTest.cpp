@@ -75,8 +75,8 @@ TEST(Timeline, StaysWithinWhatClocksCanCount) {
     EXPECT_EQ(timeline.microseconds(start), 0);
     EXPECT_GE(timeline.microseconds(kMost), 0);
     EXPECT_LE(timeline.microseconds(kLeast), 0);
-    EXPECT_GE(clock.due(timeline.microseconds(kMost)), wall.now());
-    EXPECT_LE(clock.due(timeline.microseconds(kLeast)), wall.now());
+    EXPECT_EQ(clock.reached(timeline.microseconds(kMost)), start == kMost);
+    EXPECT_TRUE(clock.reached(timeline.microseconds(kLeast)));
     EXPECT_EQ(timeline.milliseconds(kLeast), 0U);
   }
   EXPECT_EQ(seconds.milliseconds(kMost), std::numeric_limits<std::uint32_t>::max());
@@ -98,14 +98,18 @@ TEST(MediaClock, RunsOnlyWhilePlayingAndDoesNotDrift) {
   clock.start();
   wall.advance(std::chrono::milliseconds(250));
   EXPECT_EQ(clock.now(), 2'250'000);
-  EXPECT_EQ(clock.due(2'500'000) - wall.now(), std::chrono::milliseconds(250));
+  EXPECT_EQ(clock.nextLook(2'500'000) - wall.now(), std::chrono::milliseconds(250));
   clock.start();  // runs already
   EXPECT_EQ(clock.now(), 2'250'000);
+  wall.advance(std::chrono::hours(1));  // asleep
+  EXPECT_FALSE(clock.reached(2'250'001));
+  EXPECT_EQ(clock.now(), 2'250'000);
+  EXPECT_LT(clock.nextLook(9'000'000) - wall.now(), std::chrono::seconds(1));
   clock.stop();
   wall.advance(std::chrono::seconds(1));
   EXPECT_EQ(clock.now(), 2'250'000);
   clock.start();
-  EXPECT_EQ(clock.due(2'250'000), wall.now());
+  EXPECT_TRUE(clock.reached(2'250'000));
   clock.set(0);
   EXPECT_FALSE(clock.running());
   EXPECT_EQ(clock.now(), 0);
