@@ -1,5 +1,5 @@
-// The words of scenarios, of the room's action field and of the command line: whatever is written,
-// it is an action within its limits or a line that says what is wrong.
+// The words of scenarios, of the room's action field and of the command line, and the lines of
+// recordings: whatever is written, it is what it may be or a line says what is wrong.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -8,6 +8,8 @@
 #include <string>
 
 #include "fuzz/Target.h"
+#include "meeting/MessageRecording.h"
+#include "meeting/MessageText.h"
 #include "meeting/Scenario.h"
 #include "meeting/cli/CommandLine.h"
 #include "meeting/cli/Commands.h"
@@ -102,13 +104,26 @@ void tryOptions(fuzz::Input& in) {
   EXPECT_EQ(outcome.line.empty(), !wrong);
 }
 
+void tryRecording(fuzz::Input& in) {
+  // Most begin as one does, so that what follows is read.
+  std::string text = in.ConsumeBool() ? recordingHead() + '\n' : "";
+  const std::string path = fileWith(text += in.ConsumeRandomLengthString(kLongest));
+  std::uint64_t last = 0;
+  const auto failure = readRecording(path, [&](const PassedMessage& message) {
+    EXPECT_EQ(message.number, ++last);
+    EXPECT_FALSE(messageAsText(message).empty());
+    return true;
+  });
+  EXPECT_TRUE(!failure || failure->status == ExitStatus::wrongFile);
+}
+
 }  // namespace
 }  // namespace meeting
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Input in(data, size);
   constexpr void (*kTries[])(fuzz::Input&) = {meeting::tryAction, meeting::tryScenario,
-                                              meeting::tryOptions};
+                                              meeting::tryOptions, meeting::tryRecording};
   in.PickValueInArray(kTries)(in);
   return 0;
 }

@@ -9,14 +9,16 @@
 
 namespace meeting {
 
+Failure cannotRead(const std::string& path, int error) {
+  if (error == ENOENT) return {ExitStatus::unreadable, "no such file: " + path};
+  return {ExitStatus::unreadable,
+          "cannot read " + path + ": " + std::generic_category().message(error)};
+}
+
 std::optional<Failure> checkMediaFile(const std::string& path) {
   // Without O_NONBLOCK the end of a pipe would be waited for.
   const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (descriptor < 0) {
-    if (errno == ENOENT) return Failure{ExitStatus::unreadable, "no such file: " + path};
-    return Failure{ExitStatus::unreadable,
-                   "cannot read " + path + ": " + std::generic_category().message(errno)};
-  }
+  if (descriptor < 0) return cannotRead(path, errno);
   struct stat status {};
   const bool regular = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
   ::close(descriptor);

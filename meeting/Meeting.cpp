@@ -35,6 +35,10 @@ void serveMainLoopFor(platform::Duration duration) {
   loop.runUntil(loop.now() + duration);
 }
 
+Failure cannotWrite(const std::string& path) {
+  return {ExitStatus::outputFailed, "cannot write " + path};
+}
+
 std::optional<Failure> checkWritable(const std::string& path,
                                      const std::vector<std::string>& media) {
   if (path.empty()) return std::nullopt;
@@ -44,7 +48,7 @@ std::optional<Failure> checkWritable(const std::string& path,
       return Failure{ExitStatus::usage, "would overwrite the shared file: " + path};
   }
   if (std::ofstream(path, std::ios::app)) return std::nullopt;
-  return Failure{ExitStatus::outputFailed, "cannot write " + path};
+  return cannotWrite(path);
 }
 
 }  // namespace
@@ -117,19 +121,26 @@ std::optional<Failure> Meeting::openRoom() {
 
 std::optional<Failure> Meeting::prepareOutput() {
   for (const std::string& path :
-       {options_.reportFile, options_.frameMd5File, options_.messagesFile})
+       {options_.reportFile, options_.frameMd5File, options_.recordFile, options_.messagesFile})
     if (auto failure = checkWritable(path, options_.files)) return failure;
-  if (options_.messagesFile.empty()) return std::nullopt;
-  messageLog_ = MessageLog::create(options_.messagesFile, journal_);
-  if (messageLog_) return std::nullopt;
-  return Failure{ExitStatus::outputFailed, "cannot write " + options_.messagesFile};
+  if (auto failure = addLog(options_.recordFile, MessageLog::Form::recording)) return failure;
+  return addLog(options_.messagesFile, MessageLog::Form::json);
+}
+
+std::optional<Failure> Meeting::addLog(const std::string& path, MessageLog::Form form) {
+  if (path.empty()) return std::nullopt;
+  auto log = MessageLog::create(path, form);
+  if (!log) return cannotWrite(path);
+  journal_.addListener(*log);
+  logs_.push_back(std::move(log));
+  return std::nullopt;
 }
 
 std::optional<Failure> Meeting::addDocument(unsigned number) {
   std::unique_ptr<FrameMd5Writer> md5;
   if (!options_.frameMd5File.empty()) {
     md5 = FrameMd5Writer::create(options_.frameMd5File);
-    if (!md5) return Failure{ExitStatus::outputFailed, "cannot write " + options_.frameMd5File};
+    if (!md5) return cannotWrite(options_.frameMd5File);
   }
   auto document = std::make_unique<Document>(
       Document::Setup{.file = options_.files[number - 1],
@@ -169,7 +180,7 @@ void Meeting::watch() {
   watchStart();
   showProgress();
   endIfOver();
-  if (messageLog_) messageLog_->write();
+  for (const auto& log : logs_) log->write();
 }
 
 // Looks at the views of those who have not begun to play, as their users would.
@@ -329,8 +340,7 @@ std::optional<Failure> Meeting::takeSnapshots() {
     std::string name = status.id;
     std::replace(name.begin(), name.end(), '/', '-');
     const std::string path = folder / (name + ".png");
-    if (!writePng(compose(*view(status.id)), path))
-      return Failure{ExitStatus::outputFailed, "cannot write " + path};
+    if (!writePng(compose(*view(status.id)), path)) return cannotWrite(path);
   }
   return std::nullopt;
 }
@@ -349,10 +359,9 @@ void Meeting::disband() {
 std::optional<Failure> Meeting::closeOutput() {
   std::optional<Failure> failure;
   for (const auto& document : documents_)
-    if (!document->recorder().closeMd5())
-      failure = Failure{ExitStatus::outputFailed, "cannot write " + options_.frameMd5File};
-  if (messageLog_ && !messageLog_->close())
-    failure = Failure{ExitStatus::outputFailed, "cannot write " + options_.messagesFile};
+    if (!document->recorder().closeMd5()) failure = cannotWrite(options_.frameMd5File);
+  for (const auto& log : logs_)
+    if (!log->close()) failure = cannotWrite(log->path());
   documents_.clear();
   return failure;
 }

@@ -47,6 +47,7 @@ class Meeting final : public RoomModel {
  private:
   std::optional<Failure> prepare();
   std::optional<Failure> prepareOutput();
+  std::optional<Failure> addLog(const std::string& path, MessageLog::Form form);
   std::optional<Failure> addDocument(unsigned number);
   std::optional<Failure> openRoom();
   std::optional<Failure> bringTogether();
@@ -70,7 +71,7 @@ class Meeting final : public RoomModel {
   const Options options_;
   TerminalProgress progress_;
   MessageJournal journal_;
-  std::unique_ptr<MessageLog> messageLog_;
+  std::vector<std::unique_ptr<MessageLog>> logs_;
   std::optional<PluginModule> module_;
   std::shared_ptr<ClientWindow> window_;
   std::vector<std::unique_ptr<Document>> documents_;

@@ -29,61 +29,55 @@ void MessageJournal::record(std::string_view participant, Direction direction, u
                             UCFResult answer) {
   const MessageKey key{MessageWay::routed, direction, type, uMsg};
   if (!count(key)) return;
-  keep(participant, direction == Direction::toObject || answer != 0,
+  pass(participant, direction == Direction::toObject || answer != 0,
        RawMessage::routed(key, wParam, lParam));
 }
 
 void MessageJournal::recordCommand(std::string_view participant, Direction direction,
                                    std::span<const unsigned char> command) {
   const MessageKey key{MessageWay::command, direction, 0, commandOf(command)};
-  if (count(key)) keep(participant, true, RawMessage::data(key, command));
+  if (count(key)) pass(participant, true, RawMessage::data(key, command));
 }
 
 void MessageJournal::recordParameterData(std::string_view participant, Direction direction,
                                          std::uint32_t id, std::span<const unsigned char> data) {
   const MessageKey key{MessageWay::parameterData, direction, 0, id};
-  if (count(key)) keep(participant, true, RawMessage::data(key, data));
+  if (count(key)) pass(participant, true, RawMessage::data(key, data));
 }
 
 bool MessageJournal::count(const MessageKey& key) {
   counts_[messageIndex(key)].fetch_add(1, std::memory_order_relaxed);
+  return !listeners_.empty() || isKept(key);
+}
+
+bool MessageJournal::isKept(const MessageKey& key) const {
   const Keep keep = keep_.load(std::memory_order_relaxed);
   if (keep == Keep::nothing) return false;
   return keep == Keep::everything || messageKind(key) != MessageKind::sample;
 }
 
-void MessageJournal::keep(std::string_view participant, bool taken, const RawMessage& message) {
+void MessageJournal::pass(std::string_view participant, bool taken, const RawMessage& raw) {
+  const std::chrono::duration<double> time = clock_->now() - begin_;
+  PassedMessage message{.seconds = time.count(),
+                        .participant = std::string(participant),
+                        .taken = taken,
+                        .message = raw,
+                        .hash = {}};
+  for (MessageListener* listener : listeners_) listener->onMessage(message);
+  if (!isKept(raw.key)) return;
   const platform::Lock lock(mutex_);
   if (kept_.size() == capacity_) kept_.pop_front();
-  kept_.push_back({clock_->now(), std::string(participant), taken, message});
-  ++newest_;
+  message.number = ++newest_;
+  kept_.push_back(std::move(message));
 }
 
-std::vector<JournalEntry> MessageJournal::since(std::uint64_t number, std::size_t max) const {
-  std::vector<Kept> messages;
-  std::uint64_t first = 0;
-  {
-    const platform::Lock lock(mutex_);
-    const std::uint64_t before = newest_ - kept_.size();
-    first = std::clamp(number, before, newest_) + 1;
-    const auto begin = kept_.begin() + static_cast<std::ptrdiff_t>(first - before - 1);
-    const auto count = std::min<std::size_t>(max, newest_ - first + 1);
-    messages.assign(begin, begin + static_cast<std::ptrdiff_t>(count));
-  }
-  std::vector<JournalEntry> entries;
-  entries.reserve(messages.size());
-  for (Kept& kept : messages) {
-    const MessageKey& key = kept.message.key;
-    entries.push_back({.number = first + entries.size(),
-                       .seconds = std::chrono::duration<double>(kept.time - begin_).count(),
-                       .participant = std::move(kept.participant),
-                       .direction = key.direction,
-                       .kind = messageKind(key),
-                       .name = messageName(messageIndex(key)),
-                       .fields = messageFields(kept.message),
-                       .taken = kept.taken});
-  }
-  return entries;
+std::vector<PassedMessage> MessageJournal::since(std::uint64_t number, std::size_t max) const {
+  const platform::Lock lock(mutex_);
+  const std::uint64_t before = newest_ - kept_.size();
+  const std::uint64_t passed = std::clamp(number, before, newest_) - before;
+  const auto begin = kept_.begin() + static_cast<std::ptrdiff_t>(passed);
+  const auto count = std::min<std::size_t>(max, kept_.size() - passed);
+  return {begin, begin + static_cast<std::ptrdiff_t>(count)};
 }
 
 std::map<std::string, std::uint64_t> MessageJournal::totals() const {

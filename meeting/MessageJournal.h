@@ -1,7 +1,7 @@
 // The messages routed between the participants' objects, the platform and the conference: counted
 // always, and kept with their fields as long as somebody wants to read them.
 //
-// [any-thread] While a message is not kept, it costs one atomic increment: media data pass here.
+// [any-thread] While nobody wants a message, it costs one atomic increment: media data pass here.
 #pragma once
 
 #include <array>
@@ -16,22 +16,22 @@
 #include <string_view>
 #include <vector>
 
-#include "meeting/MessageTable.h"
+#include "meeting/PassedMessage.h"
 #include "platform/Clock.h"
 #include "platform/Mutex.h"
 #include "ucf/Types.h"
 
 namespace meeting {
 
-struct JournalEntry {
-  std::uint64_t number = 0;  // from 1, without gaps, in the order of arrival
-  double seconds = 0;        // since the journal began
-  std::string participant;   // id of the participant whose object sends or receives it
-  Direction direction{};
-  MessageKind kind{};
-  std::string name;
-  Fields fields;
-  bool taken = true;  // what the receiver of a request answered
+// Somebody who gets every message at once, whatever is kept.
+class MessageListener {
+ public:
+  // `message` has no number and no hash yet; what its record points to is still there. Called on
+  // the thread that the message passes on.
+  virtual void onMessage(PassedMessage message) = 0;
+
+ protected:
+  ~MessageListener() = default;
 };
 
 class MessageJournal {
@@ -53,33 +53,30 @@ class MessageJournal {
   void recordParameterData(std::string_view participant, Direction direction, std::uint32_t id,
                            std::span<const unsigned char> data);
 
+  // The listener must outlive the messages. To be called before the first one passes. [main-thread]
+  void addListener(MessageListener& listener) { listeners_.push_back(&listener); }
   // What is kept from now on. What has been kept stays until newer messages take its place.
   void setKept(Keep keep) { keep_.store(keep, std::memory_order_relaxed); }
   // The kept messages that came after `number`, oldest first, `max` at most.
-  std::vector<JournalEntry> since(std::uint64_t number, std::size_t max) const EXCLUDES(mutex_);
+  std::vector<PassedMessage> since(std::uint64_t number, std::size_t max) const EXCLUDES(mutex_);
   // Names of the messages that have passed at least once, and how often.
   std::map<std::string, std::uint64_t> totals() const;
 
  private:
-  struct Kept {
-    platform::TimePoint time;
-    std::string participant;
-    bool taken;
-    RawMessage message;
-  };
-
-  // Counts the message; true when it is to be kept.
+  // Counts the message; true when somebody wants it.
   bool count(const MessageKey& key);
-  void keep(std::string_view participant, bool taken, const RawMessage& message) EXCLUDES(mutex_);
+  bool isKept(const MessageKey& key) const;
+  void pass(std::string_view participant, bool taken, const RawMessage& raw) EXCLUDES(mutex_);
 
   const std::size_t capacity_;
   const std::shared_ptr<platform::Clock> clock_;
   const platform::TimePoint begin_;
   std::atomic<Keep> keep_{Keep::nothing};
   std::array<std::atomic<std::uint64_t>, kUnknownMessage + 1> counts_{};
+  std::vector<MessageListener*> listeners_;  // unchanged once messages pass
 
   mutable platform::Mutex mutex_;
-  std::deque<Kept> kept_ GUARDED_BY(mutex_);
+  std::deque<PassedMessage> kept_ GUARDED_BY(mutex_);
   std::uint64_t newest_ GUARDED_BY(mutex_) = 0;  // number of the last in kept_
 };
 

@@ -1,52 +1,78 @@
 #include "meeting/MessageLog.h"
 
+extern "C" {
+#include <libavutil/hash.h>
+}
+
 #include <nlohmann/json.hpp>
+#include <span>
 #include <utility>
+
+#include "meeting/MessageRecording.h"
+#include "meeting/MessageText.h"
 
 namespace meeting {
 
 namespace {
 
-constexpr std::size_t kBatch = 256;
+// Fast enough for every picture of a movie; it tells data apart, and protects nothing.
+constexpr const char* kHash = "murmur3";
 
-std::string asLine(const JournalEntry& entry) {
-  nlohmann::ordered_json line{{"number", entry.number},
-                              {"seconds", entry.seconds},
-                              {"participant", entry.participant},
-                              {"to", entry.direction == Direction::toHost ? "host" : "object"},
-                              {"kind", kindName(entry.kind)},
-                              {"name", entry.name},
-                              {"taken", entry.taken},
-                              {"fields", nlohmann::ordered_json::object()}};
-  for (const auto& [name, value] : entry.fields) line["fields"][name] = value;
-  return line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+std::string hashOf(std::span<const std::byte> data) {
+  AVHashContext* hash = nullptr;
+  if (av_hash_alloc(&hash, kHash) < 0) return {};
+  av_hash_init(hash);
+  av_hash_update(hash, reinterpret_cast<const std::uint8_t*>(data.data()), data.size());
+  std::uint8_t text[2 * AV_HASH_MAX_SIZE + 1];
+  av_hash_final_hex(hash, text, sizeof text);
+  av_hash_freep(&hash);
+  return reinterpret_cast<const char*>(text);
 }
 
 }  // namespace
 
-std::unique_ptr<MessageLog> MessageLog::create(const std::string& path, MessageJournal& journal) {
+std::unique_ptr<MessageLog> MessageLog::create(const std::string& path, Form form) {
   std::ofstream file(path, std::ios::trunc);
   if (!file) return nullptr;
-  journal.setKept(MessageJournal::Keep::allButSamples);
-  return std::unique_ptr<MessageLog>(new MessageLog(std::move(file), journal));
+  if (form == Form::recording) file << recordingHead() << '\n';
+  return std::unique_ptr<MessageLog>(new MessageLog(path, form, std::move(file)));
 }
 
-MessageLog::MessageLog(std::ofstream file, MessageJournal& journal)
-    : file_(std::move(file)), journal_(journal) {}
+MessageLog::MessageLog(std::string path, Form form, std::ofstream file)
+    : path_(std::move(path)), form_(form), file_(std::move(file)) {}
+
+void MessageLog::onMessage(PassedMessage message) {
+  if (message.kind() == MessageKind::sample) {
+    if (form_ == Form::json) return;
+    // The length of one that was refused may be anything.
+    if (message.taken) message.hash = hashOf(sampleData(message.message));
+  }
+  const platform::Lock lock(mutex_);
+  message.number = ++newest_;
+  waiting_.push_back(std::move(message));
+}
 
 void MessageLog::write() {
-  for (auto batch = journal_.since(last_, kBatch); !batch.empty();
-       batch = journal_.since(last_, kBatch)) {
-    for (const JournalEntry& entry : batch)
-      if (entry.kind != MessageKind::sample) file_ << asLine(entry) << '\n';
-    last_ = batch.back().number;
+  std::vector<PassedMessage> messages;
+  {
+    const platform::Lock lock(mutex_);
+    messages.swap(waiting_);
   }
+  for (const PassedMessage& message : messages) file_ << asLine(message) << '\n';
 }
 
 bool MessageLog::close() {
   write();
+  {
+    const platform::Lock lock(mutex_);
+    if (form_ == Form::recording) file_ << recordingEnd(newest_) << '\n';
+  }
   file_.close();
   return file_.good();
+}
+
+std::string MessageLog::asLine(const PassedMessage& message) const {
+  return form_ == Form::recording ? recordingLine(message) : lineOf(messageAsJson(message));
 }
 
 }  // namespace meeting

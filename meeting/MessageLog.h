@@ -1,32 +1,48 @@
-// The routed messages, media data apart, as lines of JSON in a file. [main-thread]
+// The messages that pass, in a file: none is left out, however late the file is written.
 #pragma once
 
 #include <cstdint>
 #include <fstream>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "meeting/MessageJournal.h"
+#include "platform/Mutex.h"
 
 namespace meeting {
 
-class MessageLog {
+class MessageLog final : public MessageListener {
  public:
-  // Null when the file cannot be written. The journal keeps messages from now on, and must outlive
-  // the log.
-  static std::unique_ptr<MessageLog> create(const std::string& path, MessageJournal& journal);
+  enum class Form : std::uint8_t {
+    recording,  // as MessageRecording reads it, media data by size and hash
+    json,       // decoded, as messageAsJson; without media data
+  };
 
-  // Writes what has come since the last call; often enough that the journal still has it all.
-  void write();
-  // Whether everything has reached the file; nothing may be written afterwards.
+  // Null when the file cannot be written. [main-thread]
+  static std::unique_ptr<MessageLog> create(const std::string& path, Form form);
+
+  const std::string& path() const { return path_; }
+
+  // A sample's data are hashed here. [any-thread]
+  void onMessage(PassedMessage message) override EXCLUDES(mutex_);
+
+  // Writes what has come since the last call. [main-thread]
+  void write() EXCLUDES(mutex_);
+  // Whether everything has reached the file; nothing may be written afterwards. [main-thread]
   bool close();
 
  private:
-  MessageLog(std::ofstream file, MessageJournal& journal);
+  MessageLog(std::string path, Form form, std::ofstream file);
+  std::string asLine(const PassedMessage& message) const;
 
+  const std::string path_;
+  const Form form_;
   std::ofstream file_;
-  MessageJournal& journal_;
-  std::uint64_t last_ = 0;
+
+  platform::Mutex mutex_;
+  std::vector<PassedMessage> waiting_ GUARDED_BY(mutex_);
+  std::uint64_t newest_ GUARDED_BY(mutex_) = 0;  // number of the last message
 };
 
 }  // namespace meeting

@@ -209,6 +209,31 @@ const char* kindName(MessageKind kind) {
   return "unknown";
 }
 
+const char* directionName(Direction direction) {
+  return direction == Direction::toHost ? "host" : "object";
+}
+
+const char* wayName(MessageWay way) {
+  switch (way) {
+    case MessageWay::routed:
+      return "routed";
+    case MessageWay::command:
+      return "command";
+    case MessageWay::parameterData:
+      return "parameterData";
+  }
+  return "unknown";
+}
+
+std::span<const std::byte> sampleData(const RawMessage& message) {
+  tagMSDataStructure record;
+  if (messageKind(message.key) != MessageKind::sample || message.recordBytes < sizeof record)
+    return {};
+  std::memcpy(&record, message.record.data(), sizeof record);
+  if (record.pData == nullptr) return {};
+  return {static_cast<const std::byte*>(record.pData), record.dwDataLength};
+}
+
 Fields messageFields(const RawMessage& message) {
   const Known* entry = known(message.key);
   Fields fields = entry != nullptr ? entry->fields(message) : unknownFields(message);

@@ -63,7 +63,12 @@ inline constexpr std::size_t kUnknownMessage = 31;
 std::size_t messageIndex(const MessageKey& key);
 const char* messageName(std::size_t index);  // "UNKNOWN" for kUnknownMessage
 MessageKind messageKind(const MessageKey& key);
-const char* kindName(MessageKind kind);  // "session", "request", ...
+const char* kindName(MessageKind kind);          // "session", "request", ...
+const char* directionName(Direction direction);  // "host" or "object", where it goes to
+const char* wayName(MessageWay way);             // "routed", "command", "parameterData"
 Fields messageFields(const RawMessage& message);
+// The data of a sample, where its record says that they are; empty for any other message. As
+// trustworthy as the record.
+std::span<const std::byte> sampleData(const RawMessage& message);
 
 }  // namespace meeting

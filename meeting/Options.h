@@ -29,6 +29,7 @@ struct Options {
   bool stay = false;       // only an interrupt ends the meeting
   std::string reportFile;
   std::string frameMd5File;
+  std::string recordFile;
   std::string messagesFile;
   std::string snapshotFolder;
   bool quiet = false;

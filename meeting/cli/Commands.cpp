@@ -2,6 +2,6 @@
 
 namespace meeting {
 
-std::vector<Command> commands() { return {presentCommand()}; }
+std::vector<Command> commands() { return {presentCommand(), inspectCommand()}; }
 
 }  // namespace meeting

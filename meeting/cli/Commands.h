@@ -15,5 +15,6 @@ std::vector<Command> commands();
 // Holds a meeting, or does something else with the options of one.
 Command presentCommand(std::function<Outcome(const Options&, std::ostream&)> hold);
 Command presentCommand();
+Command inspectCommand();
 
 }  // namespace meeting

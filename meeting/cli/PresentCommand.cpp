@@ -88,8 +88,12 @@ void addRoom(CLI::App& app, Words& words) {
 void addOutput(CLI::App& app, Options& options) {
   app.add_option("--report", options.reportFile, "Write what was sent as JSON");
   app.add_option("--framemd5", options.frameMd5File, "Write a checksum line per picture");
+  app.add_option(
+      "--record", options.recordFile,
+      "Keep all that passes in a file for inspect: messages with their records, media data "
+      "by size and hash");
   app.add_option("--messages", options.messagesFile,
-                 "Write the routed messages, media data apart, as lines of JSON");
+                 "Write the messages, media data apart, as inspect --json shows them");
   app.add_option("--snapshot", options.snapshotFolder,
                  "Write a PNG of each participant's view at the end into this folder");
   app.add_flag("--quiet", options.quiet, "No progress and no summary");

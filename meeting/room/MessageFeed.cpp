@@ -47,7 +47,7 @@ void MessageFeed::sendTo(VisitorId visitor, Reader& reader) {
   reader.seen = entries.back().number;
   if (!reader.samples)
     std::erase_if(entries,
-                  [](const JournalEntry& entry) { return entry.kind == MessageKind::sample; });
+                  [](const PassedMessage& entry) { return entry.kind() == MessageKind::sample; });
   if (entries.empty()) return;
   reader.sent = entries.back().number;
   send_(visitor, messagesText(entries));

@@ -7,19 +7,20 @@
 #include <string_view>
 #include <utility>
 
+#include "meeting/MessageText.h"
+
 namespace meeting {
 
 namespace {
 
 using nlohmann::json;
+using nlohmann::ordered_json;
 
-Payload dumped(const json& document) {
-  // Names of files need not be UTF-8.
-  return std::make_shared<const std::string>(
-      document.dump(-1, ' ', false, json::error_handler_t::replace));
+Payload dumped(const ordered_json& document) {
+  return std::make_shared<const std::string>(lineOf(document));
 }
 
-json asJson(const ParticipantStatus& status) {
+ordered_json asJson(const ParticipantStatus& status) {
   return {{"id", status.id},
           {"actor", status.actor},
           {"file", status.file},
@@ -38,18 +39,13 @@ json asJson(const ParticipantStatus& status) {
           {"height", status.height}};
 }
 
-json asJson(const JournalEntry& entry) {
-  return {{"number", entry.number},           {"seconds", entry.seconds},
-          {"participant", entry.participant}, {"toHost", entry.direction == Direction::toHost},
-          {"kind", kindName(entry.kind)},     {"name", entry.name},
-          {"fields", entry.fields},           {"taken", entry.taken}};
-}
-
+// A message of the type, with a document for each of the values.
 template <class T>
-json listOf(const std::vector<T>& values) {
-  json list = json::array();
-  for (const T& value : values) list.push_back(asJson(value));
-  return list;
+Payload listText(const char* type, const char* key, const std::vector<T>& values,
+                 ordered_json (*asDocument)(const T&)) {
+  ordered_json list = ordered_json::array();
+  for (const T& value : values) list.push_back(asDocument(value));
+  return dumped({{"type", type}, {key, std::move(list)}});
 }
 
 std::string binaryHead(char kind, const std::string& id) {
@@ -128,11 +124,11 @@ constexpr std::array<Parser, 6> kParsers = {{{"act", parseAct},
 }  // namespace
 
 Payload statusText(const std::vector<ParticipantStatus>& participants) {
-  return dumped({{"type", "status"}, {"participants", listOf(participants)}});
+  return listText("status", "participants", participants, asJson);
 }
 
-Payload messagesText(const std::vector<JournalEntry>& entries) {
-  return dumped({{"type", "messages"}, {"entries", listOf(entries)}});
+Payload messagesText(const std::vector<PassedMessage>& messages) {
+  return listText("messages", "entries", messages, messageAsJson);
 }
 
 Payload answerText(std::int64_t action, const std::optional<std::string>& error) {

@@ -203,9 +203,9 @@ TEST(MessageJournalTest, EveryMessageIsDecoded) {
     each.record(journal);
     const auto entries = journal.since(0, 10);
     ASSERT_EQ(entries.size(), 1U) << each.name;
-    EXPECT_EQ(entries[0].name, each.name);
-    EXPECT_EQ(entries[0].kind, each.kind) << each.name;
-    EXPECT_EQ(text(entries[0].fields), each.fields) << each.name;
+    EXPECT_STREQ(entries[0].name(), each.name);
+    EXPECT_EQ(entries[0].kind(), each.kind) << each.name;
+    EXPECT_EQ(text(entries[0].fields()), each.fields) << each.name;
     EXPECT_TRUE(entries[0].taken) << each.name;
     EXPECT_EQ(journal.totals(), (std::map<std::string, std::uint64_t>{{each.name, 1}}));
     seen.insert(each.name);
@@ -221,7 +221,8 @@ TEST(MessageJournalTest, ARequestWithoutARecordHasNoFields) {
     journal.record("presenter", Direction::toHost, SVS_MSG_MS_COMMAND, index, nullptr, nullptr, 0);
     const auto entries = journal.since(0, 1);
     ASSERT_EQ(entries.size(), 1U);
-    EXPECT_EQ(entries[0].fields.empty(), entries[0].name != "UNKNOWN") << entries[0].name;
+    EXPECT_EQ(entries[0].fields().empty(), std::string(entries[0].name()) != "UNKNOWN")
+        << entries[0].name();
     EXPECT_FALSE(entries[0].taken);
   }
 }
@@ -254,7 +255,7 @@ TEST_F(KeptJournalTest, NothingIsKeptUntilSomebodyAsks) {
   const auto entries = journal_.since(0, 10);
   ASSERT_EQ(entries.size(), 2U);
   EXPECT_EQ(entries[0].participant, "b");
-  EXPECT_EQ(entries[1].kind, MessageKind::sample);
+  EXPECT_EQ(entries[1].kind(), MessageKind::sample);
   const auto totals = journal_.totals();
   EXPECT_EQ(totals.at("SESSION_MSG_START_PLAY"), 2U);
   EXPECT_EQ(totals.at("MM_MEDIASTREAMING_CMD_MEDIA_DATA"), 2U);
@@ -288,7 +289,7 @@ TEST_F(KeptJournalTest, ThreadsRecordAndReadAtOnce) {
     });
   std::uint64_t read = 0;
   while (read < 2UL * kEach)
-    for (const JournalEntry& entry : journal_.since(read, 100)) {
+    for (const PassedMessage& entry : journal_.since(read, 100)) {
       EXPECT_GT(entry.number, read);
       read = entry.number;
     }

@@ -147,11 +147,11 @@ TEST_F(RoomServerTest, TellsTheStatusAtOnceAndWhenItChanges) {
 TEST_F(RoomServerTest, ActsAndAnswers) {
   const auto client = visitor();
   client->sendText(R"({"type":"act","action":7,"text":"attendee=1 volume=80"})");
-  EXPECT_EQ(client->nextText({"\"answer\""}), R"({"action":7,"error":null,"type":"answer"})");
+  EXPECT_EQ(client->nextText({"\"answer\""}), R"({"type":"answer","action":7,"error":null})");
   model_.problem = "no such attendee";
   client->sendText(R"({"type":"act","action":8,"text":"attendee=9 mute"})");
   EXPECT_EQ(client->nextText({"\"answer\""}),
-            R"({"action":8,"error":"no such attendee","type":"answer"})");
+            R"({"type":"answer","action":8,"error":"no such attendee"})");
   EXPECT_EQ(model_.actions, (std::vector<std::string>{"attendee=1 volume=80", "attendee=9 mute"}));
 }
 

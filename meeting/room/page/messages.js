@@ -93,7 +93,8 @@ export const messages = {
   },
 };
 
-const fieldsText = (entry) => entry.fields.map(([name, value]) => `${name}=${value}`).join('  ');
+const fieldsText = (entry) =>
+  Object.entries(entry.fields).map((field) => field.join('=')).join('  ');
 
 // The names as they are shown: without what they all begin with. Their whole text is the row's
 // title, and what the filter looks at.
@@ -106,6 +107,8 @@ const byInterest = (fields) => {
 };
 
 function rowOf(entry) {
+  const fields = Object.entries(entry.fields);
+  const toHost = entry.to === 'host';
   const row = document.createElement('li');
   row.dataset.kind = entry.kind;
   row.dataset.participant = entry.participant;
@@ -119,8 +122,8 @@ function rowOf(entry) {
   };
   add('when', entry.seconds.toFixed(3));
   add('who', entry.participant, entry.participant);
-  add('way', entry.toHost ? '→' : '←', entry.toHost ? 'from the participant' : 'to the participant');
-  row.title = `${entry.name}\n${entry.fields.map((field) => field.join(' = ')).join('\n')}`;
+  add('way', toHost ? '→' : '←', toHost ? 'from the participant' : 'to the participant');
+  row.title = `${entry.name}\n${fields.map((field) => field.join(' = ')).join('\n')}`;
   const name = add('name', shortened(entry.name));
   if (!entry.taken) {
     const refused = document.createElement('span');
@@ -128,9 +131,9 @@ function rowOf(entry) {
     refused.textContent = ' answered 0';
     name.append(refused);
   }
-  if (entry.fields.length > 0) {
-    const fields = byInterest(entry.fields).map((field) => field.join('='));
-    add('fields', shortened(fields.join('  ')));
+  if (fields.length > 0) {
+    const texts = byInterest(fields).map((field) => field.join('='));
+    add('fields', shortened(texts.join('  ')));
   }
   return row;
 }

@@ -1,0 +1,50 @@
+#include "meeting/MessageText.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace meeting {
+
+using nlohmann::ordered_json;
+
+ordered_json messageAsJson(const PassedMessage& message) {
+  ordered_json document{{"number", message.number},
+                        {"seconds", message.seconds},
+                        {"participant", message.participant},
+                        {"to", directionName(message.direction())},
+                        {"kind", kindName(message.kind())},
+                        {"name", message.name()},
+                        {"taken", message.taken},
+                        {"fields", ordered_json::object()}};
+  for (const auto& [name, value] : message.fields()) document["fields"][name] = value;
+  return document;
+}
+
+std::string lineOf(const ordered_json& document) {
+  return document.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+}
+
+std::string messageAsText(const PassedMessage& message) {
+  const bool toHost = message.direction() == Direction::toHost;
+  std::array<char, 128> head{};
+  std::snprintf(head.data(), head.size(), "%6lu %9.3f  %-12s %s  ",
+                static_cast<unsigned long>(message.number), message.seconds,
+                message.participant.c_str(), toHost ? "->" : "<-");
+  std::string text = head.data();
+  text += message.name();
+  // The ids of the document are the same everywhere: they come last.
+  Fields fields = message.fields();
+  std::stable_partition(fields.begin(), fields.end(), [](const auto& field) {
+    return field.first != "sessionID" && field.first != "sourceID";
+  });
+  const char* separator = "  ";
+  for (const auto& [name, value] : fields) {
+    text += separator + name + '=' + value;
+    separator = ", ";
+  }
+  return message.taken ? text : text + "  (not taken)";
+}
+
+}  // namespace meeting

@@ -1,0 +1,20 @@
+// How a message is shown: to people as a line of text, to programs as JSON. [any-thread]
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+#include "meeting/PassedMessage.h"
+
+namespace meeting {
+
+// number, seconds, participant, to ("host" or "object"), kind, name, taken, fields.
+nlohmann::ordered_json messageAsJson(const PassedMessage& message);
+// The document on one line; what is not UTF-8 is replaced.
+std::string lineOf(const nlohmann::ordered_json& document);
+
+// "  12    0.503  presenter    ->  NAME  field=value, field=value", the arrow from or to the
+// object.
+std::string messageAsText(const PassedMessage& message);
+
+}  // namespace meeting

@@ -1,0 +1,120 @@
+// movara-meeting inspect
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <ostream>
+
+#include "meeting/MessageDifference.h"
+#include "meeting/MessageRecording.h"
+#include "meeting/MessageText.h"
+#include "meeting/cli/Commands.h"
+
+namespace meeting {
+
+namespace {
+
+const char* const kCompared =
+    R"(  Of each participant its messages in their order, with name, direction, answer and fields, apart
+  from them the formats of pictures and sound, and of the pictures and sound blocks that both
+  meetings carried those with the same timestamp, by sizes and hashes. Not what time decides: when
+  a message came, positions but those that are sought, what is said at intervals, and which
+  pictures still came before a pause or a seek. What differs first is printed, the message of the
+  first recording behind "-", that of the second behind "+"; nothing when nothing differs.)";
+
+struct Words {
+  std::vector<std::string> files;
+  std::vector<std::string> only;
+  std::vector<std::string> without;
+  bool json = false;
+  bool diff = false;
+};
+
+bool isMeant(const std::string& word, const PassedMessage& message) {
+  return word == message.participant || word == kindName(message.kind()) ||
+         std::string_view(message.name()).find(word) != std::string_view::npos;
+}
+
+bool isShown(const Words& words, const PassedMessage& message) {
+  const auto meant = [&](const std::string& word) { return isMeant(word, message); };
+  return (words.only.empty() || std::any_of(words.only.begin(), words.only.end(), meant)) &&
+         std::none_of(words.without.begin(), words.without.end(), meant);
+}
+
+Outcome show(const Words& words, std::ostream& out) {
+  const auto failure = readRecording(words.files.front(), [&](const PassedMessage& message) {
+    if (isShown(words, message))
+      out << (words.json ? lineOf(messageAsJson(message)) : messageAsText(message)) << '\n';
+    return out.good();
+  });
+  return failure ? outcomeOf(*failure) : Outcome{};
+}
+
+void print(std::ostream& out, const char* sign, const PassedMessage* message) {
+  out << sign << (message != nullptr ? messageAsText(*message) : " nothing more") << '\n';
+}
+
+Outcome compare(const Words& words, std::ostream& out) {
+  std::vector<PassedMessage> read[2];
+  for (std::size_t i = 0; i < 2; ++i) {
+    const auto failure = readRecording(words.files[i], [&](PassedMessage message) {
+      if (isShown(words, message)) read[i].push_back(std::move(message));
+      return true;
+    });
+    if (failure) return outcomeOf(*failure);
+  }
+  const auto difference = firstDifference(read[0], read[1]);
+  if (!difference) return {};
+  out << difference->participant << ", " << difference->what << ":\n";
+  print(out, "-", difference->one);
+  print(out, "+", difference->other);
+  return {static_cast<int>(ExitStatus::negative), {}};
+}
+
+Command::Run declare(CLI::App& app) {
+  const auto words = std::make_shared<Words>();
+  app.add_option("FILE", words->files, "Recording of a meeting, from present --record")
+      ->required()
+      ->expected(1, 2);
+  app.add_flag("--diff", words->diff, "Say where two recordings first differ");
+  app.add_flag("--json", words->json, "A line of JSON for each message");
+  app.add_option(
+         "--only", words->only,
+         "Only messages with WORD: a participant, a kind (session, request, sample, status, "
+         "data), or a part of a name. May be given many times")
+      ->type_name("WORD")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  app.add_option("--without", words->without, "No messages with WORD")
+      ->type_name("WORD")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  return [words](std::ostream& out) -> Outcome {
+    if (words->diff && words->json)
+      return outcomeOf({ExitStatus::usage, "--diff has no --json (see inspect --help)"});
+    if (words->files.size() != (words->diff ? 2U : 1U))
+      return outcomeOf(
+          {ExitStatus::usage,
+           std::string(words->diff ? "--diff compares two recordings" : "one recording at a time") +
+               " (see inspect --help)"});
+    return words->diff ? compare(*words, out) : show(*words, out);
+  };
+}
+
+}  // namespace
+
+Command inspectCommand() {
+  return {
+      .name = "inspect",
+      .summary = "Show what passed in a recorded meeting, or where two of them differ",
+      .examples = {{"inspect meeting.rec", "every message, a line each"},
+                   {"inspect meeting.rec --only attendee-1 --without sample",
+                    "those of one participant, without media data"},
+                   {"inspect meeting.rec --json --only REGISTER", "some of them, for a program"},
+                   {"inspect --diff before.rec after.rec", "where two meetings first differ"}},
+      .sections = {{"What --diff compares", kCompared}},
+      .declare = declare};
+}
+
+}  // namespace meeting
