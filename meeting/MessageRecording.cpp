@@ -115,7 +115,7 @@ PassedMessage messageOf(const json& line, std::uint64_t number) {
   const json& seconds = at(line, "seconds");
   const json& taken = at(line, "taken");
   if (!seconds.is_number() || !taken.is_boolean())
-    throw Damage("\"seconds\" or \"taken\" is not what it may be");
+    throw Damage(R"("seconds" or "taken" is not what it may be)");
   PassedMessage message{.number = number,
                         .seconds = seconds.get<double>(),
                         .participant = textAt(line, "participant", 64),

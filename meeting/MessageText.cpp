@@ -41,7 +41,7 @@ std::string messageAsText(const PassedMessage& message) {
   });
   const char* separator = "  ";
   for (const auto& [name, value] : fields) {
-    text += separator + name + '=' + value;
+    text.append(separator).append(name).append("=").append(value);
     separator = ", ";
   }
   return message.taken ? text : text + "  (not taken)";

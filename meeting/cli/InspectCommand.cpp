@@ -91,13 +91,12 @@ Command::Run declare(CLI::App& app) {
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   return [words](std::ostream& out) -> Outcome {
-    if (words->diff && words->json)
-      return outcomeOf({ExitStatus::usage, "--diff has no --json (see inspect --help)"});
+    const char* wrong = nullptr;
+    if (words->diff && words->json) wrong = "--diff has no --json";
     if (words->files.size() != (words->diff ? 2U : 1U))
-      return outcomeOf(
-          {ExitStatus::usage,
-           std::string(words->diff ? "--diff compares two recordings" : "one recording at a time") +
-               " (see inspect --help)"});
+      wrong = words->diff ? "--diff compares two recordings" : "one recording at a time";
+    if (wrong != nullptr)
+      return outcomeOf({ExitStatus::usage, std::string(wrong) + " (see inspect --help)"});
     return words->diff ? compare(*words, out) : show(*words, out);
   };
 }

@@ -33,7 +33,7 @@ namespace meeting {
 using Payload = std::shared_ptr<const std::string>;
 
 Payload statusText(const std::vector<ParticipantStatus>& participants);
-Payload messagesText(const std::vector<PassedMessage>& entries);
+Payload messagesText(const std::vector<PassedMessage>& messages);
 Payload answerText(std::int64_t action, const std::optional<std::string>& error);
 Payload pictureData(const std::string& view, const std::vector<unsigned char>& jpeg);
 Payload soundData(const std::string& participant, const AudioFormat& format,
