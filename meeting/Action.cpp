@@ -7,6 +7,7 @@
 #include <sstream>
 #include <vector>
 
+#include "meeting/Suggestion.h"
 #include "ucf/SessionMessages.h"
 
 namespace meeting {
@@ -167,13 +168,22 @@ std::optional<Action> parse(const std::vector<std::string>& words) {
   return action;
 }
 
+// The action that the last word is nearly; nothing when it is one, and only used wrongly.
+std::string meant(const std::vector<std::string>& words) {
+  if (words.empty()) return {};
+  std::vector<std::string> known;
+  for (const Form& form : kForms) known.emplace_back(form.word);
+  const std::string name = words.back().substr(0, words.back().find('='));
+  return std::find(known.begin(), known.end(), name) == known.end() ? suggestion(name, known) : "";
+}
+
 }  // namespace
 
 std::variant<Action, std::string> parseAction(std::string_view text) {
   std::istringstream stream{std::string(text)};
   const std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
   if (const auto action = parse(words)) return *action;
-  return "no such action: " + std::string(text);
+  return "no such action: " + std::string(text) + meant(words);
 }
 
 }  // namespace meeting

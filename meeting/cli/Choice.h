@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "meeting/cli/Suggestion.h"
+#include "meeting/Suggestion.h"
 
 namespace meeting {
 

@@ -2,11 +2,12 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <memory>
 #include <ostream>
 #include <sstream>
 #include <utility>
 
-#include "meeting/cli/Suggestion.h"
+#include "meeting/Suggestion.h"
 #include "meeting/cli/Version.h"
 
 namespace meeting {
@@ -33,6 +34,32 @@ std::string footer(const Command& command) {
   text << '\n' << statusLines();
   return text.str();
 }
+
+// The text in lines of at most `width` characters, if its words allow it.
+std::string wrapped(const std::string& text, std::size_t width) {
+  std::istringstream words(text);
+  std::string lines;
+  std::size_t used = 0;
+  for (std::string word; words >> word; used += word.size()) {
+    const bool fits = used + 1 + word.size() <= width;
+    if (used > 0) lines += fits ? ' ' : '\n';
+    used = fits && used > 0 ? used + 1 : 0;
+    lines += word;
+  }
+  return lines;
+}
+
+// Help as the parser's library lays it out, within 80 columns, and without what a flag is when
+// nothing is said.
+class HelpLayout final : public CLI::Formatter {
+  std::string make_option_name(const CLI::Option* option, bool positional) const override {
+    const std::string name = Formatter::make_option_name(option, positional);
+    return name.substr(0, name.find('{'));
+  }
+  std::string make_option_desc(const CLI::Option* option) const override {
+    return wrapped(Formatter::make_option_desc(option), 80 - get_column_width());
+  }
+};
 
 std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
@@ -64,6 +91,7 @@ Outcome wrongUsage(const std::string& line) { return outcomeOf({ExitStatus::usag
 CommandLine::CommandLine(const std::vector<Command>& commands)
     : app_("Reference meeting: loads the streaming plug-in and shares files through it.",
            kProgram) {
+  app_.formatter(std::make_shared<HelpLayout>());
   app_.require_subcommand(1);
   app_.set_version_flag("--version", versionText);
   std::string examples = "Examples:\n";

@@ -75,8 +75,8 @@ Outcome compare(const Words& words, std::ostream& out) {
 Command::Run declare(CLI::App& app) {
   const auto words = std::make_shared<Words>();
   app.add_option("FILE", words->files, "Recording of a meeting, from present --record")
-      ->required()
-      ->expected(1, 2);
+      ->type_name("")
+      ->required();
   app.add_flag("--diff", words->diff, "Say where two recordings first differ");
   app.add_flag("--json", words->json, "A line of JSON for each message");
   app.add_option(

@@ -22,6 +22,7 @@ namespace {
 
 constexpr int kMaxAttendees = 64;
 constexpr int kMaxPort = 65535;
+constexpr int kMaxDecoderThreads = 64;
 
 const char* const kActions =
     R"(  play  pause  stop  seek=SECONDS  volume=0..255  mute  unmute  fullscreen
@@ -49,14 +50,21 @@ struct Words {
   std::string address;
 };
 
+// A number between the two, which help shows as `name`.
+template <class Number>
+void limit(CLI::Option* option, const char* name, Number least, Number most) {
+  option->type_name(name)->check(CLI::Range(least, most).description(""));
+}
+
 void addMeeting(CLI::App& app, Words& words) {
   Options& options = words.options;
   app.add_option("FILE", options.files, "Movie or sound file to share; several are shared at once")
+      ->type_name("")
       ->required();
-  app.add_option("--attendees", options.attendees, "Attendees that watch (default 0)")
-      ->check(CLI::Range(0, kMaxAttendees));
-  app.add_option("--duration", options.duration, "End after this many seconds of playing")
-      ->check(CLI::Range(0.001, 1e9));
+  limit(app.add_option("--attendees", options.attendees, "Attendees that watch (default 0)"),
+        "0..64", 0, kMaxAttendees);
+  limit(app.add_option("--duration", options.duration, "End after this many seconds of playing"),
+        "SECONDS", 0.001, 1e9);
   app.add_flag("--stay", options.stay, "Do not end with the movie, only when interrupted");
   app.add_flag("--recording", options.recording,
                "Play the file back to the attendees as a recorded meeting");
@@ -72,40 +80,46 @@ void addMeeting(CLI::App& app, Words& words) {
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   app.add_option("--scenario", words.scenarioFile,
-                 "Do what the lines \"TIME ACTION\" of a file say");
+                 "Do what the lines \"TIME ACTION\" of a file say")
+      ->type_name("FILE");
 }
 
 void addRoom(CLI::App& app, Words& words) {
-  app.add_flag("--web{0}", words.options.room.port,
-               "Open a room: a page to watch and steer the meeting. --web PORT chooses the port")
-      ->type_name("[PORT]")
-      ->check(CLI::Range(0, kMaxPort));
+  limit(app.add_flag("--web{0}", words.options.room.port,
+                     "Open a room: a page to watch and steer the meeting, on PORT or any free one"),
+        "[PORT]", 0, kMaxPort);
   app.add_option("--listen", words.address,
                  "Address of the room (default 127.0.0.1). Any other one is protected by a "
-                 "random token in the page's address");
+                 "random token in the page's address")
+      ->type_name("ADDRESS");
 }
 
 void addOutput(CLI::App& app, Options& options) {
-  app.add_option("--report", options.reportFile, "Write what was sent as JSON");
-  app.add_option("--framemd5", options.frameMd5File, "Write a checksum line per picture");
+  app.add_option("--report", options.reportFile, "Write what was sent as JSON")->type_name("FILE");
+  app.add_option("--framemd5", options.frameMd5File, "Write a checksum line per picture")
+      ->type_name("FILE");
   app.add_option(
-      "--record", options.recordFile,
-      "Keep all that passes in a file for inspect: messages with their records, media data "
-      "by size and hash");
+         "--record", options.recordFile,
+         "Keep all that passes in a file for inspect: messages with their records, media data "
+         "by size and hash")
+      ->type_name("FILE");
   app.add_option("--messages", options.messagesFile,
-                 "Write the messages, media data apart, as inspect --json shows them");
+                 "Write the messages, media data apart, as inspect --json shows them")
+      ->type_name("FILE");
   app.add_option("--snapshot", options.snapshotFolder,
-                 "Write a PNG of each participant's view at the end into this folder");
+                 "Write a PNG of each participant's view at the end into this folder")
+      ->type_name("FOLDER");
   app.add_flag("--quiet", options.quiet, "No progress and no summary");
 }
 
 void addPlayer(CLI::App& app, Options& options) {
   app.add_flag("--unpaced", options.unpaced,
                "Send every picture once, as fast as it is taken, instead of in real time");
-  app.add_option("--plugin", options.plugin, "Plug-in bundle to load instead of our own");
-  app.add_option("--decoder-threads", options.decoderThreads,
-                 "Threads of the video decoder (default 0: chosen by codec and size)")
-      ->check(CLI::Range(0, 64));
+  app.add_option("--plugin", options.plugin, "Plug-in bundle to load instead of our own")
+      ->type_name("BUNDLE");
+  limit(app.add_option("--decoder-threads", options.decoderThreads,
+                       "Threads of the video decoder (default 0: chosen by codec and size)"),
+        "0..64", 0, kMaxDecoderThreads);
 }
 
 std::string unknownTarget(const Action& action, const Options& options) {
@@ -194,6 +208,8 @@ Command presentCommand(std::function<Outcome(const Options&, std::ostream&)> hol
                         "play the film back as a recorded meeting"},
                        {"present film.mp4 --attendees 1 --at 2 pause --at 3 seek=10 --at 3 play",
                         "do what a presenter does, at times"},
+                       {"present film.mp4 --attendees 1 --record meeting.rec",
+                        "keep what passes, for inspect"},
                        {"present film.mp4 --unpaced --framemd5 sums",
                         "send every picture once, as fast as it goes, and write its checksum"}},
           .sections =

@@ -101,7 +101,7 @@ TEST(Scenario, RefusesWhatNobodyCanDo) {
                            "document=0 play"}) {
     const auto parsed = parseAction(text);
     ASSERT_TRUE(std::holds_alternative<std::string>(parsed)) << text;
-    EXPECT_EQ(std::get<std::string>(parsed), std::string("no such action: ") + text);
+    EXPECT_EQ(std::get<std::string>(parsed).rfind(std::string("no such action: ") + text, 0), 0U);
   }
 }
 

@@ -1,4 +1,4 @@
-#include "meeting/cli/Suggestion.h"
+#include "meeting/Suggestion.h"
 
 #include <algorithm>
 #include <numeric>
