@@ -1,6 +1,7 @@
 #include "meeting/Meeting.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -35,8 +36,9 @@ void serveMainLoopFor(platform::Duration duration) {
   loop.runUntil(loop.now() + duration);
 }
 
-Failure cannotWrite(const std::string& path) {
-  return {ExitStatus::outputFailed, "cannot write " + path};
+Failure cannotWrite(const std::string& path, int error = 0) {
+  const std::string why = error == 0 ? "" : ": " + std::generic_category().message(error);
+  return {ExitStatus::outputFailed, "cannot write " + path + why};
 }
 
 std::optional<Failure> checkWritable(const std::string& path,
@@ -48,7 +50,7 @@ std::optional<Failure> checkWritable(const std::string& path,
       return Failure{ExitStatus::usage, "would overwrite the shared file: " + path};
   }
   if (std::ofstream(path, std::ios::app)) return std::nullopt;
-  return cannotWrite(path);
+  return cannotWrite(path, errno);
 }
 
 }  // namespace
