@@ -5,10 +5,16 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "meeting/MessageDifference.h"
 #include "meeting/MessageRecording.h"
 #include "meeting/MessageText.h"
+#include "meeting/Suggestion.h"
 #include "meeting/cli/Commands.h"
 
 namespace meeting {
@@ -31,24 +37,52 @@ struct Words {
   bool diff = false;
 };
 
-bool isMeant(const std::string& word, const PassedMessage& message) {
-  return word == message.participant || word == kindName(message.kind()) ||
-         std::string_view(message.name()).find(word) != std::string_view::npos;
-}
+// Chooses messages by the words, and notes which of them meant any.
+class Selection {
+ public:
+  explicit Selection(const Words& words) : words_(words), meant_(words.only.size()) {}
 
-bool isShown(const Words& words, const PassedMessage& message) {
-  const auto meant = [&](const std::string& word) { return isMeant(word, message); };
-  return (words.only.empty() || std::any_of(words.only.begin(), words.only.end(), meant)) &&
-         std::none_of(words.without.begin(), words.without.end(), meant);
-}
+  bool has(const PassedMessage& message) {
+    known_.insert({message.participant, kindName(message.kind()), message.name()});
+    bool chosen = words_.only.empty();
+    for (std::size_t i = 0; i < words_.only.size(); ++i) {
+      if (!isMeant(words_.only[i], message)) continue;
+      meant_[i] = true;
+      chosen = true;
+    }
+    const auto meant = [&](const std::string& word) { return isMeant(word, message); };
+    return chosen && std::none_of(words_.without.begin(), words_.without.end(), meant);
+  }
+
+  // A wrong word must not look like a meeting in which nothing passed.
+  Outcome outcome() const {
+    const auto idle = std::find(meant_.begin(), meant_.end(), false);
+    if (idle == meant_.end()) return {};
+    const std::string& word = words_.only[static_cast<std::size_t>(idle - meant_.begin())];
+    return outcomeOf({ExitStatus::usage, "--only: no message is or has " + word +
+                                             suggestion(word, {known_.begin(), known_.end()})});
+  }
+
+ private:
+  static bool isMeant(const std::string& word, const PassedMessage& message) {
+    return word == message.participant || word == kindName(message.kind()) ||
+           std::string_view(message.name()).find(word) != std::string_view::npos;
+  }
+
+  const Words& words_;
+  std::vector<bool> meant_;  // of the words of --only
+  std::set<std::string> known_;
+};
 
 Outcome show(const Words& words, std::ostream& out) {
+  Selection selection(words);
   const auto failure = readRecording(words.files.front(), [&](const PassedMessage& message) {
-    if (isShown(words, message))
+    if (selection.has(message))
       out << (words.json ? lineOf(messageAsJson(message)) : messageAsText(message)) << '\n';
     return out.good();
   });
-  return failure ? outcomeOf(*failure) : Outcome{};
+  if (failure) return outcomeOf(*failure);
+  return out.good() ? selection.outcome() : Outcome{};
 }
 
 void print(std::ostream& out, const char* sign, const PassedMessage* message) {
@@ -56,16 +90,17 @@ void print(std::ostream& out, const char* sign, const PassedMessage* message) {
 }
 
 Outcome compare(const Words& words, std::ostream& out) {
+  Selection selection(words);
   std::vector<PassedMessage> read[2];
   for (std::size_t i = 0; i < 2; ++i) {
     const auto failure = readRecording(words.files[i], [&](PassedMessage message) {
-      if (isShown(words, message)) read[i].push_back(std::move(message));
+      if (selection.has(message)) read[i].push_back(std::move(message));
       return true;
     });
     if (failure) return outcomeOf(*failure);
   }
   const auto difference = firstDifference(read[0], read[1]);
-  if (!difference) return {};
+  if (!difference) return selection.outcome();
   out << difference->participant << ", " << difference->what << ":\n";
   print(out, "-", difference->one);
   print(out, "+", difference->other);

@@ -117,7 +117,9 @@ TEST_F(ProgramTest, EachThingAUserCanGetWrongHasItsStatusAndOneLine) {
       {{"inspect", clip()}, 4, "not a recording"},
       {{"inspect", folder_.string()}, 4, "not a recording"},
   };
+  const std::string help = meet({"--help"}).out;
   for (const Case& test : cases) {
+    EXPECT_NE(help.find("\n  " + std::to_string(test.status) + "  "), std::string::npos) << help;
     const Finished finished = meet(test.arguments);
     std::string label;
     for (const std::string& argument : test.arguments) label += argument + ' ';
@@ -308,6 +310,9 @@ TEST_F(ProgramTest, TheSameScenarioGivesTheSameMessages) {
   EXPECT_NE(shown.out.find("attendee-1   ->  MM_MEDIASTREAMING_CMD_VOLUME"), std::string::npos);
   EXPECT_NE(shown.out.find("wVolumeLevel=79, "), std::string::npos) << shown.out;
   EXPECT_EQ(shown.out.find("CMD_REGISTER"), std::string::npos) << shown.out;
+  const Finished none = meet({"inspect", in("first"), "--only", "presnter"});
+  EXPECT_EQ(none.status, 2);
+  EXPECT_NE(none.err.find("did you mean presenter?"), std::string::npos) << none.err;
 }
 
 TEST_F(ProgramTest, OutputThatCannotBeWrittenIsSaid) {
