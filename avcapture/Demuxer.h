@@ -10,9 +10,9 @@
 #include <optional>
 #include <string>
 
-#include "avcapture/DiskThread.h"
 #include "avcapture/Ffmpeg.h"
 #include "avcapture/FileInput.h"
+#include "avcapture/SideThread.h"
 
 namespace avcapture {
 
@@ -91,7 +91,7 @@ class Demuxer {
   bool rewindBytes();
   bool startsAtOrBefore(std::int64_t microseconds);
 
-  DiskThread disk_;
+  SideThread disk_{"av-disk"};
   FileInput input_{disk_};
   FormatPtr format_;
   int error_ = 0;  // FFmpeg's, where the file itself could be read

@@ -6,15 +6,15 @@
 #include <memory>
 #include <string>
 
-#include "avcapture/DiskThread.h"
 #include "avcapture/Ffmpeg.h"
+#include "avcapture/SideThread.h"
 
 namespace avcapture {
 
 class FileInput {
  public:
   // `disk` must outlive it.
-  explicit FileInput(DiskThread& disk) : disk_(disk) {}
+  explicit FileInput(SideThread& disk) : disk_(disk) {}
   ~FileInput();
   FileInput(const FileInput&) = delete;
   FileInput& operator=(const FileInput&) = delete;
@@ -40,7 +40,7 @@ class FileInput {
   bool fetch();
   bool blockHasPosition() const { return position_ >= blockAt_ && position_ < blockEnd_; }
 
-  DiskThread& disk_;
+  SideThread& disk_;
   std::shared_ptr<File> file_;  // with the operation that is under way
   std::unique_ptr<AVIOContext, FreeContext> context_;
   std::int64_t size_ = 0;                    // when it was opened

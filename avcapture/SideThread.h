@@ -1,5 +1,5 @@
-// Runs operations on files on a thread of its own, so that nobody waits for ever for a disk that
-// does not answer.
+// Runs operations on files or devices on a thread of its own, so that nobody waits for ever for one
+// that does not answer.
 //
 // An operation that takes too long is left behind: what follows is refused until it has come back,
 // and the thread goes its own way if it never does. So an operation owns all that it touches.
@@ -15,22 +15,22 @@
 
 namespace avcapture {
 
-class DiskThread {
+class SideThread {
  public:
   // What it answers is not negative, or an AVERROR.
   using Operation = std::function<std::int64_t()>;
 
-  // Throws std::system_error when there is no thread to be had.
-  DiskThread();
+  // The name is the thread's. Throws std::system_error when there is no thread to be had.
+  explicit SideThread(const char* name);
   // Waits for what is under way, but only shortly.
-  ~DiskThread();
-  DiskThread(const DiskThread&) = delete;
-  DiskThread& operator=(const DiskThread&) = delete;
+  ~SideThread();
+  SideThread(const SideThread&) = delete;
+  SideThread& operator=(const SideThread&) = delete;
 
   // Runs an operation and answers its result; AVERROR(ETIMEDOUT) when that takes more than four
   // seconds, AVERROR_EXIT when interrupted. One thread at a time.
   std::int64_t run(Operation operation);
-  // Leaves an operation to the thread. Like run, but nobody waits.
+  // Leaves an operation, which throws nothing, to the thread. Like run, but nobody waits.
   void post(Operation operation);
   // What runs from now on may take that long altogether; none: each operation by itself. By the
   // thread that calls run.

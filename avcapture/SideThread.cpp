@@ -1,4 +1,4 @@
-#include "avcapture/DiskThread.h"
+#include "avcapture/SideThread.h"
 
 #include <pthread.h>
 
@@ -16,12 +16,12 @@ namespace {
 
 // Disks that sleep take seconds to spin up; users take more than five for a hang.
 constexpr std::chrono::seconds kPatience{4};
-// Who ends us must not be held up by a disk.
+// Who ends us must not be held up by them.
 constexpr std::chrono::milliseconds kPatienceAtEnd{200};
 
 }  // namespace
 
-struct DiskThread::Shared {
+struct SideThread::Shared {
   platform::CondVar wanted;  // there is something to do
   platform::CondVar done;    // a result, an interrupt, the thread's end
   std::atomic<bool> interrupted{false};
@@ -33,12 +33,15 @@ struct DiskThread::Shared {
   bool ended GUARDED_BY(mutex) = false;
 };
 
-DiskThread::DiskThread() : shared_(std::make_shared<Shared>()) {
+SideThread::SideThread(const char* name) : shared_(std::make_shared<Shared>()) {
   const SignalsBlocked blocked;
-  thread_ = std::thread([shared = shared_] { work(*shared); });
+  thread_ = std::thread([shared = shared_, name] {
+    pthread_setname_np(pthread_self(), name);
+    work(*shared);
+  });
 }
 
-DiskThread::~DiskThread() {
+SideThread::~SideThread() {
   bool ended = false;
   {
     Patience patience(kPatienceAtEnd);
@@ -53,8 +56,7 @@ DiskThread::~DiskThread() {
   ended ? thread_.join() : thread_.detach();
 }
 
-void DiskThread::work(Shared& shared) {
-  pthread_setname_np(pthread_self(), "av-disk");
+void SideThread::work(Shared& shared) {
   const platform::Lock lock(shared.mutex);
   for (;;) {
     while (!shared.quit && shared.queue.empty()) shared.wanted.wait(shared.mutex);
@@ -75,7 +77,7 @@ void DiskThread::work(Shared& shared) {
   shared.done.notifyOne();
 }
 
-std::int64_t DiskThread::run(Operation operation) {
+std::int64_t SideThread::run(Operation operation) {
   Shared& shared = *shared_;
   const platform::Lock lock(shared.mutex);
   leftBehind_ = leftBehind_ && shared.ticket < lastTicket_;
@@ -92,27 +94,27 @@ std::int64_t DiskThread::run(Operation operation) {
   return shared.interrupted ? AVERROR_EXIT : AVERROR(ETIMEDOUT);
 }
 
-void DiskThread::post(Operation operation) {
+void SideThread::post(Operation operation) {
   const platform::Lock lock(shared_->mutex);
   shared_->queue.emplace_back(++lastTicket_, std::move(operation));
   shared_->wanted.notifyOne();
 }
 
-void DiskThread::interrupt() {
+void SideThread::interrupt() {
   const platform::Lock lock(shared_->mutex);
   shared_->interrupted = true;
   shared_->done.notifyOne();
 }
 
-bool DiskThread::interrupted() const {
+bool SideThread::interrupted() const {
   return shared_->interrupted.load(std::memory_order_relaxed);
 }
 
-void DiskThread::setPatience(std::optional<platform::Duration> altogether) {
+void SideThread::setPatience(std::optional<platform::Duration> altogether) {
   altogether_.reset();
   if (altogether) altogether_.emplace(*altogether);
 }
 
-bool DiskThread::givenUp() { return interrupted() || (altogether_ && altogether_->over()); }
+bool SideThread::givenUp() { return interrupted() || (altogether_ && altogether_->over()); }
 
 }  // namespace avcapture
