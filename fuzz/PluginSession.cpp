@@ -264,7 +264,8 @@ void PluginSession::releaseNow() {
 
 void PluginSession::endOrBegin() {
   if (alive()) return releaseNow();
-  end();  // what the last one has put off
+  end();                   // what the last one has put off
+  callsUntilRelease_ = 0;  // it is not to end while it is set up, which has to succeed
   begin();
 }
 
