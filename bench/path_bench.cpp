@@ -17,7 +17,7 @@
 #include "mmp/StatusRecords.h"
 #include "movara/CMovaraApp.h"
 #include "platform/RunLoop.h"
-#include "tests/movara/common/FakeVideoPlayer.h"
+#include "validator/cases/FakeVideoPlayer.h"
 
 namespace {
 

@@ -4,7 +4,8 @@ include(CMakePackageConfigHelpers)
 
 # --- client: the bundle as it lies in the build, and the program on the path ---
 
-install(TARGETS movara-meeting RUNTIME DESTINATION ${MOVARA_APP_INSTALLED}/Linux COMPONENT client)
+install(TARGETS movara-meeting movara-contract-cases
+        RUNTIME DESTINATION ${MOVARA_APP_INSTALLED}/Linux COMPONENT client)
 install(
   TARGETS platform avcapture
   EXPORT movara

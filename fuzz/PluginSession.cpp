@@ -4,7 +4,7 @@
 #include <ctime>
 #include <limits>
 
-#include "tests/movara/common/Listener.h"
+#include "validator/cases/Listener.h"
 
 #ifdef MOVARA_FUZZ
 // Time is the run loop's here: what sleeps to let another thread go first loses nothing.
@@ -13,6 +13,8 @@ extern "C" __attribute__((visibility("default"))) int nanosleep(const timespec* 
   return 0;
 }
 #endif
+
+const char* contract::pluginCode() { return MOVARA_BUNDLE_CODE; }
 
 namespace fuzz {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "fuzz/Target.h"
-#include "tests/contract/ContractFixture.h"
+#include "validator/cases/ContractFixture.h"
 
 namespace fuzz {
 

@@ -1,8 +1,8 @@
 // A host whose own memory does not run out, around one object of the built plug-in.
 #pragma once
 
-#include "tests/contract/RecordingHost.h"
 #include "tests/faults/Injector.h"
+#include "validator/cases/RecordingHost.h"
 
 namespace faults {
 

@@ -9,6 +9,8 @@
 #include "platform/RunLoop.h"
 #include "ucf/SessionMessages.h"
 
+const char* contract::pluginCode() { return MOVARA_BUNDLE_CODE; }
+
 namespace lifetime {
 
 namespace {

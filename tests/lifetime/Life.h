@@ -16,10 +16,10 @@
 #include "avcapture/KTVideoPlayer.h"
 #include "platform/NotificationCenter.h"
 #include "platform/View.h"
-#include "tests/contract/Module.h"
-#include "tests/contract/RecordingHost.h"
 #include "ucf/IUCFObjectBase.h"
 #include "ucf/IUCFObjectRuntime.h"
+#include "validator/cases/Module.h"
+#include "validator/cases/RecordingHost.h"
 
 namespace lifetime {
 

@@ -1,7 +1,7 @@
 // Members of the application object that no message of the host leads to.
 #include "movara/CMovaraApp.h"
-#include "tests/contract/RecordingHost.h"
-#include "tests/movara/common/FrameworkTest.h"
+#include "validator/cases/FrameworkTest.h"
+#include "validator/cases/RecordingHost.h"
 
 namespace {
 

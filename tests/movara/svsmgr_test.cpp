@@ -5,8 +5,8 @@
 
 #include <thread>
 
-#include "tests/contract/RecordingHost.h"
-#include "tests/movara/TraceLines.h"
+#include "validator/cases/RecordingHost.h"
+#include "validator/cases/TraceLines.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "movara/common/AVUIProxy.h"
-#include "tests/movara/common/FrameworkTest.h"
-#include "tests/movara/common/Listener.h"
 #include "tests/movara/common/RecordingSink.h"
+#include "validator/cases/FrameworkTest.h"
+#include "validator/cases/Listener.h"
 
 class PlayerFixture : public FrameworkTest {
  protected:

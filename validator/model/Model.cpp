@@ -1,9 +1,9 @@
-#include "tests/model/Model.h"
+#include "validator/model/Model.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "tests/model/RecordText.h"
+#include "validator/model/RecordText.h"
 
 namespace model {
 

@@ -1,6 +1,6 @@
 // The player's table, slot by slot, as an object hands its player to whoever asks.
-#include "tests/contract/ContractFixture.h"
-#include "tests/movara/common/Listener.h"
+#include "validator/cases/ContractFixture.h"
+#include "validator/cases/Listener.h"
 
 namespace contract {
 namespace {
@@ -26,7 +26,8 @@ class PlayerSlots : public ContractTest {
   }
 };
 
-TEST_F(PlayerSlots, OfTheControls) {
+CONTRACT_CASE(PlayerSlots, OfTheControls, slots,
+              "the player's slots: play, pause, stop, seek, volume") {
   createActive();
   takeTraceLines();
   view()->length = 0;
@@ -74,7 +75,8 @@ TEST_F(PlayerSlots, OfTheControls) {
   EXPECT_THAT(told(13, 1), IsEmpty()) << "a recording has no source";
 }
 
-TEST_F(PlayerSlots, OfTheViewAndItsPlace) {
+CONTRACT_CASE(PlayerSlots, OfTheViewAndItsPlace, slots,
+              "the player's slots: view, place and movie") {
   createActive();
   EXPECT_FALSE(call<bool>(17));
   call<void>(18, 1);
@@ -112,7 +114,8 @@ TEST_F(PlayerSlots, OfTheViewAndItsPlace) {
   EXPECT_TRUE(call<bool>(38, &none)) << "a movie is set once";
 }
 
-TEST_F(PlayerSlots, OfTheStoreAndTheListenersPicture) {
+CONTRACT_CASE(PlayerSlots, OfTheStoreAndTheListenersPicture, slots,
+              "the player's slots: properties and the listener's picture") {
   listen();
   EXPECT_EQ(call<unsigned>(28), 1U);
   EXPECT_THAT(told(13, 1), ElementsAre("setNBRMode 1"));
@@ -157,7 +160,8 @@ TEST_F(PlayerSlots, OfTheStoreAndTheListenersPicture) {
   EXPECT_THAT(questions->names, testing::SizeIs(2));
 }
 
-TEST_F(PlayerSlots, AChannelThatIsJoinedEndsTheFailover) {
+CONTRACT_CASE(PlayerSlots, AChannelThatIsJoinedEndsTheFailover, messages,
+              "a failover lasts until the channel is joined") {
   createActive();
   EXPECT_FALSE(call<bool>(34));
   call<void>(35, 1);

@@ -1,5 +1,5 @@
 // Routed messages: what the session and the platform report, on both sides.
-#include "tests/contract/ContractFixture.h"
+#include "validator/cases/ContractFixture.h"
 
 namespace contract {
 namespace {
@@ -103,7 +103,8 @@ class ChannelStates : public ContractTest {
   }
 };
 
-TEST_F(ChannelStates, FollowTheTable) {
+CONTRACT_CASE(ChannelStates, FollowTheTable, messages,
+              "every message leads from every state to the documented one") {
   for (const StateRow& from : kStates) {
     for (const bool source : {true, false}) {
       if ((source ? from.source : from.listener) == 0 || from.state == 2 || from.state == 12) {
@@ -130,7 +131,8 @@ TEST_F(ChannelStates, FollowTheTable) {
   }
 }
 
-TEST_F(ChannelStates, ARecordingHasNoLimitOfAttendees) {
+CONTRACT_CASE(ChannelStates, ARecordingHasNoLimitOfAttendees, messages,
+              "a recording is not refused for its number of attendees") {
   host.liveMeeting = false;
   make(false);
   forget();
@@ -138,7 +140,8 @@ TEST_F(ChannelStates, ARecordingHasNoLimitOfAttendees) {
   EXPECT_THAT(view()->takeCalls(), ElementsAre("setStatusViewType 1")) << "failed, nothing more";
 }
 
-TEST_F(ContractTest, StartPlayIsPassedOnToAPlayerThatWasRefused) {
+CONTRACT_CASE(ContractTest, StartPlayIsPassedOnToAPlayerThatWasRefused, messages,
+              "a player that was refused starts when it is told to") {
   create();
   session(SESSION_MSG_START_PLAY);
   activate();
@@ -150,7 +153,8 @@ TEST_F(ContractTest, StartPlayIsPassedOnToAPlayerThatWasRefused) {
   EXPECT_THAT(view()->takeCalls(), ElementsAre("onStart by itself"));
 }
 
-TEST_F(ContractTest, AnAgendaDocumentDropsMessagesSilently) {
+CONTRACT_CASE(ContractTest, AnAgendaDocumentDropsMessagesSilently, messages,
+              "an agenda document takes part in nothing") {
   host.ownDocument = false;
   createActive();
   forget();
@@ -161,7 +165,8 @@ TEST_F(ContractTest, AnAgendaDocumentDropsMessagesSilently) {
               testing::Each(testing::HasSubstr("CMovaraApp::RouteMessage, type")));
 }
 
-TEST_F(ContractTest, StatusMessagesAboutThePresenterReachAListenersPlayer) {
+CONTRACT_CASE(ContractTest, StatusMessagesAboutThePresenterReachAListenersPlayer, messages,
+              "quality, position, play state and size reach the player") {
   listen();
   mediaInfo({90000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO, 3});
   forget();
@@ -208,7 +213,8 @@ TEST_F(ContractTest, StatusMessagesAboutThePresenterReachAListenersPlayer) {
   EXPECT_EQ(answers->mediaSize(), (platform::Size{640, 360}));
 }
 
-TEST_F(ContractTest, StatusMessagesAboutAnotherStreamAreNotActedOn) {
+CONTRACT_CASE(ContractTest, StatusMessagesAboutAnotherStreamAreNotActedOn, messages,
+              "messages about other streams change nothing") {
   listen();
   forget();
   struct {
@@ -222,7 +228,8 @@ TEST_F(ContractTest, StatusMessagesAboutAnotherStreamAreNotActedOn) {
   EXPECT_THAT(view()->takeCalls(), IsEmpty());
 }
 
-TEST_F(ContractTest, EveryMessageMayComeWithoutAPayload) {
+CONTRACT_CASE(ContractTest, EveryMessageMayComeWithoutAPayload, messages,
+              "a message without its record does no harm") {
   for (const bool source : {true, false}) {
     host.runtimeMode = source ? 0 : UCF_RUNTIME_MODE_LISTENER;
     for (const bool active : {true, false}) {

@@ -1,53 +1,28 @@
 // What a host sees of the module before it drives an object: exports, faces, slots, creation.
-#include <dlfcn.h>
-
-#include "tests/contract/ContractFixture.h"
-#include "tests/support/Process.h"
+#include "validator/cases/ContractFixture.h"
 
 namespace contract {
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::UnorderedElementsAreArray;
 
-// The names that the bundle's code defines, as `nm` lists them.
-Lines definedSymbols(const std::string& options) {
-  const support::Finished listed = support::run(support::words(
-      "nm --defined-only --format=just-symbols " + options + " " MOVARA_BUNDLE_CODE));
-  EXPECT_EQ(listed.status, 0) << listed.err;
-  return support::words(listed.out);
+class Bundle : public testing::Test {};
+
+CONTRACT_CASE(Bundle, IsLoaded, loads, "the code finds the libraries that it needs") {
+  EXPECT_EQ(Module::loaded().error(), "");
 }
 
-TEST(Bundle, ExportsItsPublicNamesAndNothingElse) {
-  const std::vector<std::string> allowed = {
-      "UCFInitialize", "UCFCleanup", "UCFCreateInstance", "UCFDeleteInstance",
-      "UCFGetInterfaceVersion",
-      // Player properties.
-      "kAVMovieFPSProperty", "kAVMovieStatusProperty", "kAVMediaVolumeProperty",
-      "kAVMovieCurTimeProperty", "kAVMovieDurationProperty", "kAVMovieSizeHeightProperty",
-      "kAVMediaSizeWidthProperty", "kAVMediaMediaTypeProperty", "kAVMediaNBRModeProperty",
-      "kAVMovieActiveProperty", "kAVMMPFailoverProcessing", "kAVAllowEnterFitMode",
-      "kAVMovieEmbedMode", "kAVMovieCurrentPresenterRole",
-      // Notifications.
-      "HOLStatusNotification", "HOLStatusNoticationValueKey", "PDQueryHOLStatusNotification",
-      "kMSVideoRenderSizeChangedNotification", "kMSVideoRenderSourceIDKey",
-      "kMSVideoRenderWidthKey", "kMSVideoRenderHeightKey", "kMSActiveViewChangedNotification",
-      "kMSPauseEmbedPlayerNotification", "kMSHideOtherEmbedCtrlbarNotification",
-      // Trace.
-      "MacDebugTrace2", "MacInfoTrace2", "MacWarnTrace2", "MacErrorTrace2",
-      "_Z9LUMTRACE2mPKcS0_S0_P13__va_list_tag", "_Z11LUMTRACERAWmPKcS0_S0_", "_Z8LUMDEBUGPKcz",
-      "_Z7LUMINFOPKcz", "_Z7LUMWARNPKcz", "_Z8LUMERRORPKcz", "_Z9LUMDEBUG2PKcS0_z",
-      "_Z8LUMINFO2PKcS0_z", "_Z8LUMWARN2PKcS0_z", "_Z9LUMERROR2PKcS0_z",
-      // Bounds-checked functions.
-      "strcasecmp_s", "memmove_s", "safe_lib_set_constraint_handler",
-      "invoke_safe_lib_constraint_handler", "safe_lib_default_constraint_handler",
-      "safe_lib_ignore_handler"};
-  EXPECT_THAT(definedSymbols("--dynamic"), UnorderedElementsAreArray(allowed));
+CONTRACT_CASE(Bundle, HasTheFiveExports, loads, "hosts find an entry point by its name alone") {
+  for (const char* name : {"UCFInitialize", "UCFCleanup", "UCFCreateInstance", "UCFDeleteInstance",
+                           "UCFGetInterfaceVersion"}) {
+    EXPECT_NE(Module::loaded().symbol(name), nullptr) << name;
+  }
 }
 
 // Hosts and other modules spell these texts themselves.
-TEST(Bundle, NamesItsNotificationsAndKeysAsHostsKnowThem) {
+CONTRACT_CASE(Bundle, NamesItsNotificationsAndKeysAsHostsKnowThem, exports,
+              "the texts of notifications and keys") {
   const std::pair<const char*, const char*> texts[] = {
       {"HOLStatusNotification", "HOLStatusNotification"},
       {"HOLStatusNoticationValueKey", "Status"},
@@ -64,30 +39,15 @@ TEST(Bundle, NamesItsNotificationsAndKeysAsHostsKnowThem) {
       {"kAVMMPFailoverProcessing", "kAVMMPFailoverProcessing"},
       {"kAVMovieEmbedMode", "kAVMovieEmbedMode"},
   };
-  void* const code = dlopen(MOVARA_BUNDLE_CODE, RTLD_NOW | RTLD_LOCAL);
-  ASSERT_NE(code, nullptr) << dlerror();
   for (const auto& [name, text] : texts) {
-    const auto* const constant = static_cast<const char* const*>(dlsym(code, name));
+    const auto* const constant = static_cast<const char* const*>(Module::loaded().symbol(name));
     ASSERT_NE(constant, nullptr) << name;
     EXPECT_STREQ(*constant, text);
   }
-  dlclose(code);
 }
 
-TEST(Bundle, HasOneStaticInitialiser) {
-  const std::string prefix = "_GLOBAL__sub_I_";
-  std::vector<std::string> found;
-  for (const std::string& name : definedSymbols("")) {
-    // Sanitizers add constructors of their own, of priority 99; the compiler may split one in two.
-    if (name.starts_with(prefix) && !name.starts_with(prefix + "00099_") &&
-        !name.ends_with(".cold")) {
-      found.push_back(name);
-    }
-  }
-  EXPECT_THAT(found, testing::SizeIs(1));
-}
-
-TEST_F(ContractTest, TheExportsAnswerBeforeAnyObjectExists) {
+CONTRACT_CASE(ContractTest, TheExportsAnswerBeforeAnyObjectExists, exports,
+              "version and life cycle functions answer without an object") {
   const Module& module = Module::loaded();
   EXPECT_EQ(module.getInterfaceVersion(), 5);
   EXPECT_EQ(module.initialize(), 0U);
@@ -96,7 +56,8 @@ TEST_F(ContractTest, TheExportsAnswerBeforeAnyObjectExists) {
   EXPECT_THAT(takeTraceLines(), ElementsAre("I UCFDeleteInstance", "I UCFDeleteInstance"));
 }
 
-TEST_F(ContractTest, ServesItsFacesByIdentifier) {
+CONTRACT_CASE(ContractTest, ServesItsFacesByIdentifier, slots,
+              "which faces an object has, and which it has not") {
   create();
   void* out = nullptr;
   for (const std::uint32_t id : {3U, 4U}) {
@@ -112,7 +73,8 @@ TEST_F(ContractTest, ServesItsFacesByIdentifier) {
   }
 }
 
-TEST_F(ContractTest, TheTableOfTheObjectHasItsOperationsInOrder) {
+CONTRACT_CASE(ContractTest, TheTableOfTheObjectHasItsOperationsInOrder, slots,
+              "every operation lies at its slot of the object's table") {
   createListener();
   forget();
   auto* const table = static_cast<void*>(object);
@@ -163,7 +125,8 @@ TEST_F(ContractTest, TheTableOfTheObjectHasItsOperationsInOrder) {
   EXPECT_EQ(count(takeTraceLines(), "CMovaraApp are going to die, this = "), 1);
 }
 
-TEST_F(ContractTest, TheTablesOfTheOtherFacesReachTheSameObject) {
+CONTRACT_CASE(ContractTest, TheTablesOfTheOtherFacesReachTheSameObject, slots,
+              "runtime and router are faces of the same object") {
   listen();
   forget();
   callSlot<void>(runtime, 12, 0U);
@@ -179,7 +142,8 @@ TEST_F(ContractTest, TheTablesOfTheOtherFacesReachTheSameObject) {
   EXPECT_EQ(shown(), 8);
 }
 
-TEST_F(ContractTest, CreationNeedsNothingFromItsContainer) {
+CONTRACT_CASE(ContractTest, CreationNeedsNothingFromItsContainer, life,
+              "a container may have neither runtime nor router") {
   host.hasRouter = host.hasRuntime = false;
   create();
   EXPECT_THAT(takeTraceLines(),
@@ -201,7 +165,8 @@ TEST_F(ContractTest, CreationNeedsNothingFromItsContainer) {
   EXPECT_EQ(object->CreateActiveUI(parent.get(), &rect), UCF_E_NO_CONTAINER);
 }
 
-TEST_F(ContractTest, NothingIsThrownOutOfTheExports) {
+CONTRACT_CASE(ContractTest, NothingIsThrownOutOfTheExports, exports,
+              "a host's exception comes back as a result") {
   host.within = [](const std::string&) { throw std::runtime_error("host is broken"); };
   auto* const untouched = reinterpret_cast<IUCFObjectBase*>(this);
   IUCFObjectBase* out = untouched;

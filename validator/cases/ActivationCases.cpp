@@ -1,5 +1,5 @@
 // Which side an object is on, and what its activation and deactivation tell platform and host.
-#include "tests/contract/ContractFixture.h"
+#include "validator/cases/ContractFixture.h"
 
 namespace contract {
 namespace {
@@ -16,7 +16,8 @@ struct ChannelRow {
   bool agendaLine;
 };
 
-TEST_F(ContractTest, DocumentAndRuntimeModeDecideTheChannelNotTheRole) {
+CONTRACT_CASE(ContractTest, DocumentAndRuntimeModeDecideTheChannelNotTheRole, life,
+              "which side of the stream an object is on") {
   const ChannelRow rows[] = {
       {"presenter", 1, 0, true, true, false},
       {"attendee in own document", 2, 0, true, true, false},
@@ -48,7 +49,8 @@ struct PathRow {
   const char* path;  // null: nothing to open
 };
 
-TEST_F(ContractTest, TheSharedFilesPathComesFromTheContainerOrTheHost) {
+CONTRACT_CASE(ContractTest, TheSharedFilesPathComesFromTheContainerOrTheHost, life,
+              "where the path of the shared file comes from") {
   const PathRow rows[] = {
       {kEmbedded, "name.mov", {{8, "/eight.mov"}, {5, "/five.mov"}}, {"property 8"}, "/eight.mov"},
       {kEmbedded, "name.mov", {{5, "/five.mov"}}, {"property 8", "property 5"}, "/five.mov"},
@@ -75,7 +77,8 @@ TEST_F(ContractTest, TheSharedFilesPathComesFromTheContainerOrTheHost) {
   }
 }
 
-TEST_F(ContractTest, ARecordingKnowsItsMediaFromTheFileName) {
+CONTRACT_CASE(ContractTest, ARecordingKnowsItsMediaFromTheFileName, life,
+              "a recording's kind of media, before anything is known of it") {
   const std::pair<const char*, int> rows[] = {
       {"talk.final.MP3", 1}, {"clip.mov", 3}, {"talk", 3}, {"mp3", 3}, {"", 0}, {nullptr, 0}};
   host.liveMeeting = false;
@@ -89,7 +92,8 @@ TEST_F(ContractTest, ARecordingKnowsItsMediaFromTheFileName) {
   }
 }
 
-TEST_F(ContractTest, ASourcesFirstAndLaterActivation) {
+CONTRACT_CASE(ContractTest, ASourcesFirstAndLaterActivation, life,
+              "what a source tells at its activations, and in which order") {
   create();
   host.take();
   activate();
@@ -113,7 +117,8 @@ TEST_F(ContractTest, ASourcesFirstAndLaterActivation) {
   EXPECT_EQ(parent->subviews().size(), 1) << "the same view again";
 }
 
-TEST_F(ContractTest, ARecordingIsJoinedFromTheStart) {
+CONTRACT_CASE(ContractTest, ARecordingIsJoinedFromTheStart, life,
+              "a recording needs no channel to be joined") {
   host.liveMeeting = false;
   createListener();
   host.take();
@@ -128,7 +133,8 @@ TEST_F(ContractTest, ARecordingIsJoinedFromTheStart) {
   EXPECT_EQ(count(takeTraceLines(), "Curent chanel status is = 2"), 1) << "said by itself";
 }
 
-TEST_F(ContractTest, BadArgumentsUseUpTheFirstActivationAndNothingElse) {
+CONTRACT_CASE(ContractTest, BadArgumentsUseUpTheFirstActivationAndNothingElse, life,
+              "wrong arguments of an activation are refused") {
   createListener();
   host.take();
   EXPECT_EQ(object->CreateActiveUI(nullptr, &rect), UCF_E_INVALID_ARG);
@@ -140,7 +146,8 @@ TEST_F(ContractTest, BadArgumentsUseUpTheFirstActivationAndNothingElse) {
   EXPECT_THAT(host.take(), testing::Not(testing::Contains("query 0 42")));
 }
 
-TEST_F(ContractTest, UsageModeDecidesAboutItemStates) {
+CONTRACT_CASE(ContractTest, UsageModeDecidesAboutItemStates, life,
+              "which items of the host's menus are switched") {
   for (const std::uint32_t mode : {0U, 10U, 11U, 12U}) {
     create();
     if (mode != 0) {  // 10 unless it was said otherwise
@@ -163,7 +170,8 @@ TEST_F(ContractTest, UsageModeDecidesAboutItemStates) {
   }
 }
 
-TEST_F(ContractTest, FollowsMovesAndParentsWhileItIsActive) {
+CONTRACT_CASE(ContractTest, FollowsMovesAndParentsWhileItIsActive, life,
+              "the view follows its parent and place") {
   for (const auto& [context, source] :
        {std::pair{kEmbedded, true}, {kOutside, true}, {kEmbedded, false}, {kOutside, false}}) {
     SCOPED_TRACE(testing::Message() << "context " << context << " source " << source);
@@ -203,7 +211,8 @@ TEST_F(ContractTest, FollowsMovesAndParentsWhileItIsActive) {
   }
 }
 
-TEST_F(ContractTest, AParentThatAnInactiveDocumentIsToldOfIsForgotten) {
+CONTRACT_CASE(ContractTest, AParentThatAnInactiveDocumentIsToldOfIsForgotten, life,
+              "an inactive document does not move") {
   create(kOutside, "/m/talk.mov");
   activate();
   session(SESSION_MSG_JOIN_CONFIRM);
@@ -216,7 +225,8 @@ TEST_F(ContractTest, AParentThatAnInactiveDocumentIsToldOfIsForgotten) {
   EXPECT_EQ(view()->container->superview(), parent.get());
 }
 
-TEST_F(ContractTest, ActivatedAgainItForgetsHeldReportsOfActivityOnly) {
+CONTRACT_CASE(ContractTest, ActivatedAgainItForgetsHeldReportsOfActivityOnly, life,
+              "what waits for the channel survives a second activation") {
   open();
   view()->playing = true;
   view()->delegate->onPlay(nullptr);
@@ -226,7 +236,7 @@ TEST_F(ContractTest, ActivatedAgainItForgetsHeldReportsOfActivityOnly) {
   EXPECT_THAT(host.take(), ElementsAre("status 0 0", "status 3 0"));
 }
 
-TEST_F(ContractTest, ReleaseEndsInOrder) {
+CONTRACT_CASE(ContractTest, ReleaseEndsInOrder, life, "what Release tells, and in which order") {
   present();
   forget();
   release();

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <array>
 
-#include "tests/model/Model.h"
-#include "tests/model/RecordText.h"
+#include "validator/model/Model.h"
+#include "validator/model/RecordText.h"
 
 namespace model {
 

@@ -2,8 +2,8 @@
 // view that plays nothing, on a stepped clock.
 #pragma once
 
-#include "tests/contract/ContractFixture.h"
-#include "tests/model/Model.h"
+#include "validator/cases/ContractFixture.h"
+#include "validator/model/Model.h"
 
 namespace model {
 

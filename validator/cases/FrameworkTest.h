@@ -6,8 +6,8 @@
 #include <memory>
 
 #include "platform/RunLoop.h"
-#include "tests/movara/TraceLines.h"
-#include "tests/movara/common/FakeVideoPlayer.h"
+#include "validator/cases/FakeVideoPlayer.h"
+#include "validator/cases/TraceLines.h"
 
 class FrameworkTest : public testing::Test {
  protected:

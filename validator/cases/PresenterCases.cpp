@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "platform/Exception.h"
-#include "tests/contract/ContractFixture.h"
+#include "validator/cases/ContractFixture.h"
 
 namespace contract {
 namespace {
@@ -11,7 +11,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST_F(ContractTest, APresenterStartsStepByStep) {
+CONTRACT_CASE(ContractTest, APresenterStartsStepByStep, messages,
+              "countdown, probe, open, publish, register, in this order") {
   createActive();
   forget();
   session(SESSION_MSG_JOIN_CONFIRM);
@@ -42,7 +43,8 @@ TEST_F(ContractTest, APresenterStartsStepByStep) {
   EXPECT_EQ(shown(), 5);
 }
 
-TEST_F(ContractTest, OnlyTicksOfAnActivePlayerCount) {
+CONTRACT_CASE(ContractTest, OnlyTicksOfAnActivePlayerCount, messages,
+              "a hidden document does not count down") {
   createActive();
   session(SESSION_MSG_JOIN_CONFIRM);
   ticks(3);
@@ -55,7 +57,8 @@ TEST_F(ContractTest, OnlyTicksOfAnActivePlayerCount) {
   EXPECT_FALSE(view()->asset);
 }
 
-TEST_F(ContractTest, TheFirstProbeArmsTheCountdownAndTheLastOpensTheFile) {
+CONTRACT_CASE(ContractTest, TheFirstProbeArmsTheCountdownAndTheLastOpensTheFile, messages,
+              "the platform's answers decide about the start") {
   struct Row {
     UCFResult result;
     std::uint64_t answer;
@@ -90,7 +93,8 @@ TEST_F(ContractTest, TheFirstProbeArmsTheCountdownAndTheLastOpensTheFile) {
   }
 }
 
-TEST_F(ContractTest, AnExceptionWhileAnActivationSetsTheStateBackEndsIt) {
+CONTRACT_CASE(ContractTest, AnExceptionWhileAnActivationSetsTheStateBackEndsIt, life,
+              "an exception of the view ends an activation, not the program") {
   createActive();
   session(SESSION_MSG_JOIN_CONFIRM);
   session(SESSION_MSG_JOIN_CONFIRM);
@@ -105,7 +109,8 @@ TEST_F(ContractTest, AnExceptionWhileAnActivationSetsTheStateBackEndsIt) {
   EXPECT_TRUE(view()->asset) << "the countdown goes on where it was";
 }
 
-TEST_F(ContractTest, AMovieReportedAsOpenIsPublishedAgainAndRegisteredOnce) {
+CONTRACT_CASE(ContractTest, AMovieReportedAsOpenIsPublishedAgainAndRegisteredOnce, messages,
+              "a movie is registered once") {
   open();
   host.take();
   EXPECT_EQ(notify(8), -1);
@@ -124,7 +129,8 @@ TEST_F(ContractTest, AMovieReportedAsOpenIsPublishedAgainAndRegisteredOnce) {
   EXPECT_THAT(host.take(), ElementsAre("status 3 0", "register 90 3")) << "in seconds";
 }
 
-TEST_F(ContractTest, FormatsAndSamplesFlowOnceTheChannelIsJoined) {
+CONTRACT_CASE(ContractTest, FormatsAndSamplesFlowOnceTheChannelIsJoined, messages,
+              "formats and samples wait for the channel") {
   open();
   host.take();
   const auto deliver = [](std::uint32_t milliseconds) {
@@ -148,7 +154,8 @@ TEST_F(ContractTest, FormatsAndSamplesFlowOnceTheChannelIsJoined) {
   EXPECT_EQ(host.samples, 1) << "no longer joined";
 }
 
-TEST_F(ContractTest, ThePresentersActionsReachThePlatform) {
+CONTRACT_CASE(ContractTest, ThePresentersActionsReachThePlatform, messages,
+              "play, pause and seek are reported with their positions") {
   present();
   auto* const player = view()->delegate;
   view()->position = 12.3456F;
@@ -179,7 +186,8 @@ TEST_F(ContractTest, ThePresentersActionsReachThePlatform) {
   }
 }
 
-TEST_F(ContractTest, WhatBecomesOfTheOpening) {
+CONTRACT_CASE(ContractTest, WhatBecomesOfTheOpening, messages,
+              "a file that does not open ends in a status") {
   using avcapture::KTVideoPlayer;
   const struct {
     const char* name;
@@ -224,7 +232,8 @@ TEST_F(ContractTest, WhatBecomesOfTheOpening) {
   }
 }
 
-TEST_F(ContractTest, AnOpenResultCountsOnceAndInItsLow32Bits) {
+CONTRACT_CASE(ContractTest, AnOpenResultCountsOnceAndInItsLow32Bits, messages,
+              "the result of an opening counts once") {
   const struct {
     unsigned long result;
     std::int32_t answer;
@@ -246,7 +255,8 @@ TEST_F(ContractTest, AnOpenResultCountsOnceAndInItsLow32Bits) {
   }
 }
 
-TEST_F(ContractTest, AMovieThatIsOpenAlreadyIsReportedAgainNotOpenedAgain) {
+CONTRACT_CASE(ContractTest, AMovieThatIsOpenAlreadyIsReportedAgainNotOpenedAgain, messages,
+              "an open movie is reported again, not opened again") {
   createActive();
   session(SESSION_MSG_JOIN_CONFIRM);
   // The host activates anew while the view opens: the start counts down once more.
@@ -270,7 +280,8 @@ TEST_F(ContractTest, AMovieThatIsOpenAlreadyIsReportedAgainNotOpenedAgain) {
   EXPECT_EQ(count(host.take(), "format 1"), 2) << "its format is announced again";
 }
 
-TEST_F(ContractTest, ASampleWaitsForTheRequestThatTheRouterHas) {
+CONTRACT_CASE(ContractTest, ASampleWaitsForTheRequestThatTheRouterHas, threads,
+              "samples and requests never meet in the router") {
   present();
   view()->playing = true;
   frame(0);
@@ -302,7 +313,8 @@ TEST_F(ContractTest, ASampleWaitsForTheRequestThatTheRouterHas) {
 
 // The view tells of its own opening: the one place where the end of an object is thrown to its
 // host.
-TEST_F(ContractTest, AHostThatReleasesWhileTheViewOpensIsToldWhenItAsked) {
+CONTRACT_CASE(ContractTest, AHostThatReleasesWhileTheViewOpensIsToldWhenItAsked, endings,
+              "a release while the view opens") {
   for (const bool ownMessage : {false, true}) {
     openAtTheNextTick();
     view()->whileOpening = [&] {
@@ -322,7 +334,8 @@ TEST_F(ContractTest, AHostThatReleasesWhileTheViewOpensIsToldWhenItAsked) {
   }
 }
 
-TEST_F(ContractTest, AReleaseWithinARequestDoesNotWaitForASampleThatWaitsForTheRequest) {
+CONTRACT_CASE(ContractTest, AReleaseWithinARequestDoesNotWaitForASampleThatWaitsForTheRequest,
+              endings, "a release within a request while samples come") {
   for (int round = 0; round < 20; ++round) {
     present();
     view()->playing = true;

@@ -1,5 +1,5 @@
 // Hosts that release an object from within one of its own calls, at every moment there is.
-#include "tests/contract/ContractFixture.h"
+#include "validator/cases/ContractFixture.h"
 
 namespace contract {
 namespace {
@@ -37,7 +37,8 @@ class ReleaseTest : public ContractTest {
   }
 };
 
-TEST_F(ReleaseTest, EndsAtOnceAndNothingFollows) {
+CONTRACT_CASE(ReleaseTest, EndsAtOnceAndNothingFollows, endings,
+              "a release within any of its calls is the last of them") {
   const auto createUI = [this] { object->CreateActiveUI(parent.get(), &rect); };
   const auto question = [this] {
     unsigned char record[16] = {16, 0, 0, 0, 2};

@@ -1,8 +1,8 @@
 // What the instances of one document tell each other, and the video size that the client reports.
 #include <algorithm>
 
-#include "tests/contract/ContractFixture.h"
-#include "tests/movara/common/Listener.h"
+#include "validator/cases/ContractFixture.h"
+#include "validator/cases/Listener.h"
 
 namespace contract {
 namespace {
@@ -21,7 +21,8 @@ std::vector<unsigned char> commandRecord(std::uint32_t stated, std::int32_t comm
   return record;
 }
 
-TEST_F(ContractTest, APresenterWhoseJoinFailedAnswersTheQuestionForIt) {
+CONTRACT_CASE(ContractTest, APresenterWhoseJoinFailedAnswersTheQuestionForIt, records,
+              "command records are read by their length") {
   for (const bool failed : {false, true}) {
     create();
     if (failed) {
@@ -51,7 +52,8 @@ TEST_F(ContractTest, APresenterWhoseJoinFailedAnswersTheQuestionForIt) {
   }
 }
 
-TEST_F(ContractTest, NewsOfAFailedJoinCountsForAttendees) {
+CONTRACT_CASE(ContractTest, NewsOfAFailedJoinCountsForAttendees, records,
+              "a command of another length or number is ignored") {
   for (const std::uint32_t role : {0U, 1U, 2U, 3U}) {
     host.runtimeMode = UCF_RUNTIME_MODE_LISTENER;
     host.role = role;
@@ -72,7 +74,8 @@ TEST_F(ContractTest, NewsOfAFailedJoinCountsForAttendees) {
   }
 }
 
-TEST_F(ContractTest, NewsThatCannotBeSentAreDropped) {
+CONTRACT_CASE(ContractTest, NewsThatCannotBeSentAreDropped, messages,
+              "news that the host cannot send are dropped") {
   host.canSend = false;
   create();
   forget();
@@ -84,7 +87,8 @@ TEST_F(ContractTest, NewsThatCannotBeSentAreDropped) {
   EXPECT_THAT(host.take(), ElementsAre("to all 0800000003000000"));
 }
 
-TEST_F(ContractTest, AListenerRegistersWithThePresentersMediaInfo) {
+CONTRACT_CASE(ContractTest, AListenerRegistersWithThePresentersMediaInfo, records,
+              "a listener registers what the presenter has published") {
   listen();
   ticks(1);
   forget();
@@ -104,7 +108,8 @@ TEST_F(ContractTest, AListenerRegistersWithThePresentersMediaInfo) {
   EXPECT_THAT(host.take(), ElementsAre("register -1 1", "status 3 0")) << "after a reconnect";
 }
 
-TEST_F(ContractTest, ParameterDataOfWrongLengthOrIdIsIgnored) {
+CONTRACT_CASE(ContractTest, ParameterDataOfWrongLengthOrIdIsIgnored, records,
+              "parameter data of another length or number is ignored") {
   createListener();
   forget();
   const tagStmMediaInfo info{90000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO, 1};
@@ -125,7 +130,8 @@ TEST_F(ContractTest, ParameterDataOfWrongLengthOrIdIsIgnored) {
   EXPECT_EQ(count(takeTraceLines(), "listen register info to buffer, this = 0x"), 1);
 }
 
-TEST_F(ContractTest, AListenersVolumeAndTheClientsVideoSizeArePassedOn) {
+CONTRACT_CASE(ContractTest, AListenersVolumeAndTheClientsVideoSizeArePassedOn, messages,
+              "volume and the client's video size are passed on") {
   listen();
   channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
   forget();

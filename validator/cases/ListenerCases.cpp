@@ -1,5 +1,5 @@
 // An attendee's way to the stream, whatever comes first.
-#include "tests/contract/ContractFixture.h"
+#include "validator/cases/ContractFixture.h"
 
 namespace contract {
 namespace {
@@ -61,7 +61,8 @@ class ListenerTest : public ContractTest {
 
 // The first activation sets the state back, so what it finds waiting goes on waiting; a view is
 // attached only by parameter data that finds the player active.
-TEST_F(ListenerTest, RegistersOnceInEachOrderOfEvents) {
+CONTRACT_CASE(ListenerTest, RegistersOnceInEachOrderOfEvents, messages,
+              "a listener registers once, whatever comes first") {
   for (const std::string story :
        {"A Cs J Prsv Su ",  "A Cs Prsv J Su ", "A J Cs Prsv Su ",   "A J P Crsv Ssu ",
         "A P Crsv J Ssu ",  "A P Jr Csv Ssu ", "C A J P Ssrsvu ",   "C A P Jr Sssvu ",
@@ -80,7 +81,8 @@ TEST_F(ListenerTest, RegistersOnceInEachOrderOfEvents) {
   }
 }
 
-TEST_F(ListenerTest, FirstActivationTakesOverThePresentStatusOfTheChannel) {
+CONTRACT_CASE(ListenerTest, FirstActivationTakesOverThePresentStatusOfTheChannel, messages,
+              "a channel that was there before the view is taken over") {
   struct Row {
     UCFResult answer;
     std::uint32_t status;
@@ -113,7 +115,8 @@ TEST_F(ListenerTest, FirstActivationTakesOverThePresentStatusOfTheChannel) {
   }
 }
 
-TEST_F(ListenerTest, ParameterDataThatFindsThePlayerInactiveAttachesNothing) {
+CONTRACT_CASE(ListenerTest, ParameterDataThatFindsThePlayerInactiveAttachesNothing, messages,
+              "no render view is attached by an inactive player") {
   createListener();
   host.within = [this](const std::string& line) {
     if (line == "request 0") {  // as a host that answers at once
@@ -134,7 +137,8 @@ TEST_F(ListenerTest, ParameterDataThatFindsThePlayerInactiveAttachesNothing) {
   EXPECT_THAT(host.take(), ElementsAre("render 130 view", "item 800=0", "status 3 0", "query 1 0"));
 }
 
-TEST_F(ListenerTest, ReconnectsFromAJoinedAndFromAFailedChannel) {
+CONTRACT_CASE(ListenerTest, ReconnectsFromAJoinedAndFromAFailedChannel, messages,
+              "a listener finds its way back after a reconnect") {
   createListener();
   for (const char event : std::string("APCS")) {
     happen(event);
@@ -160,7 +164,8 @@ TEST_F(ListenerTest, ReconnectsFromAJoinedAndFromAFailedChannel) {
   EXPECT_EQ(shown(), 2) << "sound only now";
 }
 
-TEST_F(ListenerTest, ActivatedAfterARefusalItStaysDeaf) {
+CONTRACT_CASE(ListenerTest, ActivatedAfterARefusalItStaysDeaf, messages,
+              "a refused join stays refused") {
   createListener();
   session(SESSION_MSG_JOIN_FAILED);
   activate();
@@ -175,7 +180,8 @@ TEST_F(ListenerTest, ActivatedAfterARefusalItStaysDeaf) {
   EXPECT_EQ(shown(), 9);
 }
 
-TEST_F(ListenerTest, ARecordingIsActivatedAgainWithoutAChannel) {
+CONTRACT_CASE(ListenerTest, ARecordingIsActivatedAgainWithoutAChannel, messages,
+              "a recording is shown again without a channel") {
   host.liveMeeting = false;
   listen();
   object->DestroyActiveUI();

@@ -1,7 +1,7 @@
 // Stories whose every log line is compared, addresses by the name of what lies there.
 #pragma once
 
-#include "tests/contract/ContractFixture.h"
+#include "validator/cases/ContractFixture.h"
 
 namespace contract {
 

@@ -7,11 +7,12 @@
 #include "avcapture/Keys.h"
 #include "mmp/ParticipantRecords.h"
 #include "mmp/StatusRecords.h"
-#include "tests/contract/Module.h"
-#include "tests/contract/RecordingHost.h"
-#include "tests/movara/common/FrameworkTest.h"
 #include "ucf/IUCFObjectRuntime.h"
 #include "ucf/SessionMessages.h"
+#include "validator/cases/Case.h"
+#include "validator/cases/FrameworkTest.h"
+#include "validator/cases/Module.h"
+#include "validator/cases/RecordingHost.h"
 
 namespace contract {
 
@@ -27,6 +28,10 @@ constexpr UCFCtx kOutside = 1;
 
 class ContractTest : public FrameworkTest {
  protected:
+  void SetUp() override {
+    const std::string why = Module::loaded().unusable();
+    if (!why.empty()) GTEST_SKIP() << why;
+  }
   ~ContractTest() override {
     end();
     EXPECT_EQ(host.variantsHeld, 0) << "variants that were not given back";

@@ -5,7 +5,7 @@
 #include <iosfwd>
 #include <span>
 
-#include "tests/model/Subject.h"
+#include "validator/model/Subject.h"
 
 namespace model {
 

@@ -1,8 +1,8 @@
 // What an attendee's object logs, and what any object logs on a thread that it is not meant for.
 #include <thread>
 
-#include "tests/contract/TextsFixture.h"
-#include "tests/movara/common/Listener.h"
+#include "validator/cases/Listener.h"
+#include "validator/cases/TextsFixture.h"
 
 namespace contract {
 namespace {
@@ -25,7 +25,8 @@ class AttendeeTexts : public TextsTest {
   }
 };
 
-TEST_F(AttendeeTexts, FromCreationToAJoinedChannel) {
+CONTRACT_CASE(AttendeeTexts, FromCreationToAJoinedChannel, texts,
+              "the log from creation to a joined channel") {
   expectTexts({
       {"creation and activation in the agenda document",
        [this] { host.ownDocument = false; },
@@ -83,7 +84,8 @@ TEST_F(AttendeeTexts, FromCreationToAJoinedChannel) {
   });
 }
 
-TEST_F(AttendeeTexts, OfThePresentersPlayer) {
+CONTRACT_CASE(AttendeeTexts, OfThePresentersPlayer, texts,
+              "the log of an attendee about the presenter's player") {
   const auto play = [this](std::uint32_t value) {
     tagMSPlayStatus record{};
     record.dwPlayStatus = value;
@@ -168,7 +170,8 @@ TEST_F(AttendeeTexts, OfThePresentersPlayer) {
   });
 }
 
-TEST_F(AttendeeTexts, OnAThreadThatAnObjectIsNotMeantFor) {
+CONTRACT_CASE(AttendeeTexts, OnAThreadThatAnObjectIsNotMeantFor, threads,
+              "a call on a wrong thread is logged as one") {
   const auto elsewhere = [](std::function<void()> work) {
     return [work = std::move(work)] { std::thread(work).join(); };
   };

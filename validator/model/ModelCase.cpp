@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <set>
 
-#include "tests/model/Steps.h"
+#include "validator/model/Steps.h"
 
 namespace rc {
 
@@ -78,7 +78,16 @@ void run(const World& world, const std::vector<Step>& steps) {
   RC_ASSERT(subject.host.take() == expected.takeLines());
 }
 
-TEST(ModelTest, TheModuleDoesWhatTheModelSays) {
+class ModelTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    const std::string why = contract::Module::loaded().unusable();
+    if (!why.empty()) GTEST_SKIP() << why;
+  }
+};
+
+CONTRACT_CASE(ModelTest, TheModuleDoesWhatTheModelSays, sequences,
+              "random runs of steps lead to what the model says") {
   ::setenv("RC_PARAMS", "seed=1 max_success=5000", 0);  // NOLINT(concurrency-mt-unsafe)
   EXPECT_TRUE(rc::check("the module does what the model says", run));
   // All but the one that nothing leads to.

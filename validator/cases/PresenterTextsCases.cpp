@@ -1,7 +1,7 @@
 // What a presenter's object logs: every text, in its place, with the arguments it names.
 #include "platform/Exception.h"
 #include "platform/NotificationCenter.h"
-#include "tests/contract/TextsFixture.h"
+#include "validator/cases/TextsFixture.h"
 
 namespace contract {
 namespace {
@@ -33,7 +33,8 @@ class PresenterTexts : public TextsTest {
   }
 };
 
-TEST_F(PresenterTexts, FromCreationToAJoinedChannel) {
+CONTRACT_CASE(PresenterTexts, FromCreationToAJoinedChannel, texts,
+              "the log from creation to a joined channel") {
   const Lines kTick = {"I CMovaraApp::RouteMessage, type = 0, uMsg = 0, this = 0xAPP ",
                        "I CMovaraApp::RenderFileName, file = /m/talk.mov, this = 0xAPP ",
                        "I UI already exist"};
@@ -114,7 +115,7 @@ TEST_F(PresenterTexts, FromCreationToAJoinedChannel) {
   });
 }
 
-TEST_F(PresenterTexts, OfTheRunningStream) {
+CONTRACT_CASE(PresenterTexts, OfTheRunningStream, texts, "the log of a running stream") {
   constexpr const char* kFormatSent = "I SetSourceMediaFormat sended, this = 0xMANAGER ";
   constexpr const char* kFormatTold =
       "I tell mmp session the video format, height = 2, width = 8, this = 0xAPP ";
@@ -184,7 +185,8 @@ TEST_F(PresenterTexts, OfTheRunningStream) {
   });
 }
 
-TEST_F(PresenterTexts, OfTheSessionAndTheClient) {
+CONTRACT_CASE(PresenterTexts, OfTheSessionAndTheClient, texts,
+              "the log of session messages and of what the client reports") {
   constexpr const char* kHol = "HOLStatusNotification";
   const auto post = [](const char* name, const platform::Dictionary* info) {
     platform::NotificationCenter::defaultCenter().post(name, nullptr, info);

@@ -1,4 +1,4 @@
-#include "tests/model/Steps.h"
+#include "validator/model/Steps.h"
 
 #include <array>
 #include <ostream>

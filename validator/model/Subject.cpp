@@ -1,4 +1,4 @@
-#include "tests/model/Subject.h"
+#include "validator/model/Subject.h"
 
 #include <array>
 

@@ -1,0 +1,66 @@
+// The five exports of a bundle of the plug-in, loaded for as long as this lives. [main-thread]
+#pragma once
+
+#include <dlfcn.h>
+
+#include <string>
+
+#include "ucf/Exports.h"
+
+namespace contract {
+
+// The code of the plug-in that the program looks at; each program says which.
+const char* pluginCode();
+
+class Module {
+ public:
+  explicit Module(const char* code = pluginCode()) : code_(dlopen(code, RTLD_NOW | RTLD_LOCAL)) {
+    if (code_ == nullptr) error_ = dlerror();  // NOLINT(concurrency-mt-unsafe): keeps it per thread
+  }
+  ~Module() {
+    if (code_ != nullptr) dlclose(code_);
+  }
+  Module(const Module&) = delete;
+  Module& operator=(const Module&) = delete;
+
+  // One for all cases that do not care.
+  static const Module& loaded() {
+    static const Module module;
+    return module;
+  }
+
+  const std::string& error() const { return error_; }  // empty when it was loaded
+  bool exportsAll() const {
+    return initialize && cleanup && createInstance && deleteInstance && getInterfaceVersion;
+  }
+  // Of the code and of the libraries that it needs; null when there is none of the name.
+  void* symbol(const char* name) const { return code_ != nullptr ? dlsym(code_, name) : nullptr; }
+  // Why no object can be driven between a recording host and a view of ours; empty when it can.
+  const char* unusable() const {
+    if (!error_.empty()) return "the code cannot be loaded";
+    if (!exportsAll()) return "an export is missing";
+    // The view is seen only by who stands in for the framework's.
+    return symbol("_ZN9avcapture13KTVideoPlayer11newInstanceEv")
+               ? ""
+               : "it does not use the framework's player view";
+  }
+
+ private:
+  template <class Function>
+  Function function(const char* name) const {
+    return reinterpret_cast<Function>(symbol(name));
+  }
+
+  void* const code_;
+  std::string error_;
+
+ public:
+  const UCFInitializeFn initialize = function<UCFInitializeFn>("UCFInitialize");
+  const UCFCleanupFn cleanup = function<UCFCleanupFn>("UCFCleanup");
+  const UCFCreateInstanceFn createInstance = function<UCFCreateInstanceFn>("UCFCreateInstance");
+  const UCFDeleteInstanceFn deleteInstance = function<UCFDeleteInstanceFn>("UCFDeleteInstance");
+  const UCFGetInterfaceVersionFn getInterfaceVersion =
+      function<UCFGetInterfaceVersionFn>("UCFGetInterfaceVersion");
+};
+
+}  // namespace contract
