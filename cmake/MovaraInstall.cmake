@@ -12,7 +12,7 @@ install(
   LIBRARY DESTINATION ${MOVARA_APP_INSTALLED}/Frameworks COMPONENT client)
 install(TARGETS avcapture-sound avcapture-turning
         LIBRARY DESTINATION ${MOVARA_APP_INSTALLED}/Frameworks COMPONENT client)
-foreach(bundle IN ITEMS movara lumtrace)
+foreach(bundle IN ITEMS movara lumtrace validate-host)
   install(
     TARGETS ${bundle}_bundle
     LIBRARY DESTINATION ${MOVARA_APP_INSTALLED}/PlugIns/${bundle}.bundle/Contents/Linux

@@ -120,8 +120,8 @@ class Container : public IUCFContainerBase {
     else if (id == UCF_IID_OBJECT_MSG_ROUTER)
       *out = static_cast<IUCFMsgRouter*>(&router_);
     else
-      return UCF_E_NOINTERFACE;
-    return UCF_OK;
+      *out = nullptr;
+    return *out ? UCF_OK : UCF_E_NOINTERFACE;
   }
   UCFResult GetProperty(std::uint32_t id, tagUCFVariant* out) override {
     if (id != UCF_PROPERTY_FILE_PATH) return UCF_E_INVALID_ARG;
@@ -131,7 +131,7 @@ class Container : public IUCFContainerBase {
   }
   void FreeVariant(tagUCFVariant*) override {}  // the path is not a copy
   UCFResult GetSharedProperty(std::uint32_t, tagUCFVariant*) override { return UCF_E_INVALID_ARG; }
-  UCFResult SetSharedProperty(std::uint32_t, tagUCFVariant*) override { return UCF_OK; }
+  UCFResult SetSharedProperty(std::uint32_t, tagUCFVariant*) override { return UCF_E_INVALID_ARG; }
 
  private:
   const char* file_;
@@ -148,7 +148,7 @@ std::string share(const platform::View& view, const Router& router) {
     const auto player = avcapture::KTVideoPlayer::inView(view);
     const int status = player ? player->statusViewType() : 0;
     if (status == 101 || status == 102) return avcapture::statusText(status);  // not a media file
-    if (router.registered() && !pressed) {
+    if (player && router.registered() && !pressed) {
       player->onStart(nullptr);
       pressed = true;
     }

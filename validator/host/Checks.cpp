@@ -1,0 +1,129 @@
+#include "validator/host/Checks.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+namespace hostcheck {
+
+namespace {
+
+struct Entry {
+  const char* name;
+  const char* protects;
+  const char* skipped;  // why nothing was seen of it
+};
+
+constexpr Entry kChecks[] = {
+    {"version-asked", "a module of another contract is never started", "no object was created"},
+    {"initialize-first", "the module is set up before it makes objects", "no object was created"},
+    {"exports-on-main-thread", "the module's own state needs no lock", "no export was called"},
+    {"create-arguments", "an object has a container, and a presenter a file",
+     "no object was created"},
+    {"cleanup-last", "nothing of the module is used once it has been cleaned up",
+     "the module was never initialized"},
+    {"calls-on-main-thread", "an object's state needs no lock", "no object was called"},
+    {"messages-on-main-thread", "a message finds the object at rest", "no message came"},
+    {"nothing-after-release", "an object that is gone is not called", "no object was released"},
+    {"activation-order", "the document is shown and hidden in turn", "no document was shown"},
+    {"view-usable", "the document has a place to be seen", "no document was shown"},
+    {"view-kept", "the parent view lives as long as the document is shown in it",
+     "no document was hidden"},
+    {"interfaces-served", "runtime and router are reached and stay the same",
+     "the container has neither runtime nor router"},
+    {"unknown-interface-refused", "what is not served is not taken for something else",
+     "no object was created"},
+    {"file-path", "the presenter's object finds the shared file",
+     "no presenter was created in the document area"},
+    {"refusal-leaves-variant-alone", "what was not filled is not given back",
+     "the container refused no property"},
+    {"variants-freed", "FreeVariant gives back what was filled",
+     "no text was filled, or the memory in use cannot be measured"},
+    {"shared-properties", "the player's state survives a deactivation", "the container keeps none"},
+    {"role", "the object knows whether its user presents or attends",
+     "the container has no runtime"},
+    {"identity", "commands find their receivers", "the runtime tells no identity"},
+    {"item-states", "the host's items follow the document", "no live document was shown"},
+    {"parameter-data", "attendees learn what the presenter shares",
+     "none was published or delivered"},
+    {"command-data", "commands arrive as they were sent", "no command arrived"},
+    {"no-echo", "a command does not come back to its sender", "no command arrived"},
+    {"session-ids", "requests name the session and the source", "the container has no router"},
+    {"requests-taken", "what a participant asks for happens", "nothing was asked for"},
+    {"query-answers", "a question is answered in its answer words only", "nothing was asked"},
+    {"records-untouched", "records and samples stay their sender's", "no record was sent"},
+    {"samples-return", "playing does not stand still", "no sample was sent: nothing was played"},
+    {"known-messages", "messages are of the families that an object knows", "no message came"},
+    {"status-fields", "status records hold values that mean something", "no status came"},
+    {"channel-order", "a channel is created, then joined, then used", "no channel status came"},
+    {"render-withdrawn", "nobody draws into a view that was withdrawn",
+     "no listener's view was withdrawn"},
+};
+static_assert(std::size(kChecks) == static_cast<std::size_t>(Check::count));
+
+const char* name(Outcome outcome) {
+  constexpr const char* kNames[] = {"skipped", "passed", "failed"};
+  return kNames[static_cast<std::size_t>(outcome)];
+}
+
+// Texts of this module: no control characters.
+std::string quoted(const std::string& text) {
+  std::string result = "\"";
+  for (const char letter : text) {
+    if (letter == '"' || letter == '\\') result += '\\';
+    result += letter;
+  }
+  return result + '"';
+}
+
+}  // namespace
+
+Findings& Findings::shared() {
+  // Never destroyed: a host's thread may call late.
+  static auto& findings = *new Findings;
+  return findings;
+}
+
+bool Findings::note(Check check, bool holds, const std::string& reason) {
+  const platform::Lock lock(mutex_);
+  Finding& finding = findings_.at(static_cast<std::size_t>(check));
+  const Outcome outcome = holds ? Outcome::passed : Outcome::failed;
+  if (outcome <= finding.outcome) return holds;
+  finding = {outcome, holds ? "" : reason};
+  changed_ = true;
+  return holds;
+}
+
+std::string Findings::text(bool json) const {
+  std::string all;
+  for (std::size_t at = 0; at < findings_.size(); ++at) {
+    const Entry& entry = kChecks[at];
+    const Finding& finding = findings_.at(at);
+    const std::string outcome = name(finding.outcome);
+    const std::string why = finding.outcome == Outcome::skipped ? entry.skipped : finding.reason;
+    if (json)
+      all += "{\"check\":" + quoted(entry.name) + ",\"outcome\":" + quoted(outcome) +
+             ",\"reason\":" + quoted(why) + ",\"protects\":" + quoted(entry.protects) + "}\n";
+    else
+      all += "validate-host: " + outcome + "  " + entry.name + ": " + entry.protects +
+             (why.empty() ? "" : " (" + why + ")") + "\n";
+  }
+  return all;
+}
+
+void Findings::report() {
+  const platform::Lock lock(mutex_);
+  if (!changed_) return;
+  changed_ = false;
+  const char* path = std::getenv("MOVARA_VALIDATE_HOST_REPORT");
+  if (path == nullptr || *path == '\0') {
+    std::fputs(text(false).c_str(), stderr);
+    return;
+  }
+  std::ofstream file(path);
+  file << text(std::string(path).ends_with(".json"));
+  if (!file.flush()) std::fprintf(stderr, "validate-host: cannot write %s\n", path);
+}
+
+}  // namespace hostcheck

@@ -1,0 +1,215 @@
+#include "validator/host/ContainerCalls.h"
+
+#include <array>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "validator/host/Checks.h"
+#include "validator/host/MemoryInUse.h"
+
+namespace hostcheck {
+
+namespace {
+
+// What no host of this contract serves.
+constexpr auto kUnknownInterface = static_cast<UCFInterfaceID>(0x7FFF0001);
+constexpr std::uint32_t kUnknownProperty = 0x7FFF0001;
+constexpr std::uint32_t kUnusedBits = 0xA5A5A5A5U;
+constexpr unsigned char kOverwritten = 0xEE;
+
+// The smallest block that an allocator hands out; a leak is at least that large each time.
+constexpr std::size_t kSmallestBlock = 16;
+constexpr int kFillings = 512;
+
+void note(Check check, bool holds, const std::string& reason) {
+  Findings::shared().note(check, holds, reason);
+}
+
+tagUCFVariant unfilled() {
+  tagUCFVariant variant{};
+  variant.vt = kUnusedBits;
+  variant.reserved = kUnusedBits;
+  variant.ullVal = kUnusedBits;
+  return variant;
+}
+
+bool isUnfilled(const tagUCFVariant& variant) {
+  const tagUCFVariant pattern = unfilled();
+  return std::memcmp(&variant, &pattern, sizeof pattern) == 0;
+}
+
+bool holdsText(const tagUCFVariant& variant) {
+  if (variant.vt == UCFVT_STR) return variant.pszVal != nullptr && *variant.pszVal != '\0';
+  return variant.vt == UCFVT_WSTR && variant.pwszVal != nullptr && *variant.pwszVal != u'\0';
+}
+
+}  // namespace
+
+ContainerCalls::ContainerCalls(IUCFContainerBase& container) : container_(container) {
+  checkInterfaces();
+  if (runtime_ == nullptr) return;
+  const std::uint32_t role = runtime_->GetCurrentRole();
+  note(Check::role, (role & (UCF_ROLE_PRESENTER | UCF_ROLE_ATTENDEE)) != 0,
+       "role " + std::to_string(role) + " is neither presenter nor attendee");
+}
+
+void ContainerCalls::checkInterfaces() {
+  runtime_ = find<IUCFContainerRuntime>(UCF_IID_CONTAINER_RUNTIME);
+  router_ = find<IUCFMsgRouter>(UCF_IID_OBJECT_MSG_ROUTER);
+  void* out = this;
+  const UCFResult result = container_.GetUCFInterface(kUnknownInterface, &out);
+  note(Check::unknownRefused, result == UCF_E_NOINTERFACE && out == nullptr,
+       "an unknown identifier was not answered by UCF_E_NOINTERFACE and null");
+}
+
+template <class Interface>
+Interface* ContainerCalls::find(UCFInterfaceID id) {
+  std::array<void*, 2> found{};
+  for (void*& out : found) {
+    const UCFResult result = container_.GetUCFInterface(id, &out);
+    const bool consistent = result == UCF_OK || out == nullptr;
+    note(Check::interfacesServed, consistent,
+         "interface " + std::to_string(id) + " was refused, and stored as well");
+    if (!consistent) out = nullptr;
+  }
+  if (found[0] != nullptr || found[1] != nullptr)
+    note(Check::interfacesServed, found[0] == found[1],
+         "interface " + std::to_string(id) + " is another one when asked again");
+  return static_cast<Interface*>(found[0]);
+}
+
+bool ContainerCalls::presents() const {
+  return runtime_ != nullptr && runtime_->RequestParameterData(UCF_QUERY_OWN_DOCUMENT) != 0 &&
+         runtime_->GetRuntimeMode() != UCF_RUNTIME_MODE_LISTENER;
+}
+
+bool ContainerCalls::liveMeeting() const {
+  return runtime_ == nullptr || runtime_->RequestParameterData(UCF_QUERY_LIVE_MEETING) != 0;
+}
+
+// --- container ---
+
+void ContainerCalls::checkFilePath(bool needed) {
+  const bool found =
+      checkText(UCF_PROPERTY_FILE_PATH) || checkText(UCF_PROPERTY_FILE_PATH_FALLBACK);
+  if (needed)
+    note(Check::filePath, found, "neither property 8 nor property 5 is a text that is not empty");
+  tagUCFVariant variant = unfilled();
+  if (container_.GetProperty(kUnknownProperty, &variant) == UCF_OK)
+    container_.FreeVariant(&variant);
+  else
+    note(Check::refusalLeavesAlone, isUnfilled(variant),
+         "an unknown property was refused, and the variant written");
+}
+
+bool ContainerCalls::checkText(std::uint32_t id) {
+  tagUCFVariant variant = unfilled();
+  if (container_.GetProperty(id, &variant) != UCF_OK) {
+    note(Check::refusalLeavesAlone, isUnfilled(variant),
+         "property " + std::to_string(id) + " was refused, and the variant written");
+    return false;
+  }
+  const bool text = holdsText(variant);
+  if (!text)
+    note(Check::filePath, false,
+         "property " + std::to_string(id) + " is no text, or an empty one: type " +
+             std::to_string(variant.vt));
+  container_.FreeVariant(&variant);
+  if (text) checkFreeing(id);
+  return text;
+}
+
+// What is filled and given back many times must not add up. Other threads may allocate meanwhile:
+// only what grows each time is a leak.
+void ContainerCalls::checkFreeing(std::uint32_t id) {
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    const auto before = memoryInUse();
+    if (!before) return;
+    for (int filling = 0; filling < kFillings; ++filling) {
+      tagUCFVariant variant{};
+      if (container_.GetProperty(id, &variant) == UCF_OK) container_.FreeVariant(&variant);
+    }
+    if (memoryInUse().value_or(0) < *before + kFillings * kSmallestBlock)
+      return note(Check::variantsFreed, true, "");
+  }
+  note(Check::variantsFreed, false,
+       "memory grows each time that property " + std::to_string(id) + " is read and given back");
+}
+
+void ContainerCalls::checkSharedProperties() {
+  for (const std::int32_t value : {7, 0}) {
+    tagUCFVariant kept{};
+    kept.vt = UCFVT_I4;
+    kept.lVal = value;
+    if (container_.SetSharedProperty(STM_KEY_STATUS, &kept) != UCF_OK) return;
+    kept.lVal = -1;  // the host has a copy
+    tagUCFVariant read{};
+    const UCFResult result = container_.GetSharedProperty(STM_KEY_STATUS, &read);
+    note(Check::sharedProperties, result == UCF_OK && read.vt == UCFVT_I4 && read.lVal == value,
+         "a number that was taken is not what is read afterwards");
+    if (result == UCF_OK) container_.FreeVariant(&read);
+  }
+}
+
+// --- runtime ---
+
+void ContainerCalls::checkIdentity(bool presents) {
+  if (runtime_ == nullptr) return;
+  std::array<unsigned char, 16> identity{};
+  identity.fill(kOverwritten);
+  std::array<std::uint32_t, 2> presenter{kUnusedBits, kUnusedBits};
+  const bool hasPresenter = runtime_->GetPresenterUserId(presenter.data()) == UCF_OK;
+  if (hasPresenter)
+    note(Check::identity, presenter[1] == kUnusedBits,
+         "GetPresenterUserId writes more than 4 bytes");
+  hasIdentity_ = runtime_->GetOwnIdentity(identity.data()) == UCF_OK;
+  if (!hasIdentity_) return;
+  const std::string_view rest(reinterpret_cast<const char*>(identity.data()) + 8, 8);
+  note(Check::identity, rest == std::string(8, static_cast<char>(kOverwritten)),
+       "GetOwnIdentity writes more than 8 bytes");
+  std::memcpy(&ownUser_, identity.data(), sizeof ownUser_);
+  if (hasPresenter && presents)
+    note(Check::identity, ownUser_ == presenter[0],
+         "who presents has another user id than the presenter");
+}
+
+bool ContainerCalls::isOwnUser(std::uint32_t userId) const {
+  return hasIdentity_ && ownUser_ == userId;
+}
+
+void ContainerCalls::setItemStates(bool on) {
+  if (runtime_ == nullptr) return;
+  for (std::uint32_t item = UCF_ITEM_800; item <= UCF_ITEM_803; ++item)
+    note(Check::itemStates, runtime_->SetItemState(item, on ? 1 : 0, 0) == UCF_OK,
+         "the state of item " + std::to_string(item) + " was refused");
+}
+
+void ContainerCalls::publish(const tagStmMediaInfo& info) {
+  if (runtime_ == nullptr) return;
+  std::memcpy(sent_.data(), &info, sizeof info);
+  const UCFResult result =
+      runtime_->SetParameterData(STM_PARAMETER_MEDIA_INFO, sent_.data(), sizeof info);
+  note(Check::parameterData, result == UCF_OK, "what the presenter published was refused");
+  // The host has a copy; an object that gets these bytes finds no media in them.
+  sent_.fill(kOverwritten);
+}
+
+void ContainerCalls::requestMediaInfo() {
+  if (runtime_ != nullptr)
+    runtime_->RequestParameterData(static_cast<std::int32_t>(STM_PARAMETER_MEDIA_INFO));
+}
+
+void ContainerCalls::askWhetherJoinFailed() {
+  std::uint32_t presenter = 0;
+  if (runtime_ == nullptr || runtime_->CanSend() == 0 ||
+      runtime_->GetPresenterUserId(&presenter) != UCF_OK)
+    return;
+  const tagStmCommand head{sizeof sent_, SVS_QUERY_JOINSEESION_FAILED_CMD};
+  std::memcpy(sent_.data(), &head, sizeof head);
+  if (runtime_->GetOwnIdentity(sent_.data() + sizeof head) != UCF_OK) return;
+  runtime_->SendDataToUser(sent_.data(), sizeof sent_, presenter, 0);
+  sent_.fill(kOverwritten);
+}
+
+}  // namespace hostcheck

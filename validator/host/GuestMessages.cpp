@@ -1,0 +1,143 @@
+// What a guest does about messages: comes into the session, opens its channel, plays its movie.
+#include <string>
+#include <utility>
+
+#include "mmp/StatusRecords.h"
+#include "platform/RunLoop.h"
+#include "ucf/SessionMessages.h"
+#include "validator/host/Guest.h"
+#include "validator/host/StatusChecks.h"
+
+namespace hostcheck {
+
+namespace {
+
+void noteOrder(bool holds, const std::string& reason) {
+  Findings::shared().note(Check::channelOrder, holds, reason);
+}
+
+}  // namespace
+
+UCFResult Guest::RouteMessage(enumMODULE_TYPE /*from*/, enumMODULE_TYPE /*to*/, unsigned long type,
+                              unsigned long uMsg, void* wParam, void* /*lParam*/) {
+  if (!enter(Check::messagesOnMainThread) || !checkMessage(type, uMsg, wParam)) return 0;
+  if (type == ROUTE_TYPE_SESSION) onSession(uMsg);
+  if (type != ROUTE_TYPE_MEDIASTREAMING) return 0;
+  // Another document's status is passed over.
+  if (static_cast<const tagMSHead*>(wParam)->sourceID != router_->ids().sourceID) return 0;
+  if (uMsg == MM_MEDIASTREAMING_MSSTATUS_CHANNEL_STATUS)
+    onChannelStatus(static_cast<const tagMSChannelStatus*>(wParam)->dwStatus);
+  else if (live_)
+    checkOrderOfStatus(uMsg, wParam);
+  return 0;
+}
+
+void Guest::onSession(unsigned long message) {
+  switch (message) {
+    case SESSION_MSG_JOIN_CONFIRM:
+      return later(&Guest::startSharing);
+    case SESSION_MSG_START_PLAY:
+      return later(&Guest::play);
+    default:  // refused, left, or the stream is to stop
+      router_->expectRefusals();
+      return later(&Guest::endPlaying);
+  }
+}
+
+// On a later turn of the run loop, unless the object has been released by then.
+void Guest::later(void (Guest::*work)()) {
+  platform::dispatchOnMainThread([weak = weak_from_this(), work] {
+    const auto self = weak.lock();
+    if (self && !self->released_) (self.get()->*work)();
+  });
+}
+
+void Guest::startSharing() {
+  if (!live_) return;
+  if (!presents_) return container_.requestMediaInfo();
+  if (registered_) return;
+  router_->askSessionProbe();
+  container_.publish({.nDurationMs = kMovieMs,
+                      .nMediaContent = MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO,
+                      .nMediaType = MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO});
+  registered_ = true;
+  router_->registerChannel(channel(), kMovieMs);
+}
+
+// --- the channel ---
+
+void Guest::onChannelStatus(std::uint32_t status) {
+  switch (status) {
+    case MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM:
+      return onChannelCreated();
+    case MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS:
+      return onChannelJoined();
+    default:
+      return onChannelLost();
+  }
+}
+
+void Guest::onChannelCreated() {
+  if (presents_)
+    noteOrder(registered_, "the presenter's channel was created before it was registered");
+  created_ = true;
+  joined_ = false;
+  if (presents_ || !live_) return;
+  container_.requestMediaInfo();
+  registered_ = true;
+  router_->registerChannel(channel(), kMovieMs / 1000);
+  router_->sourceStatus(channel(), MM_MEDIASTREAMING_PD_ACTIVE);
+  if (active_) attachRender();
+}
+
+void Guest::onChannelJoined() {
+  noteOrder(created_ && registered_,
+            "a channel was joined that had not been created and registered");
+  joined_ = true;
+  if (presents_) {
+    router_->sourceStatus(channel(), MM_MEDIASTREAMING_PD_ACTIVE);
+    return later(&Guest::play);
+  }
+  if (rendered_) router_->updateRender(reinterpret_cast<std::uint64_t>(render_.get()));
+  router_->volume(255);
+  router_->mute(false);
+}
+
+void Guest::onChannelLost() {
+  created_ = joined_ = false;
+  router_->expectRefusals();
+}
+
+// That the presenter's machine has crashed may be said at any time.
+void Guest::checkOrderOfStatus(unsigned long uMsg, const void* record) const {
+  if (uMsg == MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_STATUS &&
+      static_cast<const tagMSPlayStatus*>(record)->dwPlayStatus ==
+          MM_MEDIA_STREAMING_PLYASTATUS_PROVIDER_CRASH)
+    return;
+  noteOrder(created_, "status " + std::to_string(uMsg) + " came before the channel was created");
+}
+
+// --- playing ---
+
+void Guest::play() {
+  if (!presents_ || !joined_ || played_ || !router_->askPlayAllowed()) return;
+  played_ = true;
+  router_->sourceStatus(channel(), MM_MEDIASTREAMING_PLAY);
+  router_->tell(SVS_MSG_STOP_ADVANCE_PAGE);
+  auto video = TestStream::videoFormat();
+  auto audio = TestStream::audioFormat();
+  router_->mediaFormat(MM_MEDIASTREAMING_MEDIATYPE_VIDEO, &video, sizeof video);
+  router_->mediaFormat(MM_MEDIASTREAMING_MEDIATYPE_AUDIO, &audio, sizeof audio);
+  stream_ = std::make_unique<TestStream>(router_, [weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (self && !self->released_) self->endPlaying();
+  });
+}
+
+void Guest::endPlaying() {
+  if (!stream_) return;
+  stream_.reset();
+  router_->sourceStatus(channel(), MM_MEDIASTREAMING_STOP, kMovieMs);
+}
+
+}  // namespace hostcheck
