@@ -116,6 +116,7 @@ void Findings::report() {
   const platform::Lock lock(mutex_);
   if (!changed_) return;
   changed_ = false;
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes it
   const char* path = std::getenv("MOVARA_VALIDATE_HOST_REPORT");
   if (path == nullptr || *path == '\0') {
     std::fputs(text(false).c_str(), stderr);

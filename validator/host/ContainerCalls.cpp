@@ -35,8 +35,8 @@ tagUCFVariant unfilled() {
 }
 
 bool isUnfilled(const tagUCFVariant& variant) {
-  const tagUCFVariant pattern = unfilled();
-  return std::memcmp(&variant, &pattern, sizeof pattern) == 0;
+  return variant.vt == kUnusedBits && variant.reserved == kUnusedBits &&
+         variant.ullVal == kUnusedBits;
 }
 
 bool holdsText(const tagUCFVariant& variant) {

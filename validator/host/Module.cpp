@@ -52,9 +52,10 @@ class Module {
     note(Check::versionAsked, versionAsked_,
          "an object was created before UCFGetInterfaceVersion had been asked");
     note(Check::initializeFirst, loads_ > 0, "an object was created before UCFInitialize");
-    if (!note(Check::createArguments, container != nullptr && out != nullptr,
-              "UCFCreateInstance came without a container or a place for the object"))
-      return nullptr;
+    const bool usable = container != nullptr && out != nullptr;
+    note(Check::createArguments, usable,
+         "UCFCreateInstance came without a container or a place for the object");
+    if (!usable) return nullptr;
     auto guest = std::make_shared<Guest>(*container, context);
     if (guest->presents())
       note(Check::createArguments, fileName != nullptr, "a presenter came without a file name");

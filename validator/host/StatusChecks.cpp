@@ -108,9 +108,10 @@ std::optional<std::uint32_t> checkCommand(const unsigned char* data, unsigned in
 
 void checkParameterData(unsigned int id, const unsigned char* data, unsigned int length) {
   if (id != STM_PARAMETER_MEDIA_INFO) return;
-  if (!note(Check::parameterData, data != nullptr && length == sizeof(tagStmMediaInfo),
-            "parameter data 0 has " + std::to_string(length) + " bytes instead of 12"))
-    return;
+  const bool whole = data != nullptr && length == sizeof(tagStmMediaInfo);
+  note(Check::parameterData, whole,
+       "parameter data 0 has " + std::to_string(length) + " bytes instead of 12");
+  if (!whole) return;
   tagStmMediaInfo info{};
   std::memcpy(&info, data, sizeof info);
   note(Check::parameterData,

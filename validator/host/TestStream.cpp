@@ -19,9 +19,11 @@ constexpr std::uint64_t kPictureMs = 40;
 constexpr std::uint64_t kBlockMs = 10;
 constexpr std::uint16_t kSamplesPerSecond = 48000;
 // More than any host needs for one sample.
-constexpr auto kHangLimit = 10s;
+constexpr auto kHangLimit = 5s;
 
-std::uint64_t bytesPerPicture() { return ((3U * kPictureWidth + 3U) & ~3U) * kPictureHeight; }
+// Rows are padded to a multiple of 4 bytes.
+constexpr std::size_t kBytesPerPicture =
+    ((std::size_t{3} * kPictureWidth + 3) & ~std::size_t{3}) * kPictureHeight;
 
 }  // namespace
 
@@ -58,7 +60,7 @@ TestStream::TestStream(std::shared_ptr<RouterCalls> router, std::function<void()
   flow_->ended = std::move(ended);
   pictures_ = std::thread([flow = flow_] {
     tagMSVIDEOFORMATEX format = videoFormat();
-    flow->send(std::vector<unsigned char>(bytesPerPicture()), MM_MEDIASTREAMING_MEDIATYPE_VIDEO,
+    flow->send(std::vector<unsigned char>(kBytesPerPicture), MM_MEDIASTREAMING_MEDIATYPE_VIDEO,
                &format, sizeof format, kPictureMs);
   });
   sound_ = std::thread([flow = flow_] {
@@ -76,12 +78,13 @@ TestStream::~TestStream() {
     loop.runUntil(loop.now() + 2ms, platform::kConnectionReplyMode);
   const bool returned = flow_->sending == 0;
   Findings::shared().note(Check::samplesReturn, returned,
-                          "a sample did not come back within ten seconds");
-  for (std::thread* thread : {&pictures_, &sound_})
+                          "a sample did not come back within five seconds");
+  for (std::thread* thread : {&pictures_, &sound_}) {
     if (returned)
       thread->join();
     else
       thread->detach();
+  }
 }
 
 tagMSVIDEOFORMATEX TestStream::videoFormat() {

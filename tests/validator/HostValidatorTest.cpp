@@ -1,0 +1,137 @@
+// The plug-in that checks hosts: finds nothing in a good one, and each mistake by its name.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/platform/TemporaryFolder.h"
+#include "tests/support/Process.h"
+
+namespace {
+
+using support::Process;
+using Names = std::vector<std::string>;
+
+// Names of the checks by their outcome, as a report holds them.
+std::map<std::string, Names> readReport(const std::string& path) {
+  std::map<std::string, Names> checks;
+  std::ifstream file(path);
+  for (std::string line; std::getline(file, line);) {
+    const auto finding = nlohmann::json::parse(line);
+    checks[finding.at("outcome")].push_back(finding.at("check"));
+  }
+  return checks;
+}
+
+class HostValidatorTest : public testing::Test {
+ protected:
+  // The host's command, with its report in a file of the test's folder.
+  std::vector<std::string> reporting(const std::string& file, std::vector<std::string> host) const {
+    host.insert(host.begin(), {"/usr/bin/env", "MOVARA_VALIDATE_HOST_REPORT=" + folder_ / file});
+    return host;
+  }
+
+  const TemporaryFolder folder_;
+};
+
+struct Mistake {
+  const char* made;
+  Names caught;
+};
+
+const std::vector<Mistake> kMistakes = {
+    {"none", {}},
+    {"does not ask the version", {"version-asked"}},
+    {"does not initialize", {"initialize-first"}},
+    {"exports from a thread", {"exports-on-main-thread"}},
+    {"no file name", {"create-arguments"}},
+    {"cleans up too early", {"cleanup-last"}},
+    {"does not clean up", {"cleanup-last"}},
+    {"calls from a thread", {"calls-on-main-thread"}},
+    {"calls from a delivery thread", {"calls-on-main-thread"}},
+    {"tells from a thread", {"messages-on-main-thread"}},
+    {"tells after release", {"nothing-after-release"}},
+    {"shows twice", {"activation-order"}},
+    {"no view", {"view-usable"}},
+    {"lets the view die", {"view-kept"}},
+    {"another router each time", {"interfaces-served"}},
+    {"serves everything", {"unknown-interface-refused"}},
+    {"no path", {"file-path"}},
+    {"writes what it refuses", {"refusal-leaves-variant-alone"}},
+    {"keeps variants", {"variants-freed"}},
+    {"forgets properties", {"shared-properties"}},
+    {"no role", {"role"}},
+    {"long identity", {"identity"}},
+    {"no items", {"item-states"}},
+    {"does not copy", {"parameter-data"}},
+    {"cuts commands", {"command-data"}},
+    {"echoes commands", {"no-echo"}},
+    {"refuses ids", {"session-ids"}},
+    {"refuses to register", {"requests-taken"}},
+    {"writes into the question", {"query-answers"}},
+    {"writes into samples", {"records-untouched"}},
+    {"keeps a sample", {"samples-return"}},
+    {"unknown message", {"known-messages"}},
+    {"status without meaning", {"status-fields"}},
+    {"joins before it creates", {"channel-order"}},
+    {"draws after withdrawal", {"render-withdrawn"}},
+};
+
+// The hosts mostly wait for a movie to end: eight at a time.
+TEST_F(HostValidatorTest, EachMistakeIsCaughtByItsName) {
+  constexpr std::size_t kAtOnce = 8;
+  for (std::size_t first = 0; first < kMistakes.size(); first += kAtOnce) {
+    const std::size_t end = std::min(first + kAtOnce, kMistakes.size());
+    std::vector<std::unique_ptr<Process>> hosts;
+    for (std::size_t at = first; at < end; ++at)
+      hosts.push_back(std::make_unique<Process>(reporting(
+          std::to_string(at) + ".json", {WRONG_HOST, VALIDATE_HOST_CODE, kMistakes[at].made})));
+    for (std::size_t at = first; at < end; ++at) {
+      const support::Finished host = hosts[at - first]->finish();
+      EXPECT_EQ(host.status, 0) << kMistakes[at].made << host.err;
+      auto checks = readReport(folder_ / (std::to_string(at) + ".json"));
+      EXPECT_EQ(checks["failed"], kMistakes[at].caught) << kMistakes[at].made;
+      EXPECT_FALSE(checks["passed"].empty()) << kMistakes[at].made;
+      if (kMistakes[at].caught.empty()) {
+        EXPECT_EQ(checks["skipped"], Names{});
+      }
+    }
+  }
+}
+
+TEST_F(HostValidatorTest, AMeetingIsAGoodHost) {
+  const std::string clip = folder_ / "clip.mkv";
+  const support::Finished made =
+      support::run(support::words("ffmpeg -nostdin -v error -f lavfi -i "
+                                  "testsrc=d=1:s=160x90:r=10 -c:v mjpeg " +
+                                  clip));
+  ASSERT_EQ(made.status, 0) << made.err;
+  const std::vector<std::string> meeting = {
+      MEETING_PROGRAM, "present", clip, "--attendees", "1", "--plugin", VALIDATE_HOST_BUNDLE};
+  const support::Finished live = support::run(reporting("live.json", meeting));
+  EXPECT_EQ(live.status, 0) << live.err;
+  auto checks = readReport(folder_ / "live.json");
+  EXPECT_EQ(checks["failed"], Names{});
+  EXPECT_EQ(checks["skipped"], Names{});
+  EXPECT_EQ(checks["passed"].size(), kMistakes.size() - 3);
+}
+
+// Without a file for it, the report is on standard error: a line for each check.
+TEST_F(HostValidatorTest, TheReportIsToBeRead) {
+  const support::Finished host =
+      support::run({WRONG_HOST, VALIDATE_HOST_CODE, "tells after release"});
+  EXPECT_NE(host.err.find("validate-host: failed  nothing-after-release: an object that is gone is "
+                          "not called (the object was called after its Release)\n"),
+            std::string::npos)
+      << host.err;
+  EXPECT_NE(host.err.find("validate-host: passed  samples-return: playing does not stand still\n"),
+            std::string::npos)
+      << host.err;
+}
+
+}  // namespace
