@@ -2,6 +2,6 @@
 
 namespace meeting {
 
-std::vector<Command> commands() { return {presentCommand(), inspectCommand()}; }
+std::vector<Command> commands() { return {presentCommand(), inspectCommand(), validateCommand()}; }
 
 }  // namespace meeting

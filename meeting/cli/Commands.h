@@ -16,5 +16,6 @@ std::vector<Command> commands();
 Command presentCommand(std::function<Outcome(const Options&, std::ostream&)> hold);
 Command presentCommand();
 Command inspectCommand();
+Command validateCommand();
 
 }  // namespace meeting

@@ -1,4 +1,6 @@
 // Which side an object is on, and what its activation and deactivation tell platform and host.
+#include <thread>
+
 #include "validator/cases/ContractFixture.h"
 
 namespace contract {
@@ -250,6 +252,32 @@ CONTRACT_CASE(ContractTest, ReleaseEndsInOrder, life, "what Release tells, and i
   host.take();
   release();
   EXPECT_EQ(count(host.take(), "unregister"), 0) << "its channel was not joined";
+}
+
+CONTRACT_CASE(ContractTest, GivesBackEveryVariant, endings,
+              "values that the host has filled are given back") {
+  for (const bool source : {true, false}) {
+    source ? present() : listen();
+    ticks(10);
+    end();
+    EXPECT_EQ(host.variantsHeld, 0) << (source ? "source" : "listener");
+  }
+}
+
+CONTRACT_CASE(ContractTest, CallsItsHostOnTheMainThread, threads,
+              "only samples come on other threads") {
+  present();
+  view()->playing = true;
+  view()->delegate->onPlay(nullptr);
+  std::thread([] { frame(40); }).join();
+  ticks(1);
+  EXPECT_GT(host.samples, 0);
+  end();
+  listen();
+  mediaInfo({});
+  joinChannel();
+  end();
+  EXPECT_THAT(host.elsewhere, IsEmpty());
 }
 
 }  // namespace

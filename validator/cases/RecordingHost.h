@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "mmp/RequestRecords.h"
+#include "platform/RunLoop.h"
 #include "ucf/IUCFContainerBase.h"
 #include "ucf/IUCFContainerRuntime.h"
 #include "ucf/IUCFMsgRouter.h"
@@ -56,6 +57,7 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
   std::function<void(const tagMSDataStructure&)> onSample;  // [delivery-thread]
 
   std::atomic<int> samples{0};
+  Lines elsewhere;       // what was said on a thread other than the main one
   int variantsHeld = 0;  // filled and not given back yet
 
   Lines take() { return std::exchange(lines_, {}); }
@@ -238,6 +240,7 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
   // Answers as a router that could do it.
   UCFResult say(const std::string& line) {
     lines_.push_back(line);
+    if (!platform::isMainThread()) elsewhere.push_back(line);
     if (within) {
       within(line);
     }

@@ -5,7 +5,9 @@
 #include <rapidcheck.h>
 
 #include <cstdlib>
+#include <iostream>
 #include <set>
+#include <sstream>
 
 #include "validator/model/Steps.h"
 
@@ -89,7 +91,11 @@ class ModelTest : public testing::Test {
 CONTRACT_CASE(ModelTest, TheModuleDoesWhatTheModelSays, sequences,
               "random runs of steps lead to what the model says") {
   ::setenv("RC_PARAMS", "seed=1 max_success=5000", 0);  // NOLINT(concurrency-mt-unsafe)
-  EXPECT_TRUE(rc::check("the module does what the model says", run));
+  std::ostringstream said;
+  std::streambuf* const before = std::cerr.rdbuf(said.rdbuf());
+  const bool does = rc::check("the module does what the model says", run);
+  std::cerr.rdbuf(before);
+  ASSERT_TRUE(does) << said.str();
   // All but the one that nothing leads to.
   for (const int state : {0, 1, 2, 3, 4, 5, 6, 7, 8, 10, 11, 12})
     for (const bool source : {true, false})

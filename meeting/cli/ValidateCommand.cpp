@@ -1,0 +1,171 @@
+// movara-meeting validate
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "meeting/Suggestion.h"
+#include "meeting/TerminalProgress.h"
+#include "meeting/cli/Commands.h"
+#include "platform/Bundle.h"
+#include "validator/CaseProgram.h"
+#include "validator/CaseResults.h"
+
+namespace meeting {
+
+namespace {
+
+using validator::Case;
+using validator::CaseProgram;
+using validator::CaseResult;
+
+struct Words {
+  std::string plugin;
+  std::vector<std::string> only;
+  int level = static_cast<int>(validator::Level::sequences);
+  std::uint64_t seed = 1;
+  double limit = 60.0;  // seconds
+  bool list = false;
+  bool json = false;
+};
+
+// One line that is rewritten, and only where somebody watches.
+class Counter {
+ public:
+  ~Counter() { write("\r\033[K"); }
+  void show(std::size_t number, std::size_t of, const std::string& name) const {
+    write("\r\033[K" + std::to_string(number) + " of " + std::to_string(of) + ": " + name);
+  }
+  void hide() const { write("\r\033[K"); }
+
+ private:
+  void write(const std::string& text) const {
+    if (live_) std::fputs(text.c_str(), stderr);
+  }
+  const bool live_ = TerminalProgress::mayDecorate(STDERR_FILENO);
+};
+
+std::string sectionOfLevels() {
+  std::string text;
+  for (const validator::LevelText& one : validator::levelTexts()) {
+    const std::string number = std::to_string(static_cast<int>(one.level));
+    text += (text.empty() ? "" : "\n") + std::string(4 - number.size(), ' ') + number + "  " +
+            one.name + ": " + one.adds;
+  }
+  return text;
+}
+
+bool isMeant(const std::string& word, const Case& what) {
+  return what.name.find(word) != std::string::npos;
+}
+
+// The cases that the words choose, or which of the words means none.
+Outcome choose(const Words& words, std::vector<Case>& cases) {
+  std::vector<std::string> names;
+  names.reserve(cases.size());
+  for (const Case& what : cases) names.push_back(what.name);
+  for (const std::string& word : words.only)
+    if (std::none_of(cases.begin(), cases.end(), [&](const Case& c) { return isMeant(word, c); }))
+      return outcomeOf(
+          {ExitStatus::usage, "--only: no case is called " + word + suggestion(word, names)});
+  std::erase_if(cases, [&](const Case& what) {
+    const auto meant = [&](const std::string& word) { return isMeant(word, what); };
+    const bool chosen =
+        words.only.empty() || std::any_of(words.only.begin(), words.only.end(), meant);
+    return !chosen || static_cast<int>(what.level) > words.level;
+  });
+  if (!cases.empty()) return {};
+  return outcomeOf({ExitStatus::usage, "--only: what it means is of a higher level"});
+}
+
+Outcome check(const CaseProgram& program, const std::vector<Case>& cases, const Words& words,
+              std::ostream& out) {
+  const auto bundle = platform::Bundle::create(words.plugin);
+  if (!bundle) return outcomeOf({ExitStatus::noPlugin, "no plug-in at " + words.plugin});
+  if (!std::filesystem::is_regular_file(bundle->executablePath()))
+    return outcomeOf({ExitStatus::noPlugin, "not a plug-in: " + words.plugin + ": no code at " +
+                                                bundle->executablePath()});
+  const CaseProgram::Settings settings{
+      bundle->executablePath(),
+      std::chrono::milliseconds(static_cast<std::int64_t>(words.limit * 1000.0)), words.seed};
+  std::vector<CaseResult> results;
+  const Counter counter;
+  for (const Case& what : cases) {
+    counter.show(results.size() + 1, cases.size(), what.name);
+    results.push_back(program.run(what, settings));
+    if (words.json) continue;
+    counter.hide();
+    printResult(out, results.back());
+    out.flush();
+  }
+  const std::string summary = summaryOf(results);
+  if (words.json)
+    printResultsAsJson(out, results);
+  else
+    out << summary << '\n';
+  if (allWell(results)) return {};
+  return {static_cast<int>(ExitStatus::negative), {}};
+}
+
+Outcome validate(const Words& words, std::ostream& out) {
+  const auto own = platform::Bundle::mainBundle();
+  const CaseProgram program((own ? own->path() : std::string(".")) +
+                            "/Contents/Linux/movara-contract-cases");
+  auto cases = program.cases();
+  if (!cases) return outcomeOf({ExitStatus::outputFailed, "the program with the cases is damaged"});
+  if (Outcome chosen = choose(words, *cases); chosen.exitStatus != 0) return chosen;
+  if (!words.list) return check(program, *cases, words, out);
+  words.json ? printCasesAsJson(out, *cases) : printCases(out, *cases);
+  return {};
+}
+
+Command::Run declare(CLI::App& app) {
+  const auto words = std::make_shared<Words>();
+  app.add_option("PLUGIN", words->plugin, "Plug-in bundle")->type_name("");
+  app.add_option("--level", words->level, "How far to go, 1 to 10; each level adds its cases")
+      ->type_name("N")
+      ->check(CLI::Range(1, 10));
+  app.add_option("--only", words->only,
+                 "Only cases with NAME, or a part of one, in theirs. May be given many times")
+      ->type_name("NAME")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  app.add_flag("--list", words->list, "Show the cases instead of running them");
+  app.add_flag("--json", words->json, "Results, or the list, for a program");
+  app.add_option("--seed", words->seed, "Of the random sequences; the same seed, the same steps")
+      ->type_name("N");
+  app.add_option("--limit", words->limit, "Seconds that a case may take before it counts as hung")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.1, 3600.0));
+  return [words](std::ostream& out) -> Outcome {
+    if (words->plugin.empty() && !words->list)
+      return outcomeOf({ExitStatus::usage, "PLUGIN is required (see validate --help)"});
+    return validate(*words, out);
+  };
+}
+
+}  // namespace
+
+Command validateCommand() {
+  return {.name = "validate",
+          .summary = "Check a plug-in against the contract, case by case",
+          .examples = {{"validate mine.bundle", "all that there is to check"},
+                       {"validate mine.bundle --level 3", "whether a host can use it at all"},
+                       {"validate mine.bundle --only Release --json", "some cases, for a program"},
+                       {"validate mine.bundle --level 10 --seed 7", "other random sequences"},
+                       {"validate --list", "the cases, and what each of them protects"}},
+          .sections = {{"Levels", sectionOfLevels()},
+                       {"Outcomes",
+                        "  passed, failed (with the reasons), crashed (the process ended), hung "
+                        "(it took\n  too long), skipped (with the reason; it counts as no "
+                        "failure). Exit status 1\n  when a case failed, crashed or hung."}},
+          .declare = declare};
+}
+
+}  // namespace meeting

@@ -1,0 +1,161 @@
+// The built plug-in with one thing wrong, which FAULT names: stands between it and its host.
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "mmp/RequestRecords.h"
+#include "ucf/Exports.h"
+#include "ucf/IUCFMsgRouter.h"
+
+#define EXPORTED extern "C" __attribute__((visibility("default")))
+
+namespace {
+
+enum class Fault {
+  none,
+  callsAfterTheEnd,
+  crashes,
+  endsTheProgram,
+  hangs,
+  keepsVariants,
+  losesVolume,
+  neverEnds,
+  noCleanup,
+  otherThread,
+  otherVersion,
+  shortRecord,
+  slotsSwapped,
+  throws,
+};
+constexpr Fault kFault = Fault::FAULT;
+
+template <class Function>
+Function real(const char* name) {
+  static void* const code = dlopen(MOVARA_BUNDLE_CODE, RTLD_NOW | RTLD_LOCAL);
+  return reinterpret_cast<Function>(dlsym(code, name));
+}
+
+class Router final : public IUCFMsgRouter {
+ public:
+  virtual ~Router() = default;
+  UCFResult RouteMessage(enumMODULE_TYPE from, enumMODULE_TYPE to, unsigned long type,
+                         unsigned long message, void* wParam, void* lParam) override {
+    const bool command = to != MODULE_TYPE_CONF && type == SVS_MSG_MS_COMMAND;
+    const auto pass = [&] { return host->RouteMessage(from, to, type, message, wParam, lParam); };
+    if (command && message == MM_MEDIASTREAMING_CMD_VOLUME && kFault == Fault::losesVolume)
+      return UCF_OK;
+    if (command && message == MM_MEDIASTREAMING_CMD_MEDIA_FORMAT && kFault == Fault::shortRecord)
+      static_cast<tagMSMediaFormat*>(wParam)->dwFormatSize -= 4;
+    if (command && message == MM_MEDIASTREAMING_CMD_SOURCE_STATUS && kFault == Fault::otherThread) {
+      UCFResult result = UCF_OK;
+      std::thread([&] { result = pass(); }).join();
+      return result;
+    }
+    if (command && message == MM_MEDIASTREAMING_CMD_UNREGISTER) atUnregister();
+    return pass();
+  }
+
+  IUCFMsgRouter* host = nullptr;
+
+ private:
+  static void atUnregister() {
+    if (kFault == Fault::crashes) std::raise(SIGSEGV);
+    if (kFault == Fault::endsTheProgram) std::_Exit(0);
+    while (kFault == Fault::hangs) pause();
+  }
+};
+
+class Container final : public IUCFContainerBase {
+ public:
+  explicit Container(IUCFContainerBase& host) : host_(host) {}
+  virtual ~Container() = default;
+
+  UCFResult GetUCFInterface(UCFInterfaceID id, void** out) override {
+    const UCFResult result = host_.GetUCFInterface(id, out);
+    if (result == UCF_OK && id == UCF_IID_OBJECT_MSG_ROUTER) {
+      router.host = static_cast<IUCFMsgRouter*>(*out);
+      *out = static_cast<IUCFMsgRouter*>(&router);
+    }
+    return result;
+  }
+  void FreeVariant(tagUCFVariant* variant) override {
+    if (kFault != Fault::keepsVariants) host_.FreeVariant(variant);
+  }
+  UCFResult GetProperty(std::uint32_t id, tagUCFVariant* out) override {
+    return host_.GetProperty(id, out);
+  }
+  UCFResult GetSharedProperty(std::uint32_t id, tagUCFVariant* out) override {
+    return host_.GetSharedProperty(id, out);
+  }
+  UCFResult SetSharedProperty(std::uint32_t id, tagUCFVariant* in) override {
+    return host_.SetSharedProperty(id, in);
+  }
+
+  Router router;
+
+ private:
+  IUCFContainerBase& host_;
+};
+
+// They outlive the objects that call them.
+std::vector<std::unique_ptr<Container>> containers;
+
+// The table of an object's first face, with what lies in front of it.
+constexpr std::size_t kInFront = 2;
+constexpr std::size_t kSlots = 34;
+std::array<void*, kInFront + kSlots> table;
+using Release = void (*)(void* object);
+Release realRelease = nullptr;
+
+void releaseAndCall(void* object) {
+  realRelease(object);
+  Router& router = containers.back()->router;
+  if (router.host != nullptr)
+    router.host->RouteMessage(MODULE_TYPE_SVS, MODULE_TYPE_MMP, 103, 0, nullptr, nullptr);
+}
+void releaseNothing(void* /*object*/) {}
+
+void changeTable(IUCFObjectBase* object) {
+  auto& slots = *reinterpret_cast<void***>(object);
+  std::copy_n(slots - kInFront, table.size(), table.begin());
+  realRelease = reinterpret_cast<Release>(slots[1]);
+  slots = &table[kInFront];
+  if (kFault == Fault::slotsSwapped) std::swap(slots[3], slots[4]);
+  if (kFault == Fault::callsAfterTheEnd) slots[1] = reinterpret_cast<void*>(&releaseAndCall);
+  if (kFault == Fault::neverEnds) slots[1] = reinterpret_cast<void*>(&releaseNothing);
+}
+
+}  // namespace
+
+EXPORTED UCFResult UCFInitialize() { return real<UCFInitializeFn>("UCFInitialize")(); }
+#ifndef FAULT_noCleanup
+EXPORTED UCFResult UCFCleanup() { return real<UCFCleanupFn>("UCFCleanup")(); }
+#endif
+EXPORTED UCFResult UCFDeleteInstance(IUCFObjectBase* object) {
+  return real<UCFDeleteInstanceFn>("UCFDeleteInstance")(object);
+}
+EXPORTED int UCFGetInterfaceVersion() {
+  return real<UCFGetInterfaceVersionFn>("UCFGetInterfaceVersion")() -
+         (kFault == Fault::otherVersion ? 1 : 0);
+}
+EXPORTED UCFResult UCFCreateInstance(IUCFContainerBase* container, char* name, UCFCtx context,
+                                     void* fileName, void* reserved, unsigned char reserved2,
+                                     IUCFObjectBase** out) {
+  if (container != nullptr) {
+    containers.push_back(std::make_unique<Container>(*container));
+    container = containers.back().get();
+  }
+  const UCFResult result = real<UCFCreateInstanceFn>("UCFCreateInstance")(
+      container, name, context, fileName, reserved, reserved2, out);
+  if (result != UCF_OK && kFault == Fault::throws) throw std::runtime_error("no object");
+  if (result == UCF_OK) changeTable(*out);
+  return result;
+}

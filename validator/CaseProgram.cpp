@@ -1,0 +1,100 @@
+#include "validator/CaseProgram.h"
+
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string_view>
+
+#include "validator/ChildProcess.h"
+
+namespace validator {
+
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kListingTakes{30};
+
+// One line, whatever a reason is made of.
+std::string inOneLine(const std::string& text) {
+  std::istringstream lines(text);
+  std::string joined;
+  for (std::string line; std::getline(lines, line);) {
+    const auto begin = line.find_first_not_of(" \t");
+    if (begin == std::string::npos) continue;
+    joined += (joined.empty() ? "" : " | ") + line.substr(begin);
+  }
+  return joined;
+}
+
+CaseOutcome outcomeNamed(const std::string& word) {
+  if (word == "passed") return CaseOutcome::passed;
+  return word == "skipped" ? CaseOutcome::skipped : CaseOutcome::failed;
+}
+
+// Reads what the case has said of itself. True when it came to its end.
+bool readReport(const std::string& text, CaseResult& result) {
+  bool through = false;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    const auto said = nlohmann::json::parse(line, nullptr, false);
+    if (!said.is_object()) continue;
+    if (said.contains("why")) result.reasons.push_back(inOneLine(said["why"]));
+    if (said.contains("outcome")) {
+      result.outcome = outcomeNamed(said["outcome"]);
+      through = true;
+    }
+  }
+  return through;
+}
+
+// How a process ended that should have told its outcome, and ended with 0 or 1.
+std::string endOf(int status) {
+  if (!WIFSIGNALED(status))
+    return "the process ended with status " + std::to_string(WEXITSTATUS(status));
+  const int signal = WTERMSIG(status);
+  const char* const name = sigabbrev_np(signal);
+  return "signal " + std::to_string(signal) +
+         (name != nullptr ? std::string(" (SIG") + name + ")" : "");
+}
+
+bool endedWell(int status, CaseOutcome outcome) {
+  return WIFEXITED(status) && WEXITSTATUS(status) == (outcome == CaseOutcome::failed ? 1 : 0);
+}
+
+}  // namespace
+
+std::optional<std::vector<Case>> CaseProgram::cases() const {
+  ChildProcess child({path_, "--list"}, {});
+  if (!child.finish(steady_clock::now() + kListingTakes)) return {};
+  const auto listed = nlohmann::json::parse(child.output(), nullptr, false);
+  if (!listed.is_array()) return {};
+  std::vector<Case> all;
+  for (const auto& one : listed)
+    all.push_back(
+        {one.at("name"), static_cast<Level>(one.at("level").get<int>()), one.at("protects")});
+  std::stable_sort(all.begin(), all.end(),
+                   [](const Case& a, const Case& b) { return a.level < b.level; });
+  return all;
+}
+
+CaseResult CaseProgram::run(const Case& what, const Settings& settings) const {
+  CaseResult result{what, CaseOutcome::failed, {}};
+  ChildProcess child({path_, settings.code, "--report", "--gtest_filter=" + what.name},
+                     {"RC_PARAMS=max_success=5000 seed=" + std::to_string(settings.seed)});
+  const bool ended = child.finish(steady_clock::now() + settings.limit);
+  const bool through = readReport(child.output(), result);
+  if (!ended) {
+    result.outcome = CaseOutcome::hung;
+    result.reasons.push_back("still ran after " + std::to_string(settings.limit.count()) + " ms");
+  } else if (!through || !endedWell(child.status(), result.outcome)) {
+    result.outcome = CaseOutcome::crashed;
+    result.reasons.push_back(endOf(child.status()));
+  }
+  return result;
+}
+
+}  // namespace validator

@@ -1,0 +1,99 @@
+#include "validator/CaseResults.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <nlohmann/json.hpp>
+
+namespace validator {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr CaseOutcome kOutcomes[] = {CaseOutcome::passed, CaseOutcome::failed, CaseOutcome::crashed,
+                                     CaseOutcome::hung, CaseOutcome::skipped};
+
+std::ptrdiff_t count(const std::vector<CaseResult>& results, CaseOutcome outcome) {
+  return std::count_if(results.begin(), results.end(),
+                       [=](const CaseResult& result) { return result.outcome == outcome; });
+}
+
+Json asJson(const Case& what) {
+  return {
+      {"name", what.name}, {"level", static_cast<int>(what.level)}, {"protects", what.protects}};
+}
+
+// What a plug-in hands over may be any bytes.
+void print(std::ostream& out, const Json& value) {
+  out << value.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+}  // namespace
+
+const char* wordOf(CaseOutcome outcome) {
+  switch (outcome) {
+    case CaseOutcome::passed:
+      return "passed";
+    case CaseOutcome::failed:
+      return "failed";
+    case CaseOutcome::crashed:
+      return "crashed";
+    case CaseOutcome::hung:
+      return "hung";
+    case CaseOutcome::skipped:
+      return "skipped";
+  }
+  return "";
+}
+
+void printCases(std::ostream& out, const std::vector<Case>& cases) {
+  for (const Case& what : cases)
+    out << std::setw(2) << static_cast<int>(what.level) << "  " << what.name << ": "
+        << what.protects << '\n';
+}
+
+void printResult(std::ostream& out, const CaseResult& result) {
+  out << std::left << std::setw(7) << wordOf(result.outcome) << std::right << "  " << std::setw(2)
+      << static_cast<int>(result.what.level) << "  " << result.what.name << ": "
+      << result.what.protects << '\n';
+  for (const std::string& reason : result.reasons) out << "         " << reason << '\n';
+}
+
+std::string summaryOf(const std::vector<CaseResult>& results) {
+  std::string text = std::to_string(results.size()) + (results.size() == 1 ? " case" : " cases");
+  const char* separator = ": ";
+  for (const CaseOutcome outcome : kOutcomes) {
+    const auto number = count(results, outcome);
+    if (number == 0) continue;
+    text += separator + std::to_string(number) + ' ' + wordOf(outcome);
+    separator = ", ";
+  }
+  return text;
+}
+
+bool allWell(const std::vector<CaseResult>& results) {
+  return std::all_of(results.begin(), results.end(), [](const CaseResult& result) {
+    return result.outcome == CaseOutcome::passed || result.outcome == CaseOutcome::skipped;
+  });
+}
+
+void printCasesAsJson(std::ostream& out, const std::vector<Case>& cases) {
+  Json all = Json::array();
+  for (const Case& what : cases) all.push_back(asJson(what));
+  print(out, all);
+}
+
+void printResultsAsJson(std::ostream& out, const std::vector<CaseResult>& results) {
+  Json counts = Json::object();
+  for (const CaseOutcome outcome : kOutcomes) counts[wordOf(outcome)] = count(results, outcome);
+  Json all = Json::array();
+  for (const CaseResult& result : results) {
+    Json one = asJson(result.what);
+    one["outcome"] = wordOf(result.outcome);
+    one["reasons"] = result.reasons;
+    all.push_back(one);
+  }
+  print(out, {{"counts", counts}, {"cases", all}});
+}
+
+}  // namespace validator
