@@ -91,8 +91,10 @@ void Guest::onChannelCreated() {
 }
 
 void Guest::onChannelJoined() {
-  noteOrder(created_ && registered_,
-            "a channel was joined that had not been created and registered");
+  // A recording has no channel to wait for.
+  if (live_)
+    noteOrder(created_ && registered_,
+              "a channel was joined that had not been created and registered");
   joined_ = true;
   if (presents_) {
     router_->sourceStatus(channel(), MM_MEDIASTREAMING_PD_ACTIVE);
