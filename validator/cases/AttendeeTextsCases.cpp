@@ -200,7 +200,7 @@ CONTRACT_CASE(AttendeeTexts, OnAThreadThatAnObjectIsNotMeantFor, threads,
         warning("UpdateRenderMsg") + ",, this = 0xMANAGER "}},
       {"user",
        [this] { createJoined(); },
-       elsewhere([this] {
+       elsewhere([] {
          view()->delegate->volumeChange(nullptr, 200);
          view()->delegate->allow2Play();
        }),

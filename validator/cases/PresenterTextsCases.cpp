@@ -59,7 +59,7 @@ CONTRACT_CASE(PresenterTexts, FromCreationToAJoinedChannel, texts,
         "I player type = SOURCE", "I Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE",
         "I UpdatePlayerStatus, status = 3 to buffer, this = 0xMANAGER ",
         "I Active UI, My role now is presenter"}},
-      {"opening", [this] { openAtTheNextTick(); }, [this] { ticks(1); },
+      {"opening", [this] { openAtTheNextTick(); }, [] { ticks(1); },
        joined({kTick,
                {"I CAVPlayer::CeateUI",
                 "I CAVPlayer::CeateUI,m_pVideoPlayer != NULL, m_pVideoPlayer = 0xVIEW",
@@ -71,7 +71,7 @@ CONTRACT_CASE(PresenterTexts, FromCreationToAJoinedChannel, texts,
          openAtTheNextTick();
          view()->accepts = false;
        },
-       [this] { ticks(1); },
+       [] { ticks(1); },
        joined({kTick,
                {"I CAVPlayer::CeateUI",
                 "I CAVPlayer::CeateUI,m_pVideoPlayer != NULL, m_pVideoPlayer = 0xVIEW",
@@ -88,7 +88,7 @@ CONTRACT_CASE(PresenterTexts, FromCreationToAJoinedChannel, texts,
          };
          ticks(4);
        },
-       [this] { ticks(1); },
+       [] { ticks(1); },
        joined({kTick,
                {"I CMovaraApp::RenderFileName, it seems failover , movie is opened, dont need open "
                 "it again"},
@@ -125,7 +125,7 @@ CONTRACT_CASE(PresenterTexts, OfTheRunningStream, texts, "the log of a running s
          open();
          view()->playing = true;
        },
-       [this] { picture(0); },
+       [] { picture(0); },
        {"I Total send 1 video current video is palying",
         "I SetSourceMediaFormat to buffer, this = 0xMANAGER ", kFormatTold}},
       {"first frame and sound",
@@ -133,7 +133,7 @@ CONTRACT_CASE(PresenterTexts, OfTheRunningStream, texts, "the log of a running s
          present();
          view()->playing = true;
        },
-       [this] {
+       [] {
          picture(0);
          sound();
          sound();
@@ -144,7 +144,7 @@ CONTRACT_CASE(PresenterTexts, OfTheRunningStream, texts, "the log of a running s
         "= 4, nAvgBytesPerSec = 176400, wBitsPerSample = 16, this = 0xAPP "}},
       {"no frame rate",
        [this] { play(); },
-       [this] {
+       [] {
          view()->frameRate = 0.0;
          picture(40);
        },
@@ -169,7 +169,7 @@ CONTRACT_CASE(PresenterTexts, OfTheRunningStream, texts, "the log of a running s
         "I Total send 201 video current video is paused"}},
       {"actions",
        [this] { play(); },
-       [this] {
+       [] {
          auto* const bridge = view()->delegate;
          view()->position = 12.5F;
          bridge->onPlay(nullptr);
