@@ -220,6 +220,7 @@ void Meeting::onStreamState(Document& document, StreamState state) {
     case StreamState::joined:
       return playNext();
     case StreamState::playing:
+      scenario_.start();  // a plug-in may play without being asked to
       document.notePlaying();
       if (options_.duration && !timeLimit_)
         timeLimit_.emplace(platform::seconds(*options_.duration), [this] { finish(Outcome{}); });

@@ -71,6 +71,7 @@ void Guest::Release() {
   // From here on nothing may come in; the stream serves the main thread's messages as it ends.
   released_ = true;
   stream_.reset();
+  router_->expectRefusals();  // a host that gives up a participant may have closed its channel
   if (rendered_) withdrawRender();
   if (registered_) router_->unregisterChannel(channel());
   router_->tell(SVS_MSG_STOP_SESSION);

@@ -211,7 +211,8 @@ void RouterCalls::sample(tagMSDataStructure record) {
   record.sourceID = ids_.sourceID;
   const Lent data(record.pData, record.dwDataLength);
   const Lent format(record.pFormat, record.dwFormatLength);
-  request(MM_MEDIASTREAMING_CMD_MEDIA_DATA, record);
+  // Refused or not: the channel may be gone before the delivery threads know.
+  route(MM_MEDIASTREAMING_CMD_MEDIA_DATA, &record, sizeof record);
   noteUntouched(data.untouched(), "the bytes of a sample");
   noteUntouched(format.untouched(), "the format of a sample");
 }
