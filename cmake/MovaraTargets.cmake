@@ -44,6 +44,12 @@ if(MOVARA_SANITIZE)
   target_compile_options(movara_settings INTERFACE -fsanitize=${MOVARA_SANITIZE}
                                                    -fno-omit-frame-pointer
                                                    -fno-sanitize-recover=all)
+  # Clang's reads an object through a pipe, which cannot be had when no descriptor is left.
+  target_compile_options(movara_settings INTERFACE $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=vptr>)
+  # What tests check with is not what is checked: undefined behaviour is looked for in the product,
+  # and GoogleTest's templates are not optimized, which takes most of a build's time.
+  set(checks "$<BOOL:$<TARGET_PROPERTY:MOVARA_CHECKS>>")
+  target_compile_options(movara_settings INTERFACE $<${checks}:-O0> $<${checks}:-fno-sanitize=undefined>)
   target_link_options(movara_settings INTERFACE -fsanitize=${MOVARA_SANITIZE})
 endif()
 
@@ -95,5 +101,6 @@ function(movara_test name)
   if(ARG_DEPENDS)
     add_dependencies(${name} ${ARG_DEPENDS})
   endif()
+  set_target_properties(${name} PROPERTIES MOVARA_CHECKS ON)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
 endfunction()

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "tests/avcapture/Support.h"
+#include "tests/support/Sanitizers.h"
 
 namespace avcapture::test {
 
@@ -139,11 +140,7 @@ TEST_F(Controls, SeekWhileStandingDeliversExactlyThePictureOfThatTime) {
 
 // What the decoder's own threads do to one another the sanitizer does not see: their library was
 // built without it.
-#if defined(__SANITIZE_THREAD__)
-constexpr int kMostThreads = 1;
-#else
-constexpr int kMostThreads = 2;
-#endif
+constexpr int kMostThreads = kThreadSanitizer ? 1 : 2;
 
 // Also where pictures last differently long, and the one that is sought depends on others or others
 // on it.

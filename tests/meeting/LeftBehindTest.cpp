@@ -11,16 +11,13 @@
 #include <string>
 
 #include "tests/meeting/LiveMeeting.h"
+#include "tests/support/Sanitizers.h"
 
 namespace meeting {
 namespace {
 
 // Memory that sanitizers set aside grows with what has been freed.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kMemoryMeansSomething = false;
-#else
-constexpr bool kMemoryMeansSomething = true;
-#endif
+constexpr bool kMemoryMeansSomething = !kAddressSanitizer && !kThreadSanitizer;
 
 // What the libraries' caches and the heaps of the threads may keep, whoever came last.
 constexpr std::int64_t kSlackBytes = std::int64_t{32} << 20;

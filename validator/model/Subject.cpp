@@ -38,7 +38,7 @@ std::uint32_t Subject::createUI(bool complete) {
   const bool fresh = view() == nullptr;
   const UCFResult result = object->CreateActiveUI(parent.get(), complete ? &rect : nullptr);
   if (!fresh || !view()) return result;
-  view()->whileOpening = [this] { view()->delegate->renderMovie(view()->accepts); };
+  view()->whileOpening = [] { view()->delegate->renderMovie(view()->accepts); };
   view()->accepts = world_.opens;
   view()->type = world_.content;
   view()->refusedToPlay = world_.refused;
