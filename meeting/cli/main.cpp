@@ -1,5 +1,7 @@
 // movara-meeting: the smallest meeting that a file can be shared with.
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -18,6 +20,8 @@ namespace {
 
 using meeting::ExitStatus;
 using meeting::Outcome;
+
+constexpr int kLargeBytes = 128 << 10;  // what the C library begins with
 
 // One line, whatever a file is called.
 void complain(std::string line) {
@@ -41,6 +45,10 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a reader that has gone is a failed write
   // Standard error is for one clear line; who wants the plug-in's warnings there says so.
   setenv("MOVARA_TRACE_LEVEL", "error", 0);  // NOLINT(concurrency-mt-unsafe): the only thread
+  // Pictures have memory of their own, which returns when they go. Otherwise the C library raises
+  // this bound to what has been freed, and the heaps of the threads are broken up by pictures of
+  // all sizes: with attendees who come and go, memory rose by 38 MiB an hour.
+  mallopt(M_MMAP_THRESHOLD, kLargeBytes);
   meeting::StandardOutput out;
   const Outcome outcome = run(argc, argv, out);
   const int unwritten = out.finish();
