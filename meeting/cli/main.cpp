@@ -48,7 +48,7 @@ int main(int argc, char** argv) {
   // Pictures have memory of their own, which returns when they go. Otherwise the C library raises
   // this bound to what has been freed, and the heaps of the threads are broken up by pictures of
   // all sizes: with attendees who come and go, memory rose by 38 MiB an hour.
-  mallopt(M_MMAP_THRESHOLD, kLargeBytes);
+  mallopt(M_MMAP_THRESHOLD, kLargeBytes);  // NOLINT(concurrency-mt-unsafe): the only thread
   meeting::StandardOutput out;
   const Outcome outcome = run(argc, argv, out);
   const int unwritten = out.finish();
