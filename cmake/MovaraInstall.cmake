@@ -28,6 +28,26 @@ install(
   file(CREATE_LINK \"${program}\" \"\${bin}/movara-meeting\" SYMBOLIC)"
   COMPONENT client)
 
+set(manual ${PROJECT_BINARY_DIR}/manual)
+install(FILES ${manual}/movara-meeting.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT client)
+install(
+  FILES ${manual}/movara-meeting.bash
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+  RENAME movara-meeting
+  COMPONENT client)
+install(FILES ${manual}/_movara-meeting
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT client)
+install(FILES ${manual}/movara-meeting.fish
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT client)
+install(FILES meeting/movara-meeting.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications
+        COMPONENT client)
+install(
+  FILES LICENSE
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/movara
+  RENAME copyright
+  COMPONENT client)
+install(FILES CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/movara COMPONENT client)
+
 # --- development: headers, and how to find them and the libraries ---
 
 install(TARGETS movara_contract EXPORT movara)
@@ -71,4 +91,19 @@ configure_file(cmake/movara.pc.in ${PROJECT_BINARY_DIR}/movara.pc @ONLY)
 install(
   FILES ${PROJECT_BINARY_DIR}/movara.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)
+
+install(FILES ${manual}/movara.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7 COMPONENT development)
+install(
+  FILES docs/contract.md docs/records.md
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/movara-dev
+  COMPONENT development)
+install(
+  DIRECTORY examples
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/movara-dev
+  COMPONENT development)
+install(
+  FILES LICENSE
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/movara-dev
+  RENAME copyright
   COMPONENT development)

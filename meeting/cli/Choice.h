@@ -1,7 +1,8 @@
-// Options that take one of a few words. [main-thread]
+// Options that take one of a few words, or a number between two. [main-thread]
 #pragma once
 
 #include <CLI/App.hpp>
+#include <CLI/Validators.hpp>
 #include <map>
 #include <string>
 #include <vector>
@@ -28,6 +29,12 @@ CLI::Option* addChoice(CLI::App& app, const std::string& name, Value& value,
     value = found->second;
   };
   return app.add_option_function<std::string>(name, take, description)->type_name(all);
+}
+
+// Lets an option take a number between the two, which help shows as `name`.
+template <class Number>
+void limit(CLI::Option* option, const char* name, Number least, Number most) {
+  option->type_name(name)->check(CLI::Range(least, most).description(""));
 }
 
 }  // namespace meeting

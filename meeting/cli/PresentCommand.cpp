@@ -50,12 +50,6 @@ struct Words {
   std::string address;
 };
 
-// A number between the two, which help shows as `name`.
-template <class Number>
-void limit(CLI::Option* option, const char* name, Number least, Number most) {
-  option->type_name(name)->check(CLI::Range(least, most).description(""));
-}
-
 void addMeeting(CLI::App& app, Words& words) {
   Options& options = words.options;
   app.add_option("FILE", options.files, "Movie or sound file to share; several are shared at once")

@@ -12,6 +12,7 @@
 
 #include "meeting/Suggestion.h"
 #include "meeting/TerminalProgress.h"
+#include "meeting/cli/Choice.h"
 #include "meeting/cli/Commands.h"
 #include "platform/Bundle.h"
 #include "validator/CaseProgram.h"
@@ -128,9 +129,8 @@ Outcome validate(const Words& words, std::ostream& out) {
 Command::Run declare(CLI::App& app) {
   const auto words = std::make_shared<Words>();
   app.add_option("PLUGIN", words->plugin, "Plug-in bundle")->type_name("");
-  app.add_option("--level", words->level, "How far to go, 1 to 10; each level adds its cases")
-      ->type_name("N")
-      ->check(CLI::Range(1, 10));
+  limit(app.add_option("--level", words->level, "How far to go; each level adds its cases"),
+        "1..10", 1, 10);
   app.add_option("--only", words->only,
                  "Only cases with NAME, or a part of one, in theirs. May be given many times")
       ->type_name("NAME")
@@ -140,9 +140,9 @@ Command::Run declare(CLI::App& app) {
   app.add_flag("--json", words->json, "Results, or the list, for a program");
   app.add_option("--seed", words->seed, "Of the random sequences; the same seed, the same steps")
       ->type_name("N");
-  app.add_option("--limit", words->limit, "Seconds that a case may take before it counts as hung")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(0.1, 3600.0));
+  limit(app.add_option("--limit", words->limit,
+                       "Time that a case may take before it counts as hung (default 60)"),
+        "SECONDS", 0.1, 3600.0);
   return [words](std::ostream& out) -> Outcome {
     if (words->plugin.empty() && !words->list)
       return outcomeOf({ExitStatus::usage, "PLUGIN is required (see validate --help)"});
