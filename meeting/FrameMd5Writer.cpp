@@ -1,7 +1,6 @@
 #include "meeting/FrameMd5Writer.h"
 
 #include <array>
-#include <cinttypes>
 #include <new>
 #include <utility>
 
@@ -32,42 +31,29 @@ Digest digestOf(AVMD5* md5, const VideoSample& sample) {
 
 }  // namespace
 
-std::unique_ptr<FrameMd5Writer> FrameMd5Writer::create(const std::string& path) {
-  std::FILE* file = std::fopen(path.c_str(), "we");
-  if (file == nullptr) return nullptr;
-  return std::unique_ptr<FrameMd5Writer>(new FrameMd5Writer(file));
-}
-
-FrameMd5Writer::FrameMd5Writer(std::FILE* file) : file_(file), md5_(av_md5_alloc()) {
+FrameMd5Writer::FrameMd5Writer(const std::string& path) : file_(path), md5_(av_md5_alloc()) {
   if (md5_ == nullptr) throw std::bad_alloc();
-  std::fputs("# timestamp_ms, bytes, md5\n", file_);
+  file_ << "# timestamp_ms, bytes, md5\n";
 }
 
-FrameMd5Writer::~FrameMd5Writer() {
-  close();
-  av_free(md5_);
-}
+FrameMd5Writer::~FrameMd5Writer() { av_free(md5_); }
 
 void FrameMd5Writer::add(const VideoSample& sample) {
   const platform::Lock lock(mutex_);
-  if (file_ == nullptr) return;
   const bool eitherStill = std::exchange(lastStill_, sample.still) || sample.still;
   const bool samePlace = lastTimestampMs_ == sample.timestampMs;
   lastTimestampMs_ = sample.timestampMs;
   if (eitherStill && samePlace) return;
   const Digest digest = digestOf(md5_, sample);
-  std::fprintf(file_, "%" PRIu64 ", %" PRIu64 ", ", sample.timestampMs,
-               std::uint64_t{sample.width} * 3 * sample.height);
-  for (const std::uint8_t byte : digest) std::fprintf(file_, "%02x", unsigned{byte});
-  std::fputc('\n', file_);
+  file_ << sample.timestampMs << ", " << std::uint64_t{sample.width} * 3 * sample.height << ", ";
+  constexpr const char* kDigits = "0123456789abcdef";
+  for (const std::uint8_t byte : digest) file_ << kDigits[byte >> 4] << kDigits[byte & 15];
+  file_ << '\n';
 }
 
-bool FrameMd5Writer::close() {
+int FrameMd5Writer::close() {
   const platform::Lock lock(mutex_);
-  if (file_ == nullptr) return true;
-  const bool failed = std::ferror(file_) != 0;
-  const bool closed = std::fclose(std::exchange(file_, nullptr)) == 0;
-  return closed && !failed;
+  return file_.finish();
 }
 
 }  // namespace meeting

@@ -5,12 +5,12 @@
 // the live picture at the same place is the same one and gets no second line. [any-thread]
 #pragma once
 
-#include <cstdio>
-#include <memory>
+#include <cstdint>
 #include <optional>
 #include <string>
 
 #include "meeting/MultimediaPlatform.h"
+#include "meeting/OutputFile.h"
 #include "platform/Mutex.h"
 
 struct AVMD5;
@@ -19,21 +19,19 @@ namespace meeting {
 
 class FrameMd5Writer {
  public:
-  // Nothing when the file cannot be written; errno says why.
-  static std::unique_ptr<FrameMd5Writer> create(const std::string& path);
+  explicit FrameMd5Writer(const std::string& path);
   ~FrameMd5Writer();
   FrameMd5Writer(const FrameMd5Writer&) = delete;
   FrameMd5Writer& operator=(const FrameMd5Writer&) = delete;
 
   void add(const VideoSample& sample) EXCLUDES(mutex_);
-  // Whether everything has reached the file; nothing may be added afterwards.
-  bool close() EXCLUDES(mutex_);
+  // Nothing may be added afterwards. 0 if everything has reached the file, or else the first error,
+  // as in errno.
+  int close() EXCLUDES(mutex_);
 
  private:
-  explicit FrameMd5Writer(std::FILE* file);
-
   platform::Mutex mutex_;
-  std::FILE* file_ GUARDED_BY(mutex_);
+  OutputFile file_ GUARDED_BY(mutex_);
   AVMD5* md5_ GUARDED_BY(mutex_);
   std::optional<std::uint64_t> lastTimestampMs_ GUARDED_BY(mutex_);
   bool lastStill_ GUARDED_BY(mutex_) = false;

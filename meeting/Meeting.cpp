@@ -36,11 +36,6 @@ void serveMainLoopFor(platform::Duration duration) {
   loop.runUntil(loop.now() + duration);
 }
 
-Failure cannotWrite(const std::string& path, int error = 0) {
-  const std::string why = error == 0 ? "" : ": " + std::generic_category().message(error);
-  return {ExitStatus::outputFailed, "cannot write " + path + why};
-}
-
 std::optional<Failure> checkWritable(const std::string& path,
                                      const std::vector<std::string>& media) {
   if (path.empty()) return std::nullopt;
@@ -125,25 +120,20 @@ std::optional<Failure> Meeting::prepareOutput() {
   for (const std::string& path :
        {options_.reportFile, options_.frameMd5File, options_.recordFile, options_.messagesFile})
     if (auto failure = checkWritable(path, options_.files)) return failure;
-  if (auto failure = addLog(options_.recordFile, MessageLog::Form::recording)) return failure;
-  return addLog(options_.messagesFile, MessageLog::Form::json);
+  addLog(options_.recordFile, MessageLog::Form::recording);
+  addLog(options_.messagesFile, MessageLog::Form::json);
+  return std::nullopt;
 }
 
-std::optional<Failure> Meeting::addLog(const std::string& path, MessageLog::Form form) {
-  if (path.empty()) return std::nullopt;
-  auto log = MessageLog::create(path, form);
-  if (!log) return cannotWrite(path);
-  journal_.addListener(*log);
-  logs_.push_back(std::move(log));
-  return std::nullopt;
+void Meeting::addLog(const std::string& path, MessageLog::Form form) {
+  if (path.empty()) return;
+  logs_.push_back(std::make_unique<MessageLog>(path, form));
+  journal_.addListener(*logs_.back());
 }
 
 std::optional<Failure> Meeting::addDocument(unsigned number) {
   std::unique_ptr<FrameMd5Writer> md5;
-  if (!options_.frameMd5File.empty()) {
-    md5 = FrameMd5Writer::create(options_.frameMd5File);
-    if (!md5) return cannotWrite(options_.frameMd5File);
-  }
+  if (!options_.frameMd5File.empty()) md5 = std::make_unique<FrameMd5Writer>(options_.frameMd5File);
   auto document = std::make_unique<Document>(
       Document::Setup{.file = options_.files[number - 1],
                       .number = number,
@@ -343,7 +333,8 @@ std::optional<Failure> Meeting::takeSnapshots() {
     std::string name = status.id;
     std::replace(name.begin(), name.end(), '/', '-');
     const std::string path = folder / (name + ".png");
-    if (!writePng(compose(*view(status.id)), path)) return cannotWrite(path);
+    if (const int problem = writePng(compose(*view(status.id)), path))
+      return cannotWrite(path, problem);
   }
   return std::nullopt;
 }
@@ -362,9 +353,10 @@ void Meeting::disband() {
 std::optional<Failure> Meeting::closeOutput() {
   std::optional<Failure> failure;
   for (const auto& document : documents_)
-    if (!document->recorder().closeMd5()) failure = cannotWrite(options_.frameMd5File);
+    if (const int error = document->recorder().closeMd5())
+      failure = cannotWrite(options_.frameMd5File, error);
   for (const auto& log : logs_)
-    if (!log->close()) failure = cannotWrite(log->path());
+    if (const int error = log->close()) failure = cannotWrite(log->path(), error);
   documents_.clear();
   return failure;
 }

@@ -47,7 +47,7 @@ class Meeting final : public RoomModel {
  private:
   std::optional<Failure> prepare();
   std::optional<Failure> prepareOutput();
-  std::optional<Failure> addLog(const std::string& path, MessageLog::Form form);
+  void addLog(const std::string& path, MessageLog::Form form);
   std::optional<Failure> addDocument(unsigned number);
   std::optional<Failure> openRoom();
   std::optional<Failure> bringTogether();

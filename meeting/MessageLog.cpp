@@ -31,15 +31,10 @@ std::string hashOf(std::span<const std::byte> data) {
 
 }  // namespace
 
-std::unique_ptr<MessageLog> MessageLog::create(const std::string& path, Form form) {
-  std::ofstream file(path, std::ios::trunc);
-  if (!file) return nullptr;
-  if (form == Form::recording) file << recordingHead() << '\n';
-  return std::unique_ptr<MessageLog>(new MessageLog(path, form, std::move(file)));
+MessageLog::MessageLog(std::string path, Form form)
+    : path_(std::move(path)), form_(form), file_(path_) {
+  if (form == Form::recording) file_ << recordingHead() << '\n';
 }
-
-MessageLog::MessageLog(std::string path, Form form, std::ofstream file)
-    : path_(std::move(path)), form_(form), file_(std::move(file)) {}
 
 void MessageLog::onMessage(PassedMessage message) {
   if (message.kind() == MessageKind::sample) {
@@ -61,14 +56,13 @@ void MessageLog::write() {
   for (const PassedMessage& message : messages) file_ << asLine(message) << '\n';
 }
 
-bool MessageLog::close() {
+int MessageLog::close() {
   write();
   {
     const platform::Lock lock(mutex_);
     if (form_ == Form::recording) file_ << recordingEnd(newest_) << '\n';
   }
-  file_.close();
-  return file_.good();
+  return file_.finish();
 }
 
 std::string MessageLog::asLine(const PassedMessage& message) const {

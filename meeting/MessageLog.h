@@ -2,12 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <fstream>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "meeting/MessageJournal.h"
+#include "meeting/OutputFile.h"
 #include "platform/Mutex.h"
 
 namespace meeting {
@@ -19,8 +18,7 @@ class MessageLog final : public MessageListener {
     json,       // decoded, as messageAsJson; without media data
   };
 
-  // Null when the file cannot be written. [main-thread]
-  static std::unique_ptr<MessageLog> create(const std::string& path, Form form);
+  MessageLog(std::string path, Form form);
 
   const std::string& path() const { return path_; }
 
@@ -29,16 +27,16 @@ class MessageLog final : public MessageListener {
 
   // Writes what has come since the last call. [main-thread]
   void write() EXCLUDES(mutex_);
-  // Whether everything has reached the file; nothing may be written afterwards. [main-thread]
-  bool close();
+  // Nothing may be written afterwards. 0 if everything has reached the file, or else the first
+  // error, as in errno. [main-thread]
+  int close();
 
  private:
-  MessageLog(std::string path, Form form, std::ofstream file);
   std::string asLine(const PassedMessage& message) const;
 
   const std::string path_;
   const Form form_;
-  std::ofstream file_;
+  OutputFile file_;
 
   platform::Mutex mutex_;
   std::vector<PassedMessage> waiting_ GUARDED_BY(mutex_);

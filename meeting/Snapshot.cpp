@@ -3,6 +3,7 @@
 #include <png.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <utility>
@@ -11,6 +12,8 @@
 extern "C" {
 #include <libswscale/swscale.h>
 }
+
+#include "meeting/OutputFile.h"
 
 namespace meeting {
 
@@ -140,14 +143,23 @@ platform::Image render(const Scene& scene) {
 
 platform::Image compose(const platform::View& view) { return render(captureScene(view)); }
 
-bool writePng(const platform::Image& image, const std::string& path) {
+int writePng(const platform::Image& image, const std::string& path) {
   png_image file{};
   file.version = PNG_IMAGE_VERSION;
   file.width = image.width;
   file.height = image.height;
   file.format = PNG_FORMAT_RGB;
-  return png_image_write_to_file(&file, path.c_str(), 0, image.pixels,
-                                 static_cast<png_int_32>(image.bytesPerRow), nullptr) != 0;
+  png_alloc_size_t size = 0;
+  const auto encode = [&](char* memory) {  // null asks for the size
+    return png_image_write_to_memory(&file, memory, &size, 0, image.pixels,
+                                     static_cast<png_int_32>(image.bytesPerRow), nullptr) != 0;
+  };
+  if (!encode(nullptr)) return ENOMEM;  // nothing else can go wrong with a picture that is one
+  std::vector<char> bytes(size);
+  if (!encode(bytes.data())) return ENOMEM;
+  OutputFile out(path);
+  out.write(bytes.data(), static_cast<std::streamsize>(size));
+  return out.finish();
 }
 
 }  // namespace meeting

@@ -28,7 +28,7 @@ platform::Image render(const Scene& scene);      // [any-thread]
 // Both in one. [main-thread]
 platform::Image compose(const platform::View& view);
 
-// False when the file cannot be written. [any-thread]
-bool writePng(const platform::Image& image, const std::string& path);
+// 0, or why the file could not be written, as in errno. [any-thread]
+int writePng(const platform::Image& image, const std::string& path);
 
 }  // namespace meeting

@@ -39,7 +39,7 @@ class StreamRecorder final : public StreamObserver {
   const std::optional<AudioFormat>& audio() const { return audio_; }
   SampleStatistics& statistics() { return statistics_; }
   // Whether all checksums have been written; true when none were asked for.
-  bool closeMd5() { return !md5_ || md5_->close(); }
+  int closeMd5() { return md5_ ? md5_->close() : 0; }
 
   void onRegistered(std::uint64_t durationMs, MM_MEDIASTREAMING_MEDIACONTENENT content) override;
   void onJoined() override;

@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <optional>
@@ -10,6 +9,7 @@
 #include <utility>
 
 #include "meeting/Meeting.h"
+#include "meeting/OutputFile.h"
 #include "meeting/Report.h"
 #include "meeting/SignalWatcher.h"
 #include "meeting/TerminalProgress.h"
@@ -150,13 +150,6 @@ std::string complete(Words& words) {
   return {};
 }
 
-bool writeReport(const std::string& path, const Report& report) {
-  std::ofstream file(path, std::ios::trunc);
-  file << reportAsJson(report);
-  file.close();
-  return file.good();
-}
-
 Outcome hold(const Options& options, std::ostream& out) {
   Meeting meeting(options);
   Outcome outcome;
@@ -168,11 +161,13 @@ Outcome hold(const Options& options, std::ostream& out) {
   const bool interrupted = outcome.exitStatus > 128;
   if (!options.quiet && (shared || interrupted))
     out << reportAsTable(meeting.report(), TerminalProgress::mayDecorate(STDOUT_FILENO));
-  if (options.reportFile.empty() || writeReport(options.reportFile, meeting.report()))
-    return outcome;
+  if (options.reportFile.empty()) return outcome;
+  OutputFile report(options.reportFile);
+  report << reportAsJson(meeting.report());
+  const int error = report.finish();
   // What has gone wrong before matters more.
-  if (!outcome.line.empty()) return outcome;
-  return outcomeOf({ExitStatus::outputFailed, "cannot write " + options.reportFile});
+  if (error == 0 || !outcome.line.empty()) return outcome;
+  return outcomeOf(cannotWrite(options.reportFile, error));
 }
 
 }  // namespace

@@ -317,18 +317,32 @@ TEST_F(ProgramTest, TheSameScenarioGivesTheSameMessages) {
 
 TEST_F(ProgramTest, OutputThatCannotBeWrittenIsSaid) {
   struct Case {
-    const char* arguments;
+    const char* command;
     int status;
     const char* says;
   };
-  const Case cases[] = {{"--version >/dev/full", 8, "No space left on device"},
-                        {"present --help >&-", 8, "Bad file descriptor"},
-                        {"--help | true", 0, ""},
-                        {"--version >/dev/null 2>&-", 0, ""}};
+  const char* const kFull = "movara-meeting: cannot write /dev/full: No space left on device\n";
+  const Case cases[] = {
+      {"$program --version >/dev/full", 8, "No space left on device"},
+      {"$program present --help >&-", 8, "Bad file descriptor"},
+      {"$program --help | true", 0, ""},
+      {"$program --version >/dev/null 2>&-", 0, ""},
+      {"$share --report /dev/full", 8, kFull},
+      {"$share --record /dev/full", 8, kFull},
+      {"$share --messages /dev/full", 8, kFull},
+      {"$share --framemd5 /dev/full", 8, kFull},
+      {"mkdir $folder/views && ln -s /dev/full $folder/views/presenter.png && "
+       "$share --snapshot $folder/views",
+       8, "views/presenter.png: No space left on device\n"},
+      // A limit to the size of files. What compilers count in files of its own is kept from it.
+      {"ulimit -f 8 && GCOV_PREFIX=$folder $share --record $folder/cut", 8,
+       "cut: File too large\n"},
+  };
+  const std::string setup = "program='" MEETING_PROGRAM "' folder='" + folder_.string() +
+                            "'; share=\"$program present " + redClip() + " --unpaced --quiet\"; ";
   for (const Case& test : cases) {
-    const Finished finished =
-        run({"sh", "-c", std::string("'") + MEETING_PROGRAM + "' " + test.arguments});
-    EXPECT_EQ(finished.status, test.status) << test.arguments;
+    const Finished finished = run({"sh", "-c", setup + test.command});
+    EXPECT_EQ(finished.status, test.status) << test.command;
     EXPECT_EQ(finished.err.empty(), *test.says == '\0') << finished.err;
     EXPECT_NE(finished.err.find(test.says), std::string::npos) << finished.err;
   }

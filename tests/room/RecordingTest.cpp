@@ -32,9 +32,8 @@ class RecordingTest : public testing::Test {
   // A meeting in small: some of everything that is told apart.
   void SetUp() override {
     MessageJournal journal;
-    const auto log = MessageLog::create(file(), MessageLog::Form::recording);
-    ASSERT_TRUE(log);
-    journal.addListener(*log);
+    MessageLog log(file(), MessageLog::Form::recording);
+    journal.addListener(log);
     const auto request = [&](const char* from, unsigned long uMsg, const void* record) {
       journal.record(from, Direction::toHost, SVS_MSG_MS_COMMAND, uMsg, record, nullptr, 1);
     };
@@ -57,7 +56,7 @@ class RecordingTest : public testing::Test {
     journal.record("attendee-1", Direction::toObject, ROUTE_TYPE_MEDIASTREAMING,
                    MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION, &position, nullptr, 0);
     journal.setKept(MessageJournal::Keep::everything);
-    ASSERT_TRUE(log->close());
+    ASSERT_EQ(log.close(), 0);
   }
 
   std::string file() const { return folder_ / "meeting.rec"; }
