@@ -1,10 +1,13 @@
 // The small parts of the engine: block cutting and the media clock.
 #include <gmock/gmock.h>
 
+#include <csignal>
+#include <cstring>
 #include <limits>
 
 #include "avcapture/AudioDecoder.h"
 #include "avcapture/MediaClock.h"
+#include "avcapture/SideThread.h"
 #include "avcapture/Upright.h"
 
 namespace avcapture {
@@ -113,6 +116,18 @@ TEST(MediaClock, RunsOnlyWhilePlayingAndDoesNotDrift) {
   clock.set(0);
   EXPECT_FALSE(clock.running());
   EXPECT_EQ(clock.now(), 0);
+}
+
+// Signals are for the host's threads, but a thread's own faults are not silenced: the host may keep
+// a record of crashes.
+TEST(SideThread, TakesItsOwnFaultsOnly) {
+  sigset_t blocked;
+  SideThread thread("av-test");
+  ASSERT_EQ(thread.run([&] { return pthread_sigmask(SIG_SETMASK, nullptr, &blocked); }), 0);
+  for (const int signal : {SIGTERM, SIGINT, SIGCHLD, SIGALRM, SIGUSR1})
+    EXPECT_TRUE(sigismember(&blocked, signal)) << strsignal(signal);
+  for (const int fault : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP})
+    EXPECT_FALSE(sigismember(&blocked, fault)) << strsignal(fault);
 }
 
 }  // namespace
