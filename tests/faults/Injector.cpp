@@ -9,7 +9,10 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
+#include <memory>
 #include <new>
+
+#include "tests/faults/Culprit.h"
 
 // The C library's own, and a sanitizer's where there is one.
 extern "C" {
@@ -21,6 +24,8 @@ void* __libc_memalign(std::size_t alignment, std::size_t size);
 [[gnu::weak]] void* __interceptor_calloc(std::size_t count, std::size_t size);
 [[gnu::weak]] void* __interceptor_realloc(void* old, std::size_t size);
 [[gnu::weak]] void* __interceptor_memalign(std::size_t alignment, std::size_t size);
+[[gnu::weak]] int __interceptor_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                                               void* (*body)(void*), void* argument);
 }
 
 namespace faults {
@@ -63,6 +68,23 @@ bool sanitized() { return __interceptor_malloc != nullptr; }
 void* aligned(std::size_t alignment, std::size_t size) {
   if (outOfMemory()) return nullptr;
   return sanitized() ? __interceptor_memalign(alignment, size) : __libc_memalign(alignment, size);
+}
+
+// What a thread is to do, once it has a stack for signals.
+struct Start {
+  void* (*body)(void*);
+  void* argument;
+};
+
+void* begin(void* given) {
+  Start start{};
+  {
+    const Exempt ours;
+    const std::unique_ptr<Start> held(static_cast<Start*>(given));
+    start = *held;
+    useSignalStack();
+  }
+  return start.body(start.argument);
 }
 
 }  // namespace
@@ -120,13 +142,20 @@ extern "C" {
                                                   const pthread_attr_t* attributes,
                                                   void* (*body)(void*), void* argument) {
   using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
-  static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
+  static const auto next = __interceptor_pthread_create != nullptr
+                               ? &__interceptor_pthread_create
+                               : reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
   if (faults::fails(faults::Kind::thread)) return EAGAIN;
-  return next(thread, attributes, body, argument);
+  if (faults::sanitized()) return next(thread, attributes, body, argument);
+  const faults::Exempt ours;
+  auto* const start = new faults::Start{body, argument};
+  const int result = next(thread, attributes, faults::begin, start);
+  if (result != 0) delete start;
+  return result;
 }
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef FAULTS_SANITIZED
 // A sanitizer's operator new does not come through malloc.
 void* operator new(std::size_t size) {
   void* const memory = malloc(size == 0 ? 1 : size);

@@ -284,9 +284,9 @@ std::string attendee(bool whole) {
 }
 
 constexpr Scene kScenes[] = {
-    {"presenter", presenterUnpaced},
-    {"sound", presenterWithSound},
-    {"attendee", attendee},
+    {"presenter", presenterUnpaced}, {"sound", presenterWithSound},
+    {"attendee", attendee},          {"self", self},
+    {"stranger", stranger},
 };
 
 }  // namespace

@@ -18,4 +18,9 @@ struct Scene {
 // pictures as fast as they are taken; in real time with a sound device; and an attendee's side.
 const Scene* findScene(const std::string& name);
 
+// Each request for memory that fails ends the process, each in another way: in our own code, and in
+// that of another library.
+std::string self(bool whole);
+std::string stranger(bool whole);
+
 }  // namespace faults

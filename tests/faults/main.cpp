@@ -8,15 +8,10 @@
 // library ended the process by itself: nobody can play on from there. Exits with 0 if nothing
 // failed. With FAULTS_SHOW set, says for each case on standard error who asked for what could not
 // be had.
-#include <dlfcn.h>
-#include <execinfo.h>
 #include <malloc.h>
 #include <sys/wait.h>
-#include <ucontext.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -27,7 +22,9 @@
 #include <string>
 #include <thread>
 
+#include "tests/faults/Culprit.h"
 #include "tests/faults/Scene.h"
+#include "tests/support/Sanitizers.h"
 
 namespace {
 
@@ -39,11 +36,7 @@ constexpr unsigned kHangSeconds = 60;
 enum Result : int { kSurvived = 0, kFailed = 1, kNothingFailed = 2, kOthersFault = 3 };
 
 // Sanitizers set memory aside, and keep threads.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kCountsMeanSomething = false;
-#else
-constexpr bool kCountsMeanSomething = true;
-#endif
+constexpr bool kCountsMeanSomething = !kAddressSanitizer && !kThreadSanitizer;
 // What caches make of a difference, and the one picture with its pool that libavcodec loses when it
 // cannot make a reference to it (0.2 MB).
 constexpr std::ptrdiff_t kSlackBytes = 256 << 10;
@@ -74,45 +67,9 @@ std::string leftBehind(const Held& before) {
   return {};
 }
 
-// The file of the code at an address, when it is neither the language's nor the system's.
-std::string moduleAt(void* address) {
-  Dl_info info{};
-  if (dladdr(address, &info) == 0) return {};
-  std::string file = std::filesystem::path(info.dli_fname).filename();
-  constexpr std::array kSystem{"libc.so", "libstdc++", "libgcc_s", "ld-linux", "libm.so"};
-  const auto is = [&](const char* name) { return file.starts_with(name); };
-  return std::any_of(kSystem.begin(), kSystem.end(), is) ? std::string() : file;
-}
-
-// Says whose code it is that ends the process: that at the fault itself, or else the innermost.
-void nameCulprit(int signal, siginfo_t* /*information*/, void* context) {
-  const faults::Exempt ours;
-  const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): an address as the machine keeps it
-  std::string module = moduleAt(reinterpret_cast<void*>(registers[REG_RIP]));
-  std::array<void*, 100> frames{};
-  // The handler and the signal's own frame come first.
-  const int count = module.empty() ? backtrace(frames.data(), static_cast<int>(frames.size())) : 0;
-  for (std::size_t i = 2; i < static_cast<std::size_t>(count) && module.empty(); ++i)
-    module = moduleAt(frames.at(i));
-  std::fprintf(stderr, "%s in %s\n", strsignal(signal), module.c_str());
-  if (getenv("FAULTS_SHOW")) backtrace_symbols_fd(frames.data(), count, STDERR_FILENO);
-  constexpr std::array kOurs{"movara", "lumtrace", "libavcapture", "libplatform", "faults"};
-  const auto is = [&](const char* name) { return module.starts_with(name); };
-  const bool others = !module.empty() && std::none_of(kOurs.begin(), kOurs.end(), is);
-  _exit(others ? kOthersFault : kFailed);
-}
-
-void nameCulprits() {
-  struct sigaction action {};
-  action.sa_sigaction = nameCulprit;
-  action.sa_flags = SA_SIGINFO;
-  for (const int signal : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE}) sigaction(signal, &action, nullptr);
-}
-
 [[noreturn]] void child(const Scene& scene, const Fault& fault, const Held& before) {
   alarm(kHangSeconds);
-  nameCulprits();
+  faults::nameCulprits(fault.number, kFailed, kOthersFault);
   faults::arm(fault);
   std::string wrong = scene.run(false);
   const bool failed = faults::failed() > 0;
