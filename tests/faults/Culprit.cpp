@@ -80,8 +80,8 @@ void endWithName(int signal, siginfo_t* /*information*/, void* context) {
   constexpr const char* kOurs[] = {"movara", "lumtrace", "libavcapture", "libplatform", "faults"};
   const std::string_view module = innermostModule(*static_cast<const ucontext_t*>(context));
   const bool others = !module.empty() && !startsWithOneOf(module, kOurs);
-  dprintf(STDERR_FILENO, "%lu: %s in %.*s\n", caseNumber, strsignal(signal),
-          static_cast<int>(module.size()), module.data());
+  dprintf(STDERR_FILENO, "%lu: %s in %.*s%s\n", caseNumber, strsignal(signal),
+          static_cast<int>(module.size()), module.data(), others ? "" : ", which is ours");
   if (getenv("FAULTS_SHOW") != nullptr) {
     std::array<void*, 100> frames{};
     backtrace_symbols_fd(frames.data(), backtrace(frames.data(), 100), STDERR_FILENO);
