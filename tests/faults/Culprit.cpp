@@ -82,7 +82,9 @@ void endWithName(int signal, siginfo_t* /*information*/, void* context) {
   const bool others = !module.empty() && !startsWithOneOf(module, kOurs);
   dprintf(STDERR_FILENO, "%lu: %s in %.*s%s\n", caseNumber, strsignal(signal),
           static_cast<int>(module.size()), module.data(), others ? "" : ", which is ours");
-  if (getenv("FAULTS_SHOW") != nullptr) {
+  const auto& registers = static_cast<const ucontext_t*>(context)->uc_mcontext.gregs;
+  if (getenv("FAULTS_SHOW") != nullptr &&
+      isInOwnStack(static_cast<std::uintptr_t>(registers[REG_RSP]))) {
     std::array<void*, 100> frames{};
     backtrace_symbols_fd(frames.data(), backtrace(frames.data(), 100), STDERR_FILENO);
   }
