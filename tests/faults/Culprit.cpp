@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 #include "tests/faults/Injector.h"
@@ -36,12 +37,16 @@ bool startsWithOneOf(std::string_view text, const auto& beginnings) {
 // The file of the code at an address, when it is neither the language's nor the system's. Takes no
 // memory: the fault may be in what gives it.
 std::string_view moduleAt(void* address) {
-  constexpr const char* kSystem[] = {"libc.so",    "libm.so", "libstdc++", "libgcc_s", "ld-linux",
-                                     "linux-vdso", "libasan", "libtsan",   "libubsan"};
+  constexpr const char* kSystem[] = {"libc.so",  "libm.so",  "libstdc++",
+                                     "libgcc_s", "ld-linux", "linux-vdso"};
   Dl_info info{};
   if (dladdr(address, &info) == 0) return {};
   std::string_view file = info.dli_fname;
   file.remove_prefix(file.rfind('/') + 1);
+  // What stands before the C library's own below.
+  constexpr std::string_view kJumps[] = {"longjmp", "_longjmp", "siglongjmp", "__longjmp_chk"};
+  const std::string_view name = info.dli_sname == nullptr ? "" : info.dli_sname;
+  if (std::find(std::begin(kJumps), std::end(kJumps), name) != std::end(kJumps)) return {};
   return startsWithOneOf(file, kSystem) ? std::string_view() : file;
 }
 
@@ -69,9 +74,10 @@ std::string_view innermostModule(const ucontext_t& context) {
   if (!inStack && jumper != nullptr) return moduleAt(jumper);
   std::array<void*, 100> frames{};
   const int count = backtrace(frames.data(), static_cast<int>(frames.size()));
-  // The handler and the signal's own frame come first, the code at the fault has been looked at.
-  for (std::size_t i = 2; i < static_cast<std::size_t>(count); ++i)
-    if (const auto module = moduleAt(frames.at(i)); !module.empty()) return module;
+  // Those of the handler come first.
+  const auto end = std::next(frames.begin(), count);
+  for (auto frame = std::find(frames.begin(), end, code); frame != end; ++frame)
+    if (const auto module = moduleAt(*frame); !module.empty()) return module;
   return {};
 }
 
@@ -94,11 +100,13 @@ void endWithName(int signal, siginfo_t* /*information*/, void* context) {
 }  // namespace
 
 void useSignalStack() {
-  static thread_local std::array<std::byte, 64 << 10> memory;
+#ifndef FAULTS_SANITIZED  // which brings its own
+  alignas(64) static thread_local std::array<std::byte, 64 << 10> memory;
   stack_t stack{};
   stack.ss_sp = memory.data();
   stack.ss_size = memory.size();
   sigaltstack(&stack, nullptr);
+#endif
 }
 
 void nameCulprits(unsigned long number, int ours, int others) {
@@ -123,7 +131,8 @@ namespace {
 
 using Jump = void (*)(void* target, int value);
 
-[[noreturn]] void jump(const char* how, void* who, void* target, int value) {
+[[noreturn, gnu::always_inline]] inline void jump(const char* how, void* who, void* target,
+                                                  int value) {
   faults::jumper = who;
   Jump real = nullptr;
   {

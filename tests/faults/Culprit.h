@@ -2,8 +2,6 @@
 // mend, and what ours does not survive must never pass for another's.
 #pragma once
 
-#include <csetjmp>
-
 namespace faults {
 
 // From now on a fault ends the process with `othersExit` when the innermost code at it that is
@@ -20,7 +18,7 @@ struct Death {
   const char* name;
   void (*die)();
 };
-constexpr int kDeaths = 7;
+constexpr int kDeaths = 8;
 // Built into the program, where it stands for our own code, and into a library, as another's.
 extern "C" const Death* waysToDie();
 

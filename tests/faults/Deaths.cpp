@@ -1,10 +1,14 @@
 #include <algorithm>
+#include <csetjmp>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <stdexcept>
 
 #include "tests/faults/Culprit.h"
+
+// The C library's, which checks where the jump goes.
+extern "C" [[noreturn]] void __longjmp_chk(jmp_buf target, int value);
 
 namespace {
 
@@ -37,6 +41,15 @@ void jumpsToNowhere() {
   std::longjmp(target, 1);
 }
 
+[[gnu::noinline]] void remember(jmp_buf target) {
+  if (setjmp(target) != 0) depth = 0;
+}
+void jumpsToWhatHasReturned() {
+  jmp_buf target;
+  remember(target);
+  __longjmp_chk(target, 1);
+}
+
 [[gnu::noinline]] void throws() { throw std::runtime_error("nobody catches this"); }
 void throwsWhereNothingMay() noexcept { throws(); }
 
@@ -47,6 +60,7 @@ constexpr faults::Death kWays[] = {
     {"aborts", aborts},
     {"runs over its stack", runsOverItsStack},
     {"jumps to nowhere", jumpsToNowhere},
+    {"jumps to what has returned", jumpsToWhatHasReturned},
     {"throws where nothing may", throwsWhereNothingMay},
 };
 static_assert(std::size(kWays) == faults::kDeaths);

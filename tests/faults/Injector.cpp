@@ -156,6 +156,24 @@ extern "C" {
 }
 
 #ifdef FAULTS_SANITIZED
+extern "C" {
+// The loader and FFmpeg lose memory when there is none, which is not what is looked for here.
+[[gnu::visibility("default")]] int __lsan_is_turned_off() { return 1; }
+
+// Not every new is ours, but every delete.
+[[gnu::visibility("default")]] const char* __asan_default_options() {
+  return "alloc_dealloc_mismatch=0";
+}
+
+// A sanitizer asks for each thread's, and cannot do without.
+[[gnu::visibility("default")]] int pthread_getattr_np(pthread_t thread, pthread_attr_t* out) {
+  using Get = int (*)(pthread_t, pthread_attr_t*);
+  const faults::Exempt ours;
+  static const auto next = reinterpret_cast<Get>(dlsym(RTLD_NEXT, "pthread_getattr_np"));
+  return next(thread, out);
+}
+}
+
 // A sanitizer's operator new does not come through malloc.
 void* operator new(std::size_t size) {
   void* const memory = malloc(size == 0 ? 1 : size);

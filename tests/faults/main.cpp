@@ -35,8 +35,8 @@ using faults::Scene;
 constexpr unsigned kHangSeconds = 60;
 enum Result : int { kSurvived = 0, kFailed = 1, kNothingFailed = 2, kOthersFault = 3 };
 
-// Sanitizers set memory aside, and keep threads.
-constexpr bool kCountsMeanSomething = !kAddressSanitizer && !kThreadSanitizer;
+// The sanitizer sets memory aside.
+constexpr bool kCountsMeanSomething = !kAddressSanitizer;
 // What caches make of a difference, and the one picture with its pool that libavcodec loses when it
 // cannot make a reference to it (0.2 MB).
 constexpr std::ptrdiff_t kSlackBytes = 256 << 10;
