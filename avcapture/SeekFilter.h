@@ -27,11 +27,13 @@ class SeekFilter {
     complete_ = false;
     held_ = {};
   }
-  // Of each packet, in decoding order, the time of its picture and the time when it is decoded,
-  // which no later packet's picture precedes: whether the picture is certainly not shown, because
-  // one between it and the target was there before.
+  // Of each packet, in decoding order, the time of its picture and the time when it is decoded:
+  // whether the picture is certainly not shown, because one between it and the target was there
+  // before. No later packet's picture precedes the time of decoding, except in files that are
+  // wrong about it; where one does, nothing is taken from it any more.
   bool passesOver(std::int64_t microseconds, std::int64_t decoded) {
-    complete_ = complete_ || decoded > target_;
+    inOrder_ = inOrder_ && microseconds >= decoded;
+    complete_ = complete_ || (inOrder_ && decoded > target_);
     if (passing_ || microseconds > target_) return false;
     latest_ = std::max(latest_, microseconds);
     return microseconds < latest_;
@@ -61,6 +63,7 @@ class SeekFilter {
   std::int64_t target_ = 0;
   bool passing_ = true;
   std::int64_t latest_ = 0;  // that may show at the target, of the packets so far
+  bool inOrder_ = true;      // no picture is decoded after its time
   bool complete_ = false;    // all packets have come whose pictures may show at the target
   DecodedFrame held_;
 };

@@ -1,12 +1,15 @@
 // The small parts of the engine: block cutting and the media clock.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <limits>
+#include <vector>
 
 #include "avcapture/AudioDecoder.h"
 #include "avcapture/MediaClock.h"
+#include "avcapture/SeekFilter.h"
 #include "avcapture/SideThread.h"
 #include "avcapture/Upright.h"
 
@@ -116,6 +119,36 @@ TEST(MediaClock, RunsOnlyWhilePlayingAndDoesNotDrift) {
   clock.set(0);
   EXPECT_FALSE(clock.running());
   EXPECT_EQ(clock.now(), 0);
+}
+
+// A seek into a group of pictures, shown at 0, 40, 80 and 120 ms and decoded in another order. Each
+// picture comes out of the decoder when one more packet has been put in.
+std::int64_t firstShown(std::int64_t target, std::int64_t decodedLate) {
+  const std::int64_t shown[] = {0, 120'000, 40'000, 80'000, 160'000, 200'000, 240'000};
+  SeekFilter filter;
+  filter.restart(target);
+  std::vector<std::int64_t> decoded;
+  std::int64_t first = -1;
+  const auto out = [&](const DecodedFrame& frame) {
+    if (first < 0) first = frame.microseconds;
+    return true;
+  };
+  std::int64_t time = -40'000 + decodedLate;
+  for (const std::int64_t picture : shown) {
+    if (!filter.passesOver(picture, time)) decoded.push_back(picture);
+    time += 40'000;
+    std::sort(decoded.begin(), decoded.end());
+    for (; decoded.size() > 1; decoded.erase(decoded.begin()))
+      filter.push({makeFrame(), decoded.front()}, out);
+  }
+  return first;
+}
+
+TEST(SeekFilter, IsExactWhateverAFileSaysOfTheTimeOfDecoding) {
+  for (const std::int64_t late : {0, 40'000, 80'000, 400'000})
+    for (const std::int64_t target : {40'000, 60'000, 80'000, 100'000, 120'000})
+      EXPECT_EQ(firstShown(target, late), target / 40'000 * 40'000)
+          << target << ", decoded late by " << late;
 }
 
 // Signals are for the host's threads, but a thread's own faults are not silenced: the host may keep
