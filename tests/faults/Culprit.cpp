@@ -125,14 +125,16 @@ void nameCulprits(unsigned long number, int ours, int others) {
 
 }  // namespace faults
 
-// A sanitizer has to know of each jump, so beside one nobody is noted.
-#ifndef FAULTS_SANITIZED
+// The address sanitizer has to know of each jump.
+extern "C" [[gnu::weak]] void __asan_handle_no_return();
+
 namespace {
 
 using Jump = void (*)(void* target, int value);
 
 [[noreturn, gnu::always_inline]] inline void jump(const char* how, void* who, void* target,
                                                   int value) {
+  if (__asan_handle_no_return != nullptr) __asan_handle_no_return();
   faults::jumper = who;
   Jump real = nullptr;
   {
@@ -155,4 +157,3 @@ FAULTS_JUMP(longjmp)
 FAULTS_JUMP(_longjmp)
 FAULTS_JUMP(siglongjmp)
 FAULTS_JUMP(__longjmp_chk)
-#endif
