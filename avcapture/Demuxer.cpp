@@ -179,6 +179,7 @@ bool Demuxer::open(const std::string& path) {
 std::string Demuxer::failure() const {
   if (const int error = input_.error()) return fileFailure(error);
   if (error_ == AVERROR_EXIT) return "interrupted";
+  if (error_ == AVERROR(ENOMEM)) return "out of memory";
   return error_ == 0 || error_ == AVERROR_EOF ? std::string() : "damaged, or of an unknown format";
 }
 

@@ -16,6 +16,10 @@ MediaType typeOf(bool video, bool audio) {
   return static_cast<MediaType>((audio ? kMediaTypeAudio : 0) | (video ? kMediaTypeVideo : 0));
 }
 
+// As a reason that is kept where there is no memory: no longer than a string holds by itself.
+constexpr const char* kOutOfMemory = "out of memory";
+constexpr const char* kOutOfThreads = "out of threads";
+
 [[noreturn]] void throwOutOfResources(const char* what) {
   throw platform::Exception("AVResourceException", what);
 }
@@ -34,8 +38,10 @@ std::shared_ptr<Engine> Engine::open(const std::string& path, const PlaybackOpti
     engine->startThreads();
     return engine;
   } catch (const std::bad_alloc&) {
+    failure = kOutOfMemory;
     throwOutOfResources("no memory to open a movie");
   } catch (const std::system_error&) {
+    failure = kOutOfThreads;
     throwOutOfResources("no thread to play a movie");
   }
 }
@@ -162,6 +168,7 @@ PlaybackStatistics Engine::statistics() const {
 }
 
 std::string Engine::failure() {
+  if (givenUp_) return kOutOfMemory;
   const platform::Lock lock(mutex_);
   return failure_;
 }

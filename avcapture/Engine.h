@@ -69,7 +69,7 @@ struct EngineOutputs {
 class Engine : public std::enable_shared_from_this<Engine> {
  public:
   // Opens the file and begins to decode its first picture. Null when there is nothing playable in
-  // it, and `failure` then tells why; throws platform::Exception when memory or threads run out.
+  // it; throws platform::Exception when memory or threads run out. `failure` then tells why.
   static std::shared_ptr<Engine> open(const std::string& path, const PlaybackOptions& options,
                                       EngineOutputs outputs, std::string& failure);
   ~Engine();

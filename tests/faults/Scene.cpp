@@ -211,6 +211,9 @@ void present(Stage& stage, bool whole) {
   if (!must(registered, "not registered")) {
     // 101: the file can't be opened. Or the host is asked for nothing more, and shows the waiting.
     if (stage.shown() == 0) stage.complain("neither registered nor shown why");
+    const auto refusing = stage.shown() == 101 ? stage.view() : nullptr;
+    if (refusing != nullptr && refusing->fps() == 0 && refusing->failure().empty())
+      stage.complain("the file is refused without a reason");
     return;
   }
   stage.joinChannel();
@@ -227,6 +230,7 @@ void present(Stage& stage, bool whole) {
   if (!play()) return;
   if (!stage.until([&] { return stage.samples() > 2 || over(); }))
     return stage.complain("plays nothing, and nobody is told");
+  if (stage.samples() == 0 && view->failure().empty()) stage.complain("gives up without a reason");
   stage.call("pause", [&] {
     if (view->isPlaying()) view->onStart(nullptr);
   });
