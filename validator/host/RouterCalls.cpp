@@ -27,6 +27,15 @@ class Lent {
   std::vector<unsigned char> before_;
 };
 
+// A record with its head, about a channel.
+template <typename Record>
+Record about(MM_MEDIASTREAMING_CHANNLE_TYPE channel, const tagMSHead& head) {
+  Record record{};
+  record.head = head;
+  record.eChannelType = channel;
+  return record;
+}
+
 void noteUntouched(bool untouched, const std::string& what) {
   Findings::shared().note(Check::recordsUntouched, untouched, what + " was changed by the host");
 }
@@ -71,19 +80,16 @@ UCFResult RouterCalls::route(unsigned long command, void* record, std::size_t si
   return result;
 }
 
-void RouterCalls::expectTaken(unsigned long command, UCFResult result) const {
+void RouterCalls::expectTaken(const std::string& what, UCFResult result) const {
   if (router_ == nullptr || refusalsExpected_) return;
-  Findings::shared().note(Check::requestsTaken, result != 0,
-                          "request " + std::to_string(command) + " was answered by 0");
+  Findings::shared().note(Check::requestsTaken, result != 0, what + " was answered by 0");
 }
 
 void RouterCalls::tell(unsigned long type) {
   if (router_ == nullptr) return;
   const UCFResult result =
       router_->RouteMessage(MODULE_TYPE_SVS, MODULE_TYPE_MMP, type, 0, nullptr, nullptr);
-  if (refusalsExpected_) return;
-  Findings::shared().note(Check::requestsTaken, result != 0,
-                          "message " + std::to_string(type) + " was answered by 0");
+  expectTaken("message " + std::to_string(type), result);
 }
 
 // --- questions ---
@@ -131,26 +137,20 @@ bool RouterCalls::askPlayAllowed() {
 // --- requests ---
 
 void RouterCalls::registerChannel(MM_MEDIASTREAMING_CHANNLE_TYPE channel, std::uint64_t duration) {
-  tagMSRegisterInfo record{};
-  record.head = ids_;
-  record.eChannelType = channel;
+  auto record = about<tagMSRegisterInfo>(channel, ids_);
   record.dwDuration = duration;
   record.eMediaContent = MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO;
   request(MM_MEDIASTREAMING_CMD_REGISTER, record);
 }
 
 void RouterCalls::unregisterChannel(MM_MEDIASTREAMING_CHANNLE_TYPE channel) {
-  tagMSUnRegisterInfo record{};
-  record.head = ids_;
-  record.eChannelType = channel;
+  auto record = about<tagMSUnRegisterInfo>(channel, ids_);
   request(MM_MEDIASTREAMING_CMD_UNREGISTER, record);
 }
 
 void RouterCalls::sourceStatus(MM_MEDIASTREAMING_CHANNLE_TYPE channel,
                                MM_MEDIASTREAMING_SOURCE_STATUS status, std::int64_t positionMs) {
-  tagMSSourceStatus record{};
-  record.head = ids_;
-  record.eChannelType = channel;
+  auto record = about<tagMSSourceStatus>(channel, ids_);
   record.eStatus = status;
   record.lPosition = positionMs;
   request(MM_MEDIASTREAMING_CMD_SOURCE_STATUS, record);
@@ -168,9 +168,7 @@ void RouterCalls::mediaFormat(MM_MEDIASTREAMING_MEDIATYPE type, void* format, st
 }
 
 void RouterCalls::setRender(std::uint64_t view) {
-  tagMSRenderInfo record{};
-  record.head = ids_;
-  record.eChannelType = MM_MEDIASTREAMING_CHANNEL_LISTENER;
+  auto record = about<tagMSRenderInfo>(MM_MEDIASTREAMING_CHANNEL_LISTENER, ids_);
   record.eRenderType =
       view != 0 ? MM_MEDIASTREAMING_RENDER_ATTACH : MM_MEDIASTREAMING_RENDER_DETACH;
   record.hRender = view;
@@ -180,9 +178,7 @@ void RouterCalls::setRender(std::uint64_t view) {
 void RouterCalls::updateRender(std::uint64_t view) {
   tagMSRenderView parameter{view, MM_MEDIASTREAMING_VIEW_KIND, 0};
   const Lent lent(&parameter, sizeof parameter);
-  tagMSRenderUpdate record{};
-  record.head = ids_;
-  record.eChannelType = MM_MEDIASTREAMING_CHANNEL_LISTENER;
+  auto record = about<tagMSRenderUpdate>(MM_MEDIASTREAMING_CHANNEL_LISTENER, ids_);
   record.hRender = view;
   record.dwUpdateKind = MM_MEDIASTREAMING_UPDATE_VIEW;
   record.pUpdateParam = &parameter;
@@ -191,17 +187,13 @@ void RouterCalls::updateRender(std::uint64_t view) {
 }
 
 void RouterCalls::volume(std::uint16_t level) {
-  tagMSVolumeInfo record{};
-  record.head = ids_;
-  record.eChannelType = MM_MEDIASTREAMING_CHANNEL_LISTENER;
+  auto record = about<tagMSVolumeInfo>(MM_MEDIASTREAMING_CHANNEL_LISTENER, ids_);
   record.wVolumeLevel = level;
   request(MM_MEDIASTREAMING_CMD_VOLUME, record);
 }
 
 void RouterCalls::mute(bool muted) {
-  tagMSMuteInfo record{};
-  record.head = ids_;
-  record.eChannelType = MM_MEDIASTREAMING_CHANNEL_LISTENER;
+  auto record = about<tagMSMuteInfo>(MM_MEDIASTREAMING_CHANNEL_LISTENER, ids_);
   record.eMuteStatus = static_cast<MM_MEDIASTREAMING_MUTESTATUS>(muted ? 1 : 0);
   request(MM_MEDIASTREAMING_CMD_MUTE_STATUS, record);
 }

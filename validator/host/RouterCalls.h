@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "mmp/RequestRecords.h"
 #include "ucf/IUCFMsgRouter.h"
@@ -46,9 +47,9 @@ class RouterCalls {
   UCFResult route(unsigned long command, void* record, std::size_t size);
   template <class Record>
   void request(unsigned long command, Record& record) {
-    expectTaken(command, route(command, &record, sizeof record));
+    expectTaken("request " + std::to_string(command), route(command, &record, sizeof record));
   }
-  void expectTaken(unsigned long command, UCFResult result) const;
+  void expectTaken(const std::string& what, UCFResult result) const;
 
   IUCFMsgRouter* const router_;
   tagMSHead ids_{};
