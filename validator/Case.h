@@ -18,11 +18,15 @@ enum class CaseOutcome { passed, failed, crashed, hung, skipped };
 
 // The word for it, as results show it.
 const char* wordOf(CaseOutcome outcome);
+// Whether it speaks against the plug-in: failed, crashed or hung.
+bool isFault(CaseOutcome outcome);
 
 struct CaseResult {
   Case what;
   CaseOutcome outcome;
   std::vector<std::string> reasons;  // one line each; none when it passed
+  // The last lines that it wrote on standard error; none without a fault
+  std::vector<std::string> said;
 };
 
 }  // namespace validator

@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -17,6 +18,7 @@ namespace {
 using std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kListingTakes{30};
+constexpr std::ptrdiff_t kLinesShown = 10;
 
 // One line, whatever a reason is made of.
 std::string inOneLine(const std::string& text) {
@@ -28,6 +30,19 @@ std::string inOneLine(const std::string& text) {
     joined += (joined.empty() ? "" : " | ") + line.substr(begin);
   }
   return joined;
+}
+
+// Its last lines, without what a terminal might obey. The first one may have lost its beginning.
+std::vector<std::string> lastLines(const std::string& text) {
+  std::vector<std::string> all;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    std::replace_if(
+        line.begin(), line.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, ' ');
+    all.push_back(line);
+  }
+  if (all.size() > kLinesShown) all.erase(all.begin(), all.end() - kLinesShown);
+  return all;
 }
 
 CaseOutcome outcomeNamed(const std::string& word) {
@@ -82,7 +97,7 @@ std::optional<std::vector<Case>> CaseProgram::cases() const {
 }
 
 CaseResult CaseProgram::run(const Case& what, const Settings& settings) const {
-  CaseResult result{what, CaseOutcome::failed, {}};
+  CaseResult result{what, CaseOutcome::failed, {}, {}};
   ChildProcess child({path_, settings.code, "--report", "--gtest_filter=" + what.name},
                      {"RC_PARAMS=max_success=5000 seed=" + std::to_string(settings.seed)});
   const bool ended = child.finish(steady_clock::now() + settings.limit);
@@ -94,6 +109,7 @@ CaseResult CaseProgram::run(const Case& what, const Settings& settings) const {
     result.outcome = CaseOutcome::crashed;
     result.reasons.push_back(endOf(child.status()));
   }
+  if (isFault(result.outcome)) result.said = lastLines(child.errors());
   return result;
 }
 

@@ -46,6 +46,10 @@ const char* wordOf(CaseOutcome outcome) {
   return "";
 }
 
+bool isFault(CaseOutcome outcome) {
+  return outcome != CaseOutcome::passed && outcome != CaseOutcome::skipped;
+}
+
 void printCases(std::ostream& out, const std::vector<Case>& cases) {
   for (const Case& what : cases)
     out << std::setw(2) << static_cast<int>(what.level) << "  " << what.name << ": "
@@ -57,6 +61,7 @@ void printResult(std::ostream& out, const CaseResult& result) {
       << static_cast<int>(result.what.level) << "  " << result.what.name << ": "
       << result.what.protects << '\n';
   for (const std::string& reason : result.reasons) out << "         " << reason << '\n';
+  for (const std::string& line : result.said) out << "           > " << line << '\n';
 }
 
 std::string summaryOf(const std::vector<CaseResult>& results) {
@@ -72,9 +77,8 @@ std::string summaryOf(const std::vector<CaseResult>& results) {
 }
 
 bool allWell(const std::vector<CaseResult>& results) {
-  return std::all_of(results.begin(), results.end(), [](const CaseResult& result) {
-    return result.outcome == CaseOutcome::passed || result.outcome == CaseOutcome::skipped;
-  });
+  return std::none_of(results.begin(), results.end(),
+                      [](const CaseResult& result) { return isFault(result.outcome); });
 }
 
 void printCasesAsJson(std::ostream& out, const std::vector<Case>& cases) {
@@ -91,6 +95,7 @@ void printResultsAsJson(std::ostream& out, const std::vector<CaseResult>& result
     Json one = asJson(result.what);
     one["outcome"] = wordOf(result.outcome);
     one["reasons"] = result.reasons;
+    one["said"] = result.said;
     all.push_back(one);
   }
   print(out, {{"counts", counts}, {"cases", all}});

@@ -11,7 +11,7 @@ namespace validator {
 
 // A line for each case with its level and what it protects.
 void printCases(std::ostream& out, const std::vector<Case>& cases);
-// A line for the result, and one for each reason.
+// A line for the result, one for each reason, and the last lines that the case wrote.
 void printResult(std::ostream& out, const CaseResult& result);
 // How many came out which way, one line without its end.
 std::string summaryOf(const std::vector<CaseResult>& results);

@@ -25,13 +25,15 @@ struct Row {
   const char* outcome;
   const char* reason;         // a part of one
   const char* limit = "100";  // seconds
+  const char* said = "[";     // a part of its last lines on standard error, as JSON
 };
 void PrintTo(const Row& row, std::ostream* out) { *out << row.plugin; }
 
 constexpr Row kRows[] = {
     {"callsAfterTheEnd", "ReleaseTest.EndsAtOnceAndNothingFollows", "failed", "nothing follows"},
     {"crashes", "ContractTest.ReleaseEndsInOrder", "crashed", ""},
-    {"endsTheProgram", "ContractTest.ReleaseEndsInOrder", "crashed", "ended with status 0"},
+    {"endsTheProgram", "ContractTest.ReleaseEndsInOrder", "crashed", "ended with status 0", "100",
+     R"(["in line 7991","in line 7992",)"},
     {"hangs", "ContractTest.ReleaseEndsInOrder", "hung", "still ran after 1000 ms", "1"},
     {"keepsVariants", "ContractTest.GivesBackEveryVariant", "failed", "variantsHeld"},
     {"losesVolume", "ModelTest.TheModuleDoesWhatTheModelSays", "failed", "volume"},
@@ -60,6 +62,7 @@ TEST_P(WrongPlugins, AreCaughtByName) {
   EXPECT_EQ(result["name"], row.name);
   EXPECT_EQ(result["outcome"], row.outcome) << result;
   EXPECT_THAT(result["reasons"].dump(), testing::HasSubstr(row.reason));
+  EXPECT_THAT(result["said"].dump(), testing::HasSubstr(row.said));
   EXPECT_EQ(run.status, std::string(row.outcome) == "skipped" ? 0 : 1);
 }
 
@@ -75,6 +78,12 @@ TEST(Validator, FindsNothingWhereNothingIsWrong) {
   EXPECT_THAT(run.out, testing::HasSubstr(" passed\n"));
   EXPECT_THAT(run.out, testing::Not(testing::HasSubstr("skipped")));
   EXPECT_EQ(run.err, "") << "a counter is for a terminal";
+}
+
+TEST(Validator, ShowsTheLastLinesOfACaseThatDidNotPass) {
+  const auto run = validate("endsTheProgram", {"--only", "ContractTest.ReleaseEndsInOrder"});
+  EXPECT_THAT(run.out, testing::HasSubstr("\n           > in line 8000\n1 case: 1 crashed\n"));
+  EXPECT_EQ(run.err, "");
 }
 
 TEST(Validator, SaysWhatIsWrongWithItsWords) {
