@@ -16,6 +16,17 @@ constexpr std::uint64_t kSessionId = 1001;
 
 DocumentIds idsOf(unsigned document) { return {kSessionId, document}; }
 
+std::optional<Failure> refusal(JoinAnswer answer) {
+  switch (answer) {
+    case JoinAnswer::refuse:
+      return Failure{ExitStatus::refused, "the session was refused"};
+    case JoinAnswer::limit:
+      return Failure{ExitStatus::refused, "the session was refused: attendee limit reached"};
+    default:
+      return std::nullopt;
+  }
+}
+
 std::shared_ptr<platform::View> newView() { return std::make_shared<platform::View>(kViewFrame); }
 
 }  // namespace
@@ -146,15 +157,17 @@ std::shared_ptr<avcapture::KTVideoPlayer> Document::player() const {
 
 std::optional<Failure> Document::startFailure() const {
   const auto view = player();
-  switch (view ? view->statusViewType() : 0) {
+  // A presenter without one shows nobody that it was refused.
+  if (!view) return presenter_ ? refusal(setup_.session) : std::nullopt;
+  switch (view->statusViewType()) {
     case kStatusViewOpenFailed:
     case kStatusViewOpenFailed2012:
       return Failure{ExitStatus::wrongFile,
                      "not a media file: " + setup_.file + " (" + view->failure() + ")"};
     case kStatusViewFailed:
-      return Failure{ExitStatus::refused, "the session was refused"};
+      return refusal(JoinAnswer::refuse);
     case kStatusViewLimit:
-      return Failure{ExitStatus::refused, "the session was refused: attendee limit reached"};
+      return refusal(JoinAnswer::limit);
     default:
       return std::nullopt;
   }

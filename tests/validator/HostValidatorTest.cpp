@@ -126,6 +126,14 @@ TEST_F(HostValidatorTest, AMeetingIsAGoodHost) {
   checks = readReport(folder_ / "recording.json");
   EXPECT_EQ(checks["failed"], Names{});
   EXPECT_FALSE(checks["passed"].empty());
+
+  // It shows nothing by which the meeting could see that it has been refused.
+  std::vector<std::string> unwanted = meeting;
+  unwanted.insert(unwanted.end(), {"--session", "limit"});
+  const support::Finished refused = support::run(reporting("refused.json", unwanted));
+  EXPECT_EQ(refused.status, 6);
+  EXPECT_EQ(refused.err, "movara-meeting: the session was refused: attendee limit reached\n");
+  EXPECT_EQ(readReport(folder_ / "refused.json")["failed"], Names{});
 }
 
 // Without a file for it, the report is on standard error: a line for each check.
