@@ -60,6 +60,8 @@ class Straight : public FileTest {
     const auto pcm = sound ? expectedPcm(path) : std::string();
     EXPECT_EQ(accepted, picture || sound);
     EXPECT_EQ(player->failure().empty(), accepted);
+    EXPECT_EQ(player->mediaType(), (picture ? kMediaTypeVideo : 0) | (sound ? kMediaTypeAudio : 0));
+    EXPECT_EQ(player->statistics().framesDropped, 0U);
     std::vector<Frame> got = recorder->frames();
     for (Frame& frame : got) frame.width = frame.height = 0;
     EXPECT_THAT(got, ::testing::ElementsAreArray(frames));
