@@ -49,6 +49,8 @@ void PictureFeed::settled(VisitorId visitor, const std::string& id) {
 
 void PictureFeed::update() {
   for (auto& [id, watched] : watched_) {
+    // Who could not be sent the newest one has another try.
+    for (auto& [visitor, look] : watched.looks) offer(id, watched, visitor, look);
     const auto view = model_.view(id);
     if (view == nullptr) continue;
     // A participant that comes back has a new view, of which the model knows nothing.
@@ -83,9 +85,9 @@ void PictureFeed::finished(const std::string& id, const std::vector<unsigned cha
 void PictureFeed::offer(const std::string& id, const Watched& watched, VisitorId visitor,
                         Look& look) const {
   if (look.onWay >= kMaxOnWay || look.sent == watched.made) return;
+  send_(visitor, id, watched.picture);  // where there is memory for it
   ++look.onWay;
   look.sent = watched.made;
-  send_(visitor, id, watched.picture);
 }
 
 }  // namespace meeting

@@ -2,13 +2,16 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <map>
 #include <memory>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "meeting/room/PictureEncoder.h"
+#include "meeting/room/PictureFeed.h"
 #include "meeting/room/WebServer.h"
+#include "tests/room/FakeModel.h"
 #include "tests/room/RoomClient.h"
 
 namespace meeting {
@@ -29,6 +32,31 @@ TEST(FailureTest, APictureThatFailsIsDroppedAndTheNextIsMade) {
   EXPECT_TRUE(pumpUntil([&] { return failed == 1; }));
   encoder.encode("good", scene);
   EXPECT_TRUE(pumpUntil([&] { return made == 1; }));
+}
+
+TEST(FailureTest, APictureThatCouldNotBeSentIsSentLater) {
+  FakeModel model;
+  int refused = 0;
+  std::map<VisitorId, int> sent;
+  const auto send = [&](VisitorId visitor, const std::string&, const Payload&) {
+    if (visitor == 1 && refused < 5) {
+      ++refused;
+      throw std::bad_alloc();
+    }
+    ++sent[visitor];
+  };
+  const auto feed = std::make_shared<PictureFeed>(model, send);
+  model.draw("presenter", 100);
+  for (const VisitorId visitor : {1UL, 2UL}) feed->watch(visitor, {"presenter"});
+  // One picture, which never changes, for both.
+  EXPECT_TRUE(pumpUntil([&] {
+    try {
+      feed->update();
+    } catch (const std::bad_alloc&) {
+    }
+    return sent[1] == 1 && sent[2] == 1;
+  }));
+  EXPECT_EQ(refused, 5);
 }
 
 // Throws at the texts and visitors that it is told to.
