@@ -103,6 +103,7 @@ TEST(FailureTest, AVisitorWhoCausesOneIsDisconnectedAndNobodyElse) {
     ASSERT_EQ(client.open(), 101) << i;
     client.sendText("throw");
     ASSERT_TRUE(hangsUp(client)) << i;
+    witness.takeFrames();
   }
   EXPECT_TRUE(pumpUntil([&] { return delegate.gone == int{WebServer::kMaxConnections} + 1; }));
   witness.sendText("still here");

@@ -1,7 +1,6 @@
 #include "tests/room/RoomClient.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -10,7 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <stdexcept>
+#include <system_error>
 
 #include "platform/RunLoop.h"
 
@@ -21,14 +20,21 @@ namespace {
 using std::chrono_literals::operator""ms;
 
 int connectTo(std::uint16_t port) {
-  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(port);
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-    throw std::runtime_error("cannot connect to the room");
-  ::fcntl(socket, F_SETFL, O_NONBLOCK);
+  int error = ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  if (error != 0) error = errno;
+  if (error == EINPROGRESS) {
+    pollfd connecting{socket, POLLOUT, 0};
+    while (::poll(&connecting, 1, -1) < 0 && errno == EINTR) {
+    }
+    socklen_t size = sizeof error;
+    ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size);
+  }
+  if (error != 0) throw std::system_error(error, std::generic_category(), "to the room");
   return socket;
 }
 
@@ -122,16 +128,17 @@ bool RoomClient::takeFrame() {
   Frame frame{static_cast<unsigned char>(static_cast<unsigned char>(bytes[0]) & 0x0FU),
               received_.substr(head, length)};
   if (frame.opcode == kBinary && frame.data.rfind('P', 0) == 0) ++pictures_;
-  frames_.push_back(std::move(frame));
   received_.erase(0, head + length);
+  if (frame.opcode == kPing)
+    sendFrame(0x80U | kPong, frame.data);
+  else
+    frames_.push_back(std::move(frame));
   return true;
 }
 
 RoomClient::Frame RoomClient::next() {
   pumpUntil([this] {
-    receive();
-    while (takeFrame()) {
-    }
+    takeFrames();
     return closed_ || !frames_.empty();
   });
   if (frames_.empty()) return {kClose, {}};
@@ -151,10 +158,14 @@ std::string RoomClient::nextText(const std::vector<std::string>& parts) {
   }
 }
 
-std::size_t RoomClient::pictures() {
+void RoomClient::takeFrames() {
   receive();
   while (takeFrame()) {
   }
+}
+
+std::size_t RoomClient::pictures() {
+  takeFrames();
   return pictures_;
 }
 

@@ -16,7 +16,14 @@ using support::pumpUntil;
 
 class RoomClient {
  public:
-  enum Opcode : unsigned char { kContinue = 0, kText = 1, kBinary = 2, kClose = 8, kPing = 9 };
+  enum Opcode : unsigned char {
+    kContinue = 0,
+    kText = 1,
+    kBinary = 2,
+    kClose = 8,
+    kPing = 9,
+    kPong = 10
+  };
   struct Frame {
     unsigned char opcode;
     std::string data;
@@ -45,6 +52,8 @@ class RoomClient {
   int open(const std::string& target = "/socket", const std::string& headers = {});
   void sendText(const std::string& text) { sendFrame(0x80U | kText, text); }
   void sendFrame(unsigned char head, std::string_view data, bool masked = true);
+  // Takes in the frames that have arrived, and answers pings: who is silent for long is put out.
+  void takeFrames();
   // Takes the oldest frame that has arrived and not been taken; pumps until there is one. A frame
   // with opcode kClose stands for a lost connection as well.
   Frame next();
