@@ -8,6 +8,7 @@
 #include <iostream>
 #include <set>
 #include <sstream>
+#include <string_view>
 
 #include "validator/model/Steps.h"
 
@@ -90,13 +91,16 @@ class ModelTest : public testing::Test {
 
 CONTRACT_CASE(ModelTest, TheModuleDoesWhatTheModelSays, sequences,
               "random runs of steps lead to what the model says") {
-  ::setenv("RC_PARAMS", "seed=1 max_success=5000", 0);  // NOLINT(concurrency-mt-unsafe)
+  constexpr std::string_view kUsualRuns = "max_success=5000 seed=1";
+  ::setenv("RC_PARAMS", kUsualRuns.data(), 0);             // NOLINT(concurrency-mt-unsafe)
+  const bool usual = ::getenv("RC_PARAMS") == kUsualRuns;  // NOLINT(concurrency-mt-unsafe)
   std::ostringstream said;
   std::streambuf* const before = std::cerr.rdbuf(said.rdbuf());
   const bool does = rc::check("the module does what the model says", run);
   std::cerr.rdbuf(before);
   ASSERT_TRUE(does) << said.str();
-  // All but the one that nothing leads to.
+  // All but the one that nothing leads to. Other runs, and fewer, may by chance not get everywhere.
+  if (!usual) return;
   for (const int state : {0, 1, 2, 3, 4, 5, 6, 7, 8, 10, 11, 12})
     for (const bool source : {true, false})
       EXPECT_TRUE(met.contains({source, state})) << state << (source ? " source" : " listener");
