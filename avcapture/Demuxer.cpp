@@ -17,6 +17,8 @@ constexpr std::chrono::milliseconds kOpenPatience{4500};
 constexpr std::chrono::milliseconds kRetryDelay{5};
 // A seek that lands behind its target goes back by this much, doubled each time.
 constexpr std::int64_t kFirstStepBack = kMicrosecondsPerSecond;
+// Blocks of compressed sound need some of those before them: one in AAC, three in MP3.
+constexpr std::int64_t kSoundLeadIn = kMicrosecondsPerSecond / 10;
 // How much later than it is decoded a picture may show.
 constexpr std::int64_t kMostReordering = kMicrosecondsPerSecond;
 // Packets kept meanwhile. Who finds no start within goes further back at once.
@@ -300,7 +302,9 @@ bool Demuxer::startsAtOrBefore(std::int64_t microseconds) {
 }
 
 void Demuxer::seek(std::int64_t microseconds) {
-  std::int64_t from = microseconds;
+  // Where there is a picture, sound is read from its key frame on.
+  std::int64_t from =
+      std::max<std::int64_t>(0, microseconds - (video_ == nullptr ? kSoundLeadIn : 0));
   for (std::int64_t back = kFirstStepBack;; back *= 2) {
     const bool sought = reposition(from);
     if (from <= 0 || (sought && startsAtOrBefore(microseconds))) return;
