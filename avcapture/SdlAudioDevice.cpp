@@ -63,12 +63,12 @@ bool SdlAudioDevice::open(const SoundFormat& format) {
 void SdlAudioDevice::close() {
   if (device_ != 0) SDL_CloseAudioDevice(device_);
   device_ = 0;
-  started_ = false;
+  started_ = gone_ = false;
 }
 
 void SdlAudioDevice::play(const SoundBlock& block, int volume) {
   if (failed_) return;
-  if (device_ == 0 || !(block.format == format_)) {
+  if (device_ == 0 || gone_ || !(block.format == format_)) {
     failed_ = !open(block.format);
     if (failed_) return;
   }
@@ -88,6 +88,7 @@ void SdlAudioDevice::play(const SoundBlock& block, int volume) {
 void SdlAudioDevice::pause() {
   failed_ = false;
   if (device_ != 0) SDL_PauseAudioDevice(device_, 1);
+  gone_ = device_ != 0 && SDL_GetAudioDeviceStatus(device_) == SDL_AUDIO_STOPPED;
   started_ = false;
 }
 

@@ -26,6 +26,7 @@ class SdlAudioDevice final : public AudioDevice {
   bool initialised_ = false;
   bool failed_ = false;  // there is no device: don't ask again before the next pause
   bool started_ = false;
+  bool gone_ = false;  // has been unplugged, so another may be there now
   std::uint32_t device_ = 0;
   std::vector<std::uint8_t> scaled_;
 };

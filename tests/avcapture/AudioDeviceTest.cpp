@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <iterator>
 #include <memory>
@@ -135,6 +136,25 @@ TEST(AudioDevice, AsksAgainAfterAPauseWhereThereWasNone) {
   device.pause();
   play(device, 1);
   EXPECT_TRUE(device.sounding());
+}
+
+TEST(AudioDevice, OneThatWasUnpluggedIsOpenedAnewAfterAPause) {
+  const TemporaryFolder folder;
+  const std::string other = folder / "other";
+  ::setenv("SDL_AUDIODRIVER", "disk", 1);
+  ::setenv("SDL_DISKAUDIODELAY", "0", 1);
+  ::setenv("SDL_DISKAUDIOFILE", "/dev/full", 1);  // takes a block or two, then no more
+  SdlAudioDevice device;
+  play(device, 1);
+  ::setenv("SDL_DISKAUDIOFILE", other.c_str(), 1);
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (::access(other.c_str(), F_OK) != 0 && std::chrono::steady_clock::now() < limit) {
+    play(device, 1);
+    EXPECT_TRUE(device.sounding());  // playing goes on either way
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    device.pause();
+  }
+  EXPECT_EQ(::access(other.c_str(), F_OK), 0);
 }
 
 TEST(AudioDevice, ThreadsComeAndGoWithoutTakingItFromEachOther) {
