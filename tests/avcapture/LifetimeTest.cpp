@@ -15,6 +15,19 @@ using ::testing::ElementsAre;
 
 using Lifetime = PlayerTest;
 
+// A Flash video, whose header tells nothing of its streams, with a picture of 8193x8193.
+std::string hugePicture() {
+  const auto number = [](std::size_t value, int bytes) {
+    std::string big;
+    while (--bytes >= 0) big += static_cast<char>(value >> (8 * bytes) & 0xFF);
+    return big;
+  };
+  const std::string header("\x00\x00\x80\x00\x90\x00\x90\x00\x85\x00", 10);
+  const std::string data = "\x12" + header + std::string(200, 'U');  // a key frame in H.263
+  return std::string("FLV\x01\x01") + number(9, 4) + number(0, 4) + "\x09" +
+         number(data.size(), 3) + number(0, 7) + data + number(data.size() + 11, 4);
+}
+
 TEST_F(Lifetime, WhatIsNoMovieIsRefused) {
   const std::string text = scratchPath("text.mp4");
   writeFile(text, "This is a text, whatever its name says.\n");
@@ -25,6 +38,7 @@ TEST_F(Lifetime, WhatIsNoMovieIsRefused) {
   writeFile(scratchPath("empty.mp4"), "");
   writeFile(scratchPath("list.m3u8"), "#EXTM3U\n#EXT-X-TARGETDURATION:9\n#EXTINF:9,\n" + whole);
   writeFile(scratchPath("subtitles.srt"), "1\n00:00:01,000 --> 00:00:02,000\nWords.\n");
+  writeFile(scratchPath("huge.flv"), hugePicture());
   const std::string pipe = scratchPath("pipe.mp4");
   std::filesystem::remove(pipe);
   output({"mkfifo", pipe});
@@ -33,7 +47,8 @@ TEST_F(Lifetime, WhatIsNoMovieIsRefused) {
   const Footprint before;
   for (const std::string& path :
        {scratchPath("missing.mp4"), std::filesystem::temp_directory_path().string(),
-        scratchPath("empty.mp4"), text, truncated, scratchPath("subtitles.srt"), pipe}) {
+        scratchPath("empty.mp4"), text, truncated, scratchPath("subtitles.srt"),
+        scratchPath("huge.flv"), pipe}) {
     SCOPED_TRACE(path);
     delegate.calls.clear();
     std::string section;
