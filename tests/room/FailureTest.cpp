@@ -95,6 +95,7 @@ TEST(FailureTest, AVisitorWhoCausesOneIsDisconnectedAndNobodyElse) {
   const auto server = std::get<std::unique_ptr<WebServer>>(std::move(opened));
   RoomClient witness(server->port());
   ASSERT_EQ(witness.open(), 101);
+  ASSERT_TRUE(pumpUntil([&] { return delegate.came == 1; }));  // and will not be thrown at
 
   // More of them than there is room for at a time: none may keep its place.
   for (std::size_t i = 0; i <= WebServer::kMaxConnections; ++i) {
