@@ -31,7 +31,7 @@ class SVSMgr {
   // Attaches the host's router (not owned; null detaches) and has it fill in the identifiers that
   // every record carries. `embed`: the object lives in the meeting's document area.
   void SetMsgRouter(IUCFMsgRouter* router, signed char embed);
-  // Lets the router go when its owner ends. [any-thread]
+  // Lets the router go when its owner ends. [main-thread]
   void DetachMsgRouter();
   void SetChannelType(MM_MEDIASTREAMING_CHANNLE_TYPE type) { m_eChannelType = type; }
   bool IsSourceChannel() const { return m_eChannelType == MM_MEDIASTREAMING_CHANNEL_SOURCE; }
