@@ -42,6 +42,7 @@ std::shared_ptr<FFVideoPlayer> FFVideoPlayer::self() {
 bool FFVideoPlayer::setMovie(const std::shared_ptr<AVURLAsset>& movie) {
   const auto keep = self();  // renderMovie may make our owner let go
   if (!movie || engine_ || state_ == State::kDead) return false;
+  refusal_ = "out of memory";  // unless it turns out to be something else
   enterCrashSection(movie->path());
   std::shared_ptr<Engine> engine = openEngine(movie->path());
   leaveCrashSection();

@@ -211,9 +211,6 @@ void present(Stage& stage, bool whole) {
   if (!must(registered, "not registered")) {
     // 101: the file can't be opened. Or the host is asked for nothing more, and shows the waiting.
     if (stage.shown() == 0) stage.complain("neither registered nor shown why");
-    const auto refusing = stage.shown() == 101 ? stage.view() : nullptr;
-    if (refusing != nullptr && refusing->fps() == 0 && refusing->failure().empty())
-      stage.complain("the file is refused without a reason");
     return;
   }
   stage.joinChannel();
@@ -287,9 +284,29 @@ std::string attendee(bool whole) {
   return onStage(UCF_RUNTIME_MODE_LISTENER, [&](Stage& stage) { attend(stage, whole); });
 }
 
+// The file is given to a player view alone: when that does not take it, it says why.
+std::string view(bool whole) {
+  std::optional<const Exempt> ours(std::in_place);
+  avcapture::setPlaybackOptions({.paced = false, .decoderThreads = 1, .localSound = false});
+  const auto asset = avcapture::AVURLAsset::assetWithFilePath(FAULTS_CLIP);
+  const auto player = avcapture::KTVideoPlayer::newInstance();
+  ours.reset();
+  bool accepted = false;
+  try {
+    accepted = player->setMovie(asset);
+  } catch (const std::exception&) {
+  }
+  ours.emplace();
+  if (!accepted && (whole || player->failure().empty())) return "not opened, and does not say why";
+  return {};
+}
+
 constexpr Scene kScenes[] = {
-    {"presenter", presenterUnpaced}, {"sound", presenterWithSound},
-    {"attendee", attendee},          {"self", self},
+    {"view", view},
+    {"presenter", presenterUnpaced},
+    {"sound", presenterWithSound},
+    {"attendee", attendee},
+    {"self", self},
     {"stranger", stranger},
 };
 

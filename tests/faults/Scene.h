@@ -15,7 +15,8 @@ struct Scene {
 };
 
 // The presenter's side (loading, opening, first pictures, seek, pause, playing to the end) with
-// pictures as fast as they are taken; in real time with a sound device; and an attendee's side.
+// pictures as fast as they are taken; in real time with a sound device; an attendee's side; and a
+// player view alone that opens a file.
 const Scene* findScene(const std::string& name);
 
 // Each request for memory that fails ends the process, each in another way: in our own code, and in
