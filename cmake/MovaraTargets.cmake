@@ -60,6 +60,8 @@ function(movara_framework name)
   target_include_directories(
     ${name} INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
                       $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/movara>)
+  # The headers need it of whoever links the library.
+  target_compile_features(${name} INTERFACE cxx_std_20)
   set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY
                                            ${MOVARA_APP_CONTENTS}/Frameworks
                                            INSTALL_RPATH "$ORIGIN")
