@@ -65,6 +65,7 @@ const std::vector<Mistake> kMistakes = {
     {"writes what it refuses", {"refusal-leaves-variant-alone"}},
     {"keeps variants", {"variants-freed"}},
     {"forgets properties", {"shared-properties"}},
+    {"disowns the document", {"own-document"}},
     {"no role", {"role"}},
     {"long identity", {"identity"}},
     {"no items", {"item-states"}},

@@ -103,7 +103,7 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
 
   // --- runtime ---
   std::uint32_t CanSend() override { return 1; }
-  std::uint32_t GetRuntimeMode() override { return 0; }
+  std::uint32_t GetRuntimeMode() override { return presents() ? 0 : UCF_RUNTIME_MODE_LISTENER; }
   UCFResult SendDataToAll(void*, std::uint32_t, std::uint32_t) override { return UCF_OK; }
   UCFResult SendDataToUser(void* data, std::uint32_t length, std::uint32_t,
                            std::uint32_t) override {
@@ -129,7 +129,8 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
     return UCF_OK;
   }
   std::uint32_t RequestParameterData(std::int32_t id) override {
-    return id == UCF_QUERY_OWN_DOCUMENT ? presents() : id == UCF_QUERY_LIVE_MEETING;
+    if (id == UCF_QUERY_OWN_DOCUMENT) return presents() || !makes("disowns the document");
+    return id == UCF_QUERY_LIVE_MEETING;
   }
   std::uint32_t GetCurrentRole() override {
     return makes("no role") ? 0 : presents() ? UCF_ROLE_PRESENTER : UCF_ROLE_ATTENDEE;

@@ -41,6 +41,7 @@ constexpr Entry kChecks[] = {
     {"variants-freed", "FreeVariant gives back what was filled",
      "no text was filled, or the memory in use cannot be measured"},
     {"shared-properties", "the player's state survives a deactivation", "the container keeps none"},
+    {"own-document", "messages reach the object", "no message came"},
     {"role", "the object knows whether its user presents or attends",
      "the container has no runtime"},
     {"identity", "commands find their receivers", "the runtime tells no identity"},

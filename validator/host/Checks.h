@@ -29,6 +29,7 @@ enum class Check {
   refusalLeavesAlone,
   variantsFreed,
   sharedProperties,
+  ownDocument,
   role,
   identity,
   itemStates,

@@ -79,8 +79,12 @@ Interface* ContainerCalls::find(UCFInterfaceID id) {
   return static_cast<Interface*>(found[0]);
 }
 
+bool ContainerCalls::ownDocument() const {
+  return runtime_ == nullptr || runtime_->RequestParameterData(UCF_QUERY_OWN_DOCUMENT) != 0;
+}
+
 bool ContainerCalls::presents() const {
-  return runtime_ != nullptr && runtime_->RequestParameterData(UCF_QUERY_OWN_DOCUMENT) != 0 &&
+  return runtime_ != nullptr && ownDocument() &&
          runtime_->GetRuntimeMode() != UCF_RUNTIME_MODE_LISTENER;
 }
 

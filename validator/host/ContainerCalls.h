@@ -18,6 +18,7 @@ class ContainerCalls {
   explicit ContainerCalls(IUCFContainerBase& container);
 
   IUCFMsgRouter* router() const { return router_; }
+  bool ownDocument() const;
   // Whether the object presents: own document, and not made a listener.
   bool presents() const;
   bool liveMeeting() const;

@@ -21,6 +21,8 @@ void noteOrder(bool holds, const std::string& reason) {
 UCFResult Guest::RouteMessage(enumMODULE_TYPE /*from*/, enumMODULE_TYPE /*to*/, unsigned long type,
                               unsigned long uMsg, void* wParam, void* /*lParam*/) {
   if (!enter(Check::messagesOnMainThread) || !checkMessage(type, uMsg, wParam)) return 0;
+  Findings::shared().note(Check::ownDocument, container_.ownDocument(),
+                          "RequestParameterData(-2) is 0, with which messages are dropped");
   if (type == ROUTE_TYPE_SESSION) onSession(uMsg);
   if (type != ROUTE_TYPE_MEDIASTREAMING) return 0;
   // Another document's status is passed over.
