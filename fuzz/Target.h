@@ -1,5 +1,5 @@
-// What the fuzz targets share. A target is one file that defines LLVMFuzzerTestOneInput; it is
-// linked with libFuzzer, or with replay.cpp, which runs the inputs that are kept.
+// What the fuzz targets share. A target is one file that defines LLVMFuzzerTestOneInput, linked
+// with libFuzzer.
 #pragma once
 
 #include <fuzzer/FuzzedDataProvider.h>

@@ -25,7 +25,7 @@ namespace meeting {
 namespace {
 
 using Messages = std::vector<PassedMessage>;
-constexpr tagMSHead kHead{1001, 1};
+constexpr tagMSHead kChannelHead{1001, 1};
 
 class RecordingTest : public testing::Test {
  protected:
@@ -39,11 +39,11 @@ class RecordingTest : public testing::Test {
     };
     journal.record("presenter", Direction::toObject, ROUTE_TYPE_SESSION, SESSION_MSG_JOIN_CONFIRM,
                    nullptr, nullptr, 0);
-    tagMSRenderInfo render{kHead, MM_MEDIASTREAMING_CHANNEL_LISTENER,
+    tagMSRenderInfo render{kChannelHead, MM_MEDIASTREAMING_CHANNEL_LISTENER,
                            MM_MEDIASTREAMING_RENDER_ATTACH, 0xBEEF, 0};
     request("attendee-1", MM_MEDIASTREAMING_CMD_SET_RENDER, &render);
-    tagMSSourceStatus status{kHead, MM_MEDIASTREAMING_CHANNEL_SOURCE, MM_MEDIASTREAMING_PLAY, 700,
-                             MM_MEDIASTREAMING_SEEK_MARK};
+    tagMSSourceStatus status{kChannelHead, MM_MEDIASTREAMING_CHANNEL_SOURCE, MM_MEDIASTREAMING_PLAY,
+                             700, MM_MEDIASTREAMING_SEEK_MARK};
     request("presenter", MM_MEDIASTREAMING_CMD_SOURCE_STATUS, &status);
     std::array<char, 5> sound{"abcd"};
     tagMSDataStructure sample{
@@ -52,7 +52,7 @@ class RecordingTest : public testing::Test {
     request("presenter", MM_MEDIASTREAMING_CMD_MEDIA_DATA, &sample);
     const std::array<unsigned char, 8> command{8, 0, 0, 0, 3, 0, 0, 0};
     journal.recordCommand("attendee-1", Direction::toObject, command);
-    const tagMSPlayPosition position{kHead, 1500};
+    const tagMSPlayPosition position{kChannelHead, 1500};
     journal.record("attendee-1", Direction::toObject, ROUTE_TYPE_MEDIASTREAMING,
                    MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION, &position, nullptr, 0);
     journal.setKept(MessageJournal::Keep::everything);

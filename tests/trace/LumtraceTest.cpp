@@ -24,7 +24,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using Lines = std::vector<std::string>;
 
-constexpr unsigned long kLevels[] = {1, 2, 4, 8};
+constexpr unsigned long kEachLevel[] = {1, 2, 4, 8};
 
 template <class Function>
 Function entryPoint(const char* name) {
@@ -111,7 +111,7 @@ TEST_F(Lumtrace, WritesRecordsFromTheWantedLevelUp) {
     SCOPED_TRACE(level);
     inProcess({{"MOVARA_TRACE_LEVEL", level}}, [written = written] {
       for (std::size_t i = 0; i < 4; ++i) {
-        const int result = trace(kLevels[i], "m", nullptr, "at %lu", kLevels[i]);
+        const int result = trace(kEachLevel[i], "m", nullptr, "at %lu", kEachLevel[i]);
         if (result != (i + written < 4 ? 1 : 0)) return false;
       }
       return true;

@@ -38,14 +38,14 @@ CONTRACT_CASE(PresenterTexts, FromCreationToAJoinedChannel, texts,
   const Lines kTick = {"I CMovaraApp::RouteMessage, type = 0, uMsg = 0, this = 0xAPP ",
                        "I CMovaraApp::RenderFileName, file = /m/talk.mov, this = 0xAPP ",
                        "I UI already exist"};
-  const Lines kActive = {"I Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE",
-                         "I UpdatePlayerStatus, status = 3 to buffer, this = 0xMANAGER "};
+  const Lines kActivated = {"I Tell mmp my active status, MM_MEDIASTREAMING_PD_ACTIVE",
+                            "I UpdatePlayerStatus, status = 3 to buffer, this = 0xMANAGER "};
   const Lines kOpened =
       joined({{"I tell other participants , current media duration = 90000, mediaContent = 3, this "
                "= 0xAPP ",
                "I Source register info sended, this = 0xMANAGER, sourceID = 42, sessionID = "
                "72623859790382856, duration = 90000, mediaContent = 3 "},
-              kActive});
+              kActivated});
   expectTexts({
       {"creation",
        [] {},
@@ -78,7 +78,7 @@ CONTRACT_CASE(PresenterTexts, FromCreationToAJoinedChannel, texts,
                 "I after CreateUI", "W setMovie failed, movie = <AVURLAsset file:///m/talk.mov>",
                 "I Source register info into buffer, this = 0xMANAGER, sourceID = 42, sessionID = "
                 "72623859790382856, duration = 90, mediaContent = 3 "},
-               kActive})},
+               kActivated})},
       {"the movie is open already",
        [this] {
          openAtTheNextTick();
