@@ -49,6 +49,8 @@ if(MOVARA_SANITIZE)
   # Undefined behaviour is looked for in the product, and GoogleTest's templates are not optimized.
   set(checks "$<BOOL:$<TARGET_PROPERTY:MOVARA_CHECKS>>")
   target_compile_options(movara_settings INTERFACE $<${checks}:-O0> $<${checks}:-fno-sanitize=undefined>)
+  # In files that are compiled together a name may hide one of another file.
+  target_compile_options(movara_settings INTERFACE $<${checks}:-Wno-shadow>)
   target_link_options(movara_settings INTERFACE -fsanitize=${MOVARA_SANITIZE})
 endif()
 
