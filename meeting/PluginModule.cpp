@@ -12,19 +12,27 @@ bool find(platform::Bundle& bundle, const char* name, Function& function) {
   return function != nullptr;
 }
 
+std::string ownPlugIns() {
+  const auto main = platform::Bundle::mainBundle();
+  return main ? main->plugInsPath() : std::string(".");
+}
+
 Failure notAPlugin(const std::string& path, const std::string& why) {
   return Failure{ExitStatus::noPlugin, "not a plug-in: " + path + ": " + why};
 }
 
 }  // namespace
 
+std::shared_ptr<platform::Bundle> PluginModule::bundleAt(const std::string& path) {
+  auto bundle = platform::Bundle::create(path);
+  if (bundle || path.find('/') != std::string::npos) return bundle;
+  return platform::Bundle::create(ownPlugIns() + "/" + path);
+}
+
 std::variant<PluginModule, Failure> PluginModule::load(std::string path) {
-  if (path.empty()) {
-    const auto main = platform::Bundle::mainBundle();
-    path = (main ? main->plugInsPath() : std::string(".")) + "/movara.bundle";
-  }
+  if (path.empty()) path = ownPlugIns() + "/movara.bundle";
   PluginModule module;
-  module.bundle_ = platform::Bundle::create(path);
+  module.bundle_ = bundleAt(path);
   if (!module.bundle_) return Failure{ExitStatus::noPlugin, "no plug-in at " + path};
   std::string error;
   if (!module.bundle_->load(&error)) return notAPlugin(path, error);

@@ -14,7 +14,10 @@ namespace meeting {
 
 class PluginModule {
  public:
-  // The plug-in of the bundle folder `path` (empty: movara.bundle in the program's plug-ins
+  // The bundle in the folder `path`, or of that name beside our own plug-in when there is no such
+  // folder here; null when there is neither.
+  static std::shared_ptr<platform::Bundle> bundleAt(const std::string& path);
+  // The plug-in of the bundle `path` (empty: movara.bundle in the program's plug-ins
   // folder), with every export found and the interface version checked.
   static std::variant<PluginModule, Failure> load(std::string path);
 

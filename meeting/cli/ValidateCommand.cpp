@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "meeting/PluginModule.h"
 #include "meeting/Suggestion.h"
 #include "meeting/TerminalProgress.h"
 #include "meeting/cli/Choice.h"
@@ -87,7 +88,7 @@ Outcome choose(const Words& words, std::vector<Case>& cases) {
 
 Outcome check(const CaseProgram& program, const std::vector<Case>& cases, const Words& words,
               std::ostream& out) {
-  const auto bundle = platform::Bundle::create(words.plugin);
+  const auto bundle = PluginModule::bundleAt(words.plugin);
   if (!bundle) return outcomeOf({ExitStatus::noPlugin, "no plug-in at " + words.plugin});
   if (!std::filesystem::is_regular_file(bundle->executablePath()))
     return outcomeOf({ExitStatus::noPlugin, "not a plug-in: " + words.plugin + ": no code at " +
