@@ -9,8 +9,8 @@
 // MM_MEDIASTREAMING_MSSTATUS_VIDEOQUALITY_INDICATE
 struct tagMSVideoQuality {
   tagMSHead head;
-  std::int32_t nQuality;
-  float fFps;  // frames per second
+  std::int32_t nQuality;  // the platform's own measure; the plug-in notes it in the log
+  float fFps;             // frames per second
 };
 MMP_RECORD(tagMSVideoQuality, 24);
 MMP_FIELD(tagMSVideoQuality, nQuality, 16, 4);
