@@ -10,6 +10,7 @@
 inline constexpr std::uint32_t STM_PARAMETER_MEDIA_INFO = 0;  // tagStmMediaInfo, from the presenter
 inline constexpr std::uint32_t STM_PARAMETER_PROVIDER_CRASHED = 1;  // no data that is read
 
+// Parameter data STM_PARAMETER_MEDIA_INFO
 struct tagStmMediaInfo {
   std::int32_t nDurationMs;
   MM_MEDIASTREAMING_MEDIACONTENENT nMediaContent;

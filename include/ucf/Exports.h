@@ -1,5 +1,5 @@
 // The five functions by which a host knows a module, as function types for dlsym.
-// All are called on the main thread under their unmangled names.
+// All are called under their unmangled names, on the main thread except where it says otherwise.
 #ifndef UCF_EXPORTS_H
 #define UCF_EXPORTS_H
 
