@@ -26,6 +26,8 @@ target_compile_options(
             -Wconversion
             -Wsign-conversion
             -Wshadow
+            # A name may hide one of a file that it is compiled with.
+            $<$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>:-Wno-shadow>
             -Wformat=2
             -Wnon-virtual-dtor
             -Woverloaded-virtual
@@ -49,8 +51,6 @@ if(MOVARA_SANITIZE)
   # Undefined behaviour is looked for in the product, and GoogleTest's templates are not optimized.
   set(checks "$<BOOL:$<TARGET_PROPERTY:MOVARA_CHECKS>>")
   target_compile_options(movara_settings INTERFACE $<${checks}:-O0> $<${checks}:-fno-sanitize=undefined>)
-  # In files that are compiled together a name may hide one of another file.
-  target_compile_options(movara_settings INTERFACE $<${checks}:-Wno-shadow>)
   target_link_options(movara_settings INTERFACE -fsanitize=${MOVARA_SANITIZE})
 endif()
 
@@ -96,13 +96,19 @@ function(movara_bundle name)
                INSTALL_RPATH "$ORIGIN/../../../../Frameworks")
 endfunction()
 
-# What a target checks with is not what is checked. Under a sanitizer its files are compiled a dozen at a
-# time: most of a build's time goes into the headers that they share. A release build takes them singly,
-# so that a file that leans on its neighbour is found.
+# Compiles a target's files a dozen at a time: most of a build's time goes into the headers that they share.
+# A debug build takes them singly, so that a file that leans on its neighbour is found.
+function(movara_compile_together name)
+  if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
+    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+  endif()
+endfunction()
+
+# What a target checks with is not what is checked.
 function(movara_checks name)
   set_target_properties(${name} PROPERTIES MOVARA_CHECKS ON)
   if(MOVARA_SANITIZE)
-    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+    movara_compile_together(${name})
   endif()
 endfunction()
 
@@ -117,5 +123,6 @@ function(movara_test name)
   movara_checks(${name})
   # Nobody waits for a test's own code, but everybody for its compiler.
   target_compile_options(${name} PRIVATE -O0)
+  movara_compile_together(${name})
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
 endfunction()
