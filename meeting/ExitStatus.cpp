@@ -13,6 +13,7 @@ std::span<const ExitStatusText> exitStatusTexts() {
       {"6", "the session was refused"},
       {"7", "the room's port is taken, or its address is not this machine's"},
       {"8", "output could not be written"},
+      {"9", "a part of this installation is missing or does not run"},
       {"130, 143", "ended by an interrupt or a termination request, everything released"},
   };
   return kTexts;

@@ -18,6 +18,7 @@ enum class ExitStatus : int {
   refused = 6,
   noRoom = 7,
   outputFailed = 8,  // or something that no status stands for
+  incomplete = 9,
 };
 
 struct ExitStatusText {

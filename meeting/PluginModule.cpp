@@ -1,5 +1,6 @@
 #include "meeting/PluginModule.h"
 
+#include <filesystem>
 #include <utility>
 
 namespace meeting {
@@ -21,10 +22,20 @@ Failure notAPlugin(const std::string& path, const std::string& why) {
   return Failure{ExitStatus::noPlugin, "not a plug-in: " + path + ": " + why};
 }
 
+// The bundle whose code the file is, or null.
+std::shared_ptr<platform::Bundle> bundleOfCode(const std::string& path) {
+  std::error_code error;
+  const auto code = std::filesystem::canonical(path, error);
+  if (error) return nullptr;
+  auto bundle = platform::Bundle::create(code.parent_path().parent_path().parent_path().string());
+  return bundle && bundle->executablePath() == code ? bundle : nullptr;
+}
+
 }  // namespace
 
 std::shared_ptr<platform::Bundle> PluginModule::bundleAt(const std::string& path) {
   auto bundle = platform::Bundle::create(path);
+  if (!bundle) bundle = bundleOfCode(path);
   if (bundle || path.find('/') != std::string::npos) return bundle;
   return platform::Bundle::create(ownPlugIns() + "/" + path);
 }

@@ -14,8 +14,8 @@ namespace meeting {
 
 class PluginModule {
  public:
-  // The bundle in the folder `path`, or of that name beside our own plug-in when there is no such
-  // folder here; null when there is neither.
+  // The bundle in the folder `path`, or whose code is the file `path`, or of that name beside our
+  // own plug-in when there is neither here; null when there is none of them.
   static std::shared_ptr<platform::Bundle> bundleAt(const std::string& path);
   // The plug-in of the bundle `path` (empty: movara.bundle in the program's plug-ins
   // folder), with every export found and the interface version checked.

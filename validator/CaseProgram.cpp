@@ -85,12 +85,14 @@ bool endedWell(int status, CaseOutcome outcome) {
 std::optional<std::vector<Case>> CaseProgram::cases() const {
   ChildProcess child({path_, "--list"}, {});
   if (!child.finish(steady_clock::now() + kListingTakes)) return {};
-  const auto listed = nlohmann::json::parse(child.output(), nullptr, false);
-  if (!listed.is_array()) return {};
   std::vector<Case> all;
-  for (const auto& one : listed)
-    all.push_back(
-        {one.at("name"), static_cast<Level>(one.at("level").get<int>()), one.at("protects")});
+  try {
+    for (const auto& one : nlohmann::json::parse(child.output()))
+      all.push_back(
+          {one.at("name"), static_cast<Level>(one.at("level").get<int>()), one.at("protects")});
+  } catch (const nlohmann::json::exception&) {
+    return {};
+  }
   std::stable_sort(all.begin(), all.end(),
                    [](const Case& a, const Case& b) { return a.level < b.level; });
   return all;

@@ -13,8 +13,10 @@ namespace validator {
 
 class CaseProgram {
  public:
+  // What it does throws std::system_error when the program cannot be started.
   explicit CaseProgram(std::string path) : path_(std::move(path)) {}
 
+  const std::string& path() const { return path_; }
   // All cases, by level; nothing when the program does not answer.
   std::optional<std::vector<Case>> cases() const;
 

@@ -4,7 +4,8 @@ namespace validator {
 
 std::span<const LevelText> levelTexts() {
   static constexpr LevelText kTexts[] = {
-      {Level::loads, "loads", "the bundle's code is loaded, and has the five exports"},
+      {Level::loads, "loads",
+       "the code is loaded, has the five exports, and makes an object that can be released"},
       {Level::exports, "exports", "what the exports answer, and the texts that hosts know by name"},
       {Level::slots, "slots", "the tables of the object's faces and of its player, slot by slot"},
       {Level::life, "life", "creation, activation, moves, deactivation, release"},

@@ -16,6 +16,12 @@ namespace {
 
 constexpr const char* kProgram = "movara-meeting";
 
+// What sounds like a subcommand, as validate is one, and is a plug-in.
+constexpr const char* kHostCheck = "validate-host";
+constexpr const char* kHostCheckHint =
+    " (it is a plug-in, which your host loads, or ours: movara-meeting present FILE --plugin "
+    "validate-host.bundle)";
+
 std::string statusLines() {
   std::ostringstream text;
   text << "Exit status:\n";
@@ -114,7 +120,8 @@ Outcome CommandLine::run(std::vector<std::string> words, std::ostream& out) {
   if (name != words.end() && runs_.find(*name) == runs_.end()) {
     std::vector<std::string> names;
     for (const auto& [known, run] : runs_) names.push_back(known);
-    return wrongUsage("no such subcommand: " + *name + suggestion(*name, names));
+    const std::string hint = *name == kHostCheck ? kHostCheckHint : suggestion(*name, names);
+    return wrongUsage("no such subcommand: " + *name + hint);
   }
   joinFlagValues(words);
   std::reverse(words.begin(), words.end());  // as the parser takes them

@@ -3,11 +3,14 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <ostream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "meeting/PluginModule.h"
@@ -18,6 +21,7 @@
 #include "platform/Bundle.h"
 #include "validator/CaseProgram.h"
 #include "validator/CaseResults.h"
+#include "validator/CaseRun.h"
 
 namespace meeting {
 
@@ -63,19 +67,49 @@ std::string sectionOfLevels() {
   return text;
 }
 
+std::string inLowerCase(std::string text) {
+  for (char& letter : text)
+    letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+  return text;
+}
+
 bool isMeant(const std::string& word, const Case& what) {
-  return what.name.find(word) != std::string::npos;
+  return inLowerCase(what.name).find(inLowerCase(word)) != std::string::npos;
+}
+
+// The words that a case's name is put together from: each begins with a capital letter.
+void addWordsOf(const std::string& name, std::vector<std::string>& words) {
+  for (const char letter : name) {
+    const bool begins = std::isupper(static_cast<unsigned char>(letter)) != 0;
+    if (begins || words.empty()) words.emplace_back();
+    if (letter != '.') words.back() += letter;
+  }
+}
+
+// What somebody may have meant who has mistyped a case's name, or one of its words.
+std::string suggestedCase(const std::string& word, const std::vector<Case>& cases) {
+  std::vector<std::string> names;
+  std::vector<std::string> parts;
+  for (const Case& what : cases) {
+    names.push_back(what.name);
+    addWordsOf(what.name, parts);
+  }
+  const std::string name = suggestion(word, names);
+  if (!name.empty()) return name;
+  std::transform(parts.begin(), parts.end(), parts.begin(), inLowerCase);
+  return suggestion(inLowerCase(word), parts);
 }
 
 // The cases that the words choose, or which of the words means none.
 Outcome choose(const Words& words, std::vector<Case>& cases) {
-  std::vector<std::string> names;
-  names.reserve(cases.size());
-  for (const Case& what : cases) names.push_back(what.name);
-  for (const std::string& word : words.only)
+  for (const std::string& word : words.only) {
+    if (word.empty())
+      return outcomeOf(
+          {ExitStatus::usage, "--only: an empty name means no case (see validate --list)"});
     if (std::none_of(cases.begin(), cases.end(), [&](const Case& c) { return isMeant(word, c); }))
       return outcomeOf(
-          {ExitStatus::usage, "--only: no case is called " + word + suggestion(word, names)});
+          {ExitStatus::usage, "--only: no case is called " + word + suggestedCase(word, cases)});
+  }
   std::erase_if(cases, [&](const Case& what) {
     const auto meant = [&](const std::string& word) { return isMeant(word, what); };
     const bool chosen =
@@ -86,8 +120,8 @@ Outcome choose(const Words& words, std::vector<Case>& cases) {
   return outcomeOf({ExitStatus::usage, "--only: what it means is of a higher level"});
 }
 
-Outcome check(const CaseProgram& program, const std::vector<Case>& cases, const Words& words,
-              std::ostream& out) {
+Outcome check(const CaseProgram& program, const std::vector<Case>& all,
+              const std::vector<Case>& cases, const Words& words, std::ostream& out) {
   const auto bundle = PluginModule::bundleAt(words.plugin);
   if (!bundle) return outcomeOf({ExitStatus::noPlugin, "no plug-in at " + words.plugin});
   if (!std::filesystem::is_regular_file(bundle->executablePath()))
@@ -96,16 +130,17 @@ Outcome check(const CaseProgram& program, const std::vector<Case>& cases, const 
   const CaseProgram::Settings settings{
       bundle->executablePath(),
       std::chrono::milliseconds(static_cast<std::int64_t>(words.limit * 1000.0)), words.seed};
-  std::vector<CaseResult> results;
   const Counter counter;
-  for (const Case& what : cases) {
-    counter.show(results.size() + 1, cases.size(), what.name);
-    results.push_back(program.run(what, settings));
-    if (words.json) continue;
+  const auto show = [&](std::size_t number, std::size_t of, const Case& what) {
+    counter.show(number, of, what.name);
+  };
+  const auto print = [&](const CaseResult& result) {
+    if (words.json) return;
     counter.hide();
-    printResult(out, results.back());
+    printResult(out, result);
     out.flush();
-  }
+  };
+  const auto results = runCases(program, settings, all, cases, {show, print});
   const std::string summary = summaryOf(results);
   if (words.json)
     printResultsAsJson(out, results);
@@ -119,12 +154,20 @@ Outcome validate(const Words& words, std::ostream& out) {
   const auto own = platform::Bundle::mainBundle();
   const CaseProgram program((own ? own->path() : std::string(".")) +
                             "/Contents/Linux/movara-contract-cases");
-  auto cases = program.cases();
-  if (!cases) return outcomeOf({ExitStatus::outputFailed, "the program with the cases is damaged"});
-  if (Outcome chosen = choose(words, *cases); chosen.exitStatus != 0) return chosen;
-  if (!words.list) return check(program, *cases, words, out);
-  words.json ? printCasesAsJson(out, *cases) : printCases(out, *cases);
-  return {};
+  try {
+    const auto all = program.cases();
+    if (!all)
+      return outcomeOf({ExitStatus::incomplete, "not the program with the cases: " +
+                                                    program.path() + " (install movara whole)"});
+    std::vector<Case> cases = *all;
+    if (Outcome chosen = choose(words, cases); chosen.exitStatus != 0) return chosen;
+    if (!words.list) return check(program, *all, cases, words, out);
+    words.json ? printCasesAsJson(out, cases) : printCases(out, cases);
+    return {};
+  } catch (const std::system_error& error) {
+    return outcomeOf({ExitStatus::incomplete,
+                      std::string("the program with the cases does not run: ") + error.what()});
+  }
 }
 
 Command::Run declare(CLI::App& app) {
@@ -133,14 +176,16 @@ Command::Run declare(CLI::App& app) {
   limit(app.add_option("--level", words->level, "How far to go; each level adds its cases"),
         "1..10", 1, 10);
   app.add_option("--only", words->only,
-                 "Only cases with NAME, or a part of one, in theirs. May be given many times")
+                 "Only cases with NAME, or a part of one, in theirs, in capital letters or small "
+                 "ones. May be given many times")
       ->type_name("NAME")
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   app.add_flag("--list", words->list, "Show the cases instead of running them");
   app.add_flag("--json", words->json, "Results, or the list, for a program");
-  app.add_option("--seed", words->seed, "Of the random sequences; the same seed, the same steps")
-      ->type_name("N");
+  limit(app.add_option("--seed", words->seed,
+                       "Of the random sequences; the same seed, the same steps"),
+        "N", std::int64_t{0}, std::numeric_limits<std::int64_t>::max());
   limit(app.add_option("--limit", words->limit,
                        "Time that a case may take before it counts as hung (default 60)"),
         "SECONDS", 0.1, 3600.0);

@@ -24,8 +24,11 @@ enum class Fault {
   none,
   callsAfterTheEnd,
   crashes,
+  crashesOnLoad,
   endsTheProgram,
   hangs,
+  hangsOnCreate,
+  hangsOnLoad,
   keepsVariants,
   losesVolume,
   neverEnds,
@@ -37,6 +40,11 @@ enum class Fault {
   throws,
 };
 constexpr Fault kFault = Fault::FAULT;
+
+__attribute__((constructor)) void load() {
+  if (kFault == Fault::crashesOnLoad) std::abort();
+  while (kFault == Fault::hangsOnLoad) pause();
+}
 
 template <class Function>
 Function real(const char* name) {
@@ -154,6 +162,7 @@ EXPORTED int UCFGetInterfaceVersion() {
 EXPORTED UCFResult UCFCreateInstance(IUCFContainerBase* container, char* name, UCFCtx context,
                                      void* fileName, void* reserved, unsigned char reserved2,
                                      IUCFObjectBase** out) {
+  while (kFault == Fault::hangsOnCreate) pause();
   if (container != nullptr) {
     containers.push_back(std::make_unique<Container>(*container));
     container = containers.back().get();

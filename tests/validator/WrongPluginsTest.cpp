@@ -2,11 +2,14 @@
 // passes when nothing is wrong.
 #include <gmock/gmock.h>
 
+#include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "tests/platform/TemporaryFolder.h"
 #include "tests/support/Process.h"
 
 namespace {
@@ -34,7 +37,10 @@ constexpr Row kRows[] = {
     {"crashes", "ContractTest.ReleaseEndsInOrder", "crashed", ""},
     {"endsTheProgram", "ContractTest.ReleaseEndsInOrder", "crashed", "ended with status 0", "100",
      R"(["in line 7991","in line 7992",)"},
-    {"hangs", "ContractTest.ReleaseEndsInOrder", "hung", "still ran after 1000 ms", "1"},
+    {"crashesOnLoad", "Bundle.IsLoaded", "crashed", "SIGABRT"},
+    {"hangs", "ContractTest.ReleaseEndsInOrder", "hung", "still ran after 5000 ms", "5"},
+    {"hangsOnCreate", "ObjectTest.ComesAndGoes", "hung", "still ran after 5000 ms", "5"},
+    {"hangsOnLoad", "Bundle.IsLoaded", "hung", "still ran after 1000 ms", "1"},
     {"keepsVariants", "ContractTest.GivesBackEveryVariant", "failed", "variantsHeld"},
     {"losesVolume", "ModelTest.TheModuleDoesWhatTheModelSays", "failed", "volume"},
     {"neverEnds", "ContractTest.ReleaseEndsInOrder", "failed", "unregister"},
@@ -70,6 +76,55 @@ INSTANTIATE_TEST_SUITE_P(Each, WrongPlugins, testing::ValuesIn(kRows), [](const 
   return std::string(chosen.param.plugin) + "_" + chosen.param.outcome;
 });
 
+// What all cases begin with is not waited for again and again: of the cases those are skipped that
+// would hang or crash there, too.
+TEST(Validator, SkipsWhatWouldEndInTheSameWay) {
+  const struct {
+    const char* plugin;
+    Words words;
+    const char* entrance;
+    const char* outcome;
+    const char* spared;  // what the names of cases begin with that are run all the same
+    const char* reason;
+  } rows[] = {
+      {"hangsOnLoad",
+       {"--limit", "1"},
+       "Bundle.IsLoaded",
+       "hung",
+       "none",
+       "the bundle does not load: see Bundle.IsLoaded"},
+      {"crashesOnLoad",
+       {"--only", "release"},
+       "Bundle.IsLoaded",
+       "crashed",
+       "none",
+       "the bundle does not load: see Bundle.IsLoaded"},
+      {"hangsOnCreate",
+       {"--limit", "5", "--level", "3"},
+       "ObjectTest.ComesAndGoes",
+       "hung",
+       "Bundle.",
+       "it makes no object that can be released: see ObjectTest.ComesAndGoes"},
+  };
+  for (const auto& row : rows) {
+    Words words{"--json"};
+    words.insert(words.end(), row.words.begin(), row.words.end());
+    const auto run = validate(row.plugin, words);
+    EXPECT_EQ(run.status, 1) << row.plugin;
+    const auto results = nlohmann::json::parse(run.out, nullptr, false);
+    ASSERT_TRUE(results.is_object()) << run.out << run.err;
+    EXPECT_EQ(results["counts"][row.outcome], 1) << row.plugin;
+    EXPECT_GT(results["counts"]["skipped"], 1) << row.plugin;
+    for (const auto& one : results["cases"]) {
+      const std::string name = one["name"];
+      SCOPED_TRACE(row.plugin + (": " + name));
+      const bool runs = name == row.entrance || name.starts_with(row.spared);
+      EXPECT_EQ(one["outcome"] == "skipped", !runs);
+      EXPECT_EQ(one["reasons"] == Words{row.reason}, !runs);
+    }
+  }
+}
+
 TEST(Validator, FindsNothingWhereNothingIsWrong) {
   Words words;
   for (const Row& row : kRows) words.insert(words.end(), {"--only", row.name});
@@ -87,16 +142,74 @@ TEST(Validator, ShowsTheLastLinesOfACaseThatDidNotPass) {
 }
 
 TEST(Validator, SaysWhatIsWrongWithItsWords) {
-  EXPECT_EQ(validate("missing", {}).status, 5);
-  EXPECT_EQ(validate("", {}).status, 5);
-  EXPECT_EQ(validate("none", {"--level", "11"}).status, 2);
-  EXPECT_EQ(validate("none", {"--level", "1", "--only", "ModelTest"}).status, 2);
-  const auto mistyped = validate("none", {"--only", "Bundle.IsLoadet"});
-  EXPECT_EQ(mistyped.status, 2);
-  EXPECT_THAT(mistyped.err, testing::HasSubstr("did you mean Bundle.IsLoaded?"));
+  const struct {
+    const char* plugin;
+    Words words;
+    int status;
+    const char* said;  // a part of it
+  } rows[] = {
+      {"missing", {}, 5, "no plug-in at "},
+      {"", {}, 5, "no plug-in at "},
+      {"none", {"--level", "11"}, 2, "--level"},
+      {"none", {"--level", "1", "--only", "ModelTest"}, 2, "of a higher level"},
+      {"none", {"--only", "Bundle.IsLoadet"}, 2, "did you mean Bundle.IsLoaded?"},
+      {"none", {"--only", "REGSTER"}, 2, "no case is called REGSTER (did you mean registers?)"},
+      {"none", {"--only", ""}, 2, "an empty name means no case"},
+      {"none", {"--seed", "-1"}, 2, "--seed"},
+      {"none", {"--seed", "none"}, 2, "--seed"},
+  };
+  for (const auto& row : rows) {
+    const auto run = validate(row.plugin, row.words);
+    EXPECT_EQ(run.status, row.status) << row.said;
+    EXPECT_THAT(run.err, testing::HasSubstr(row.said));
+    EXPECT_EQ(run.out, "");
+  }
   const auto listed = validate("none", {"--list", "--level", "1"});
   EXPECT_EQ(listed.status, 0);
   EXPECT_THAT(listed.out, testing::HasSubstr(" 1  Bundle.IsLoaded: "));
+}
+
+// The path that a host gives to dlopen means the bundle, too; other files in it do not.
+TEST(Validator, TakesThePathOfTheCode) {
+  const Words only{"--only", "Bundle.IsLoaded"};
+  EXPECT_EQ(validate("none.bundle/Contents/Linux/none", only).status, 5) << "the name of a bundle";
+  const Words command{MEETING_PROGRAM, "validate",
+                      WRONG_PLUGINS "/none.bundle/Contents/Linux/none"};
+  Words words = command;
+  words.insert(words.end(), only.begin(), only.end());
+  EXPECT_EQ(support::run(words).status, 0);
+  words[2] = WRONG_PLUGINS "/none.bundle/Contents/../Contents/Linux/none";
+  EXPECT_EQ(support::run(words).status, 0);
+  words[2] = MEETING_PROGRAM;
+  EXPECT_EQ(support::run(words).status, 5);
+}
+
+TEST(Validator, HasHintsForWhoLooksForTheOtherSide) {
+  const auto run = support::run({MEETING_PROGRAM, "validate-host"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.err, testing::HasSubstr("present FILE --plugin validate-host.bundle"));
+}
+
+// The program without its part that holds the cases, and with something else in its place.
+TEST(Validator, SaysThatItIsIncomplete) {
+  const TemporaryFolder folder;
+  const std::filesystem::path program = MEETING_PROGRAM;
+  const std::string contents = folder / "copy.app/Contents";
+  std::filesystem::create_directories(contents + "/Linux");
+  std::filesystem::create_directory_symlink(program.parent_path().parent_path() / "Frameworks",
+                                            contents + "/Frameworks");
+  std::filesystem::copy(program, contents + "/Linux");
+  const auto refusal = [&](const std::string& said) {
+    const auto run = support::run({contents + "/Linux/movara-meeting", "validate", "--list"});
+    EXPECT_EQ(run.status, 9);
+    EXPECT_THAT(run.err, testing::HasSubstr(said));
+  };
+  const std::string cases = contents + "/Linux/movara-contract-cases";
+  refusal("does not run: " + cases + ": No such file");
+  std::ofstream(cases) << "#!/bin/sh\necho [1]\n";
+  refusal("does not run: " + cases + ": Permission denied");
+  std::filesystem::permissions(cases, std::filesystem::perms::owner_all);
+  refusal("not the program with the cases: " + cases);
 }
 
 }  // namespace

@@ -35,14 +35,14 @@ class Module {
   }
   // Of the code and of the libraries that it needs; null when there is none of the name.
   void* symbol(const char* name) const { return code_ != nullptr ? dlsym(code_, name) : nullptr; }
-  // Why no object can be driven between a recording host and a view of ours; empty when it can.
+  // Why no object can be made; empty when it can.
   const char* unusable() const {
     if (!error_.empty()) return "the code cannot be loaded";
-    if (!exportsAll()) return "an export is missing";
-    // The view is seen only by who stands in for the framework's.
-    return symbol("_ZN9avcapture13KTVideoPlayer11newInstanceEv")
-               ? ""
-               : "it does not use the framework's player view";
+    return exportsAll() ? "" : "an export is missing";
+  }
+  // Whether its view is the framework's: only then is it seen by who stands in for that.
+  bool usesPlayerView() const {
+    return symbol("_ZN9avcapture13KTVideoPlayer11newInstanceEv") != nullptr;
   }
 
  private:

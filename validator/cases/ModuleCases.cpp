@@ -20,6 +20,11 @@ CONTRACT_CASE(Bundle, HasTheFiveExports, loads, "hosts find an entry point by it
   }
 }
 
+CONTRACT_CASE(ObjectTest, ComesAndGoes, loads, "an object can be made, and released again") {
+  create();
+  end();
+}
+
 // Hosts and other modules spell these texts themselves.
 CONTRACT_CASE(Bundle, NamesItsNotificationsAndKeysAsHostsKnowThem, exports,
               "the texts of notifications and keys") {
