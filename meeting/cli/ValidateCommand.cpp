@@ -94,7 +94,7 @@ std::string suggestedCase(const std::string& word, const std::vector<Case>& case
     names.push_back(what.name);
     addWordsOf(what.name, parts);
   }
-  const std::string name = suggestion(word, names);
+  std::string name = suggestion(word, names);
   if (!name.empty()) return name;
   std::transform(parts.begin(), parts.end(), parts.begin(), inLowerCase);
   return suggestion(inLowerCase(word), parts);
