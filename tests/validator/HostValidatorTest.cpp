@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -42,6 +43,7 @@ class HostValidatorTest : public testing::Test {
 struct Mistake {
   const char* made;
   Names caught;
+  int ending = 0;  // the signal that ends the host in the middle of the movie
 };
 
 const std::vector<Mistake> kMistakes = {
@@ -65,6 +67,7 @@ const std::vector<Mistake> kMistakes = {
     {"writes what it refuses", {"refusal-leaves-variant-alone"}},
     {"keeps variants", {"variants-freed"}},
     {"forgets properties", {"shared-properties"}},
+    {"exchanges slots 19 and 20", {"shared-properties"}},
     {"disowns the document", {"own-document"}},
     {"no role", {"role"}},
     {"long identity", {"identity"}},
@@ -81,6 +84,11 @@ const std::vector<Mistake> kMistakes = {
     {"status without meaning", {"status-fields"}},
     {"joins before it creates", {"channel-order"}},
     {"draws after withdrawal", {"render-withdrawn"}},
+    {"none", {"cleanup-last"}, SIGKILL},
+    {"shows twice", {"cleanup-last", "activation-order"}, SIGKILL},
+    {"no items", {"cleanup-last", "item-states"}, SIGTERM},
+    {"serves everything", {"cleanup-last", "unknown-interface-refused"}, SIGABRT},
+    {"calls from a delivery thread", {"cleanup-last", "calls-on-main-thread"}, SIGSEGV},
 };
 
 // The hosts mostly wait for a movie to end: eight at a time.
@@ -91,13 +99,14 @@ TEST_F(HostValidatorTest, EachMistakeIsCaughtByItsName) {
     std::vector<std::unique_ptr<Process>> hosts;
     for (std::size_t at = first; at < end; ++at)
       hosts.push_back(std::make_unique<Process>(reporting(
-          std::to_string(at) + ".json", {WRONG_HOST, VALIDATE_HOST_CODE, kMistakes[at].made})));
+          std::to_string(at) + ".json", {WRONG_HOST, VALIDATE_HOST_CODE, kMistakes[at].made,
+                                         std::to_string(kMistakes[at].ending)})));
     for (std::size_t at = first; at < end; ++at) {
       const support::Finished host = hosts[at - first]->finish();
-      EXPECT_EQ(host.status, 0) << kMistakes[at].made << host.err;
+      EXPECT_EQ(host.status, -kMistakes[at].ending) << kMistakes[at].made << host.err;
       auto checks = readReport(folder_ / (std::to_string(at) + ".json"));
       EXPECT_EQ(checks["failed"], kMistakes[at].caught) << kMistakes[at].made;
-      EXPECT_FALSE(checks["passed"].empty()) << kMistakes[at].made;
+      EXPECT_EQ(checks["passed"].empty(), kMistakes[at].ending != 0) << kMistakes[at].made;
       if (kMistakes[at].caught.empty()) {
         EXPECT_EQ(checks["skipped"], Names{});
       }
@@ -137,10 +146,11 @@ TEST_F(HostValidatorTest, AMeetingIsAGoodHost) {
   EXPECT_EQ(readReport(folder_ / "refused.json")["failed"], Names{});
 }
 
-// Without a file for it, the report is on standard error: a line for each check.
+// Without a file for it, the report is on standard error: what failed, and a line for each check.
 TEST_F(HostValidatorTest, TheReportIsToBeRead) {
   const support::Finished host =
       support::run({WRONG_HOST, VALIDATE_HOST_CODE, "tells after release"});
+  EXPECT_EQ(host.err.find("validate-host: failures follow as they are found"), 0U) << host.err;
   EXPECT_NE(host.err.find("validate-host: failed  nothing-after-release: an object that is gone is "
                           "not called (the object was called after its Release)\n"),
             std::string::npos)
@@ -148,6 +158,16 @@ TEST_F(HostValidatorTest, TheReportIsToBeRead) {
   EXPECT_NE(host.err.find("validate-host: passed  samples-return: playing does not stand still\n"),
             std::string::npos)
       << host.err;
+}
+
+TEST_F(HostValidatorTest, WhatIsFoundIsWrittenBeforeTheHostIsKilled) {
+  const support::Finished host =
+      support::run({WRONG_HOST, VALIDATE_HOST_CODE, "shows twice", std::to_string(SIGKILL)});
+  EXPECT_EQ(host.status, -SIGKILL);
+  const std::string last = host.err.substr(host.err.rfind('\n', host.err.size() - 2) + 1);
+  EXPECT_EQ(last,
+            "validate-host: failed  activation-order: the document is shown and hidden in turn "
+            "(CreateActiveUI came twice without DestroyActiveUI)\n");
 }
 
 }  // namespace

@@ -1,6 +1,10 @@
 // A host of a presenter and a listener that makes the one mistake it is asked for.
-// usage: wrong-host MODULE MISTAKE, with MISTAKE "none" for a host that makes none
+// usage: wrong-host MODULE MISTAKE [SIGNAL], with MISTAKE "none" for a host that makes none. A
+// SIGNAL ends it in the middle of the movie.
+#include <sys/resource.h>
+
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -25,6 +29,7 @@
 namespace {
 
 std::string mistake;
+int ending = 0;  // the signal
 bool makes(const char* name) { return mistake == name; }
 
 constexpr std::uint32_t kPresenter = 1;
@@ -91,12 +96,18 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
     return UCF_OK;
   }
   UCFResult GetSharedProperty(std::uint32_t id, tagUCFVariant* out) override {
+    return makes("exchanges slots 19 and 20") ? keep(id, out) : read(id, out);
+  }
+  UCFResult SetSharedProperty(std::uint32_t id, tagUCFVariant* in) override {
+    return makes("exchanges slots 19 and 20") ? read(id, in) : keep(id, in);
+  }
+  UCFResult read(std::uint32_t id, tagUCFVariant* out) const {
     const auto found = shared_.find(id);
     if (found == shared_.end() || makes("forgets properties")) return UCF_E_INVALID_ARG;
     *out = found->second;
     return UCF_OK;
   }
-  UCFResult SetSharedProperty(std::uint32_t id, tagUCFVariant* in) override {
+  UCFResult keep(std::uint32_t id, const tagUCFVariant* in) {
     shared_[id] = *in;
     return UCF_OK;
   }
@@ -203,6 +214,10 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
   UCFResult take(const tagMSDataStructure& sample) {
     if (makes("writes into samples")) *static_cast<unsigned char*>(sample.pData) ^= 0xFF;
     if (makes("calls from a delivery thread")) object->OnSetActive(1);
+    if (ending != 0) {
+      std::signal(ending, SIG_DFL);
+      std::raise(ending);
+    }
     if (makes("keeps a sample") && sample.nMediaType == MM_MEDIASTREAMING_MEDIATYPE_VIDEO) {
       platform::dispatchOnMainThread([] { platform::RunLoop::main().stop(); });
       for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
@@ -263,8 +278,11 @@ void close(Host& host) {
 const char* contract::pluginCode() { return ""; }  // named on the command line
 
 int main(int argc, char** argv) {
-  if (argc != 3) return 2;
+  if (argc < 3) return 2;
   mistake = argv[2];
+  if (argc > 3) ending = std::atoi(argv[3]);
+  const rlimit noCore{0, 0};
+  setrlimit(RLIMIT_CORE, &noCore);
   const contract::Module module(argv[1]);
   if (module.createInstance == nullptr) return 1;
   if (!makes("does not ask the version")) module.getInterfaceVersion();

@@ -1,9 +1,13 @@
 #include "validator/host/Checks.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <iterator>
+#include <string_view>
 
 namespace hostcheck {
 
@@ -78,12 +82,70 @@ std::string quoted(const std::string& text) {
   return result + '"';
 }
 
+// Where the report goes.
+class Place {
+ public:
+  bool isFile() const { return !path_.empty(); }
+  std::string line(Check check, Outcome outcome, const std::string& why) const {
+    const Entry& entry = kChecks[static_cast<std::size_t>(check)];
+    if (path_.ends_with(".json"))
+      return "{\"check\":" + quoted(entry.name) + ",\"outcome\":" + quoted(name(outcome)) +
+             ",\"reason\":" + quoted(why) + ",\"protects\":" + quoted(entry.protects) + "}\n";
+    return std::string("validate-host: ") + name(outcome) + "  " + entry.name + ": " +
+           entry.protects + (why.empty() ? "" : " (" + why + ")") + "\n";
+  }
+  // Behind what is there, or in its place: a file is made anew.
+  void add(const std::string& text) const { write(text, O_APPEND); }
+  void replace(const std::string& text) const { write(text, O_TRUNC); }
+
+ private:
+  void write(const std::string& text, int how) const {
+    const int file =
+        isFile() ? open(path_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | how, 0666) : STDERR_FILENO;
+    std::string_view rest = text;
+    while (file >= 0 && !rest.empty()) {
+      const ssize_t done = ::write(file, rest.data(), rest.size());
+      if (done < 0 && errno != EINTR) break;
+      if (done > 0) rest.remove_prefix(static_cast<std::size_t>(done));
+    }
+    if (!isFile()) return;
+    if (!rest.empty()) std::fprintf(stderr, "validate-host: cannot write %s\n", path_.c_str());
+    if (file >= 0) close(file);
+  }
+  static std::string chosenPath() {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes it
+    const char* const path = std::getenv("MOVARA_VALIDATE_HOST_REPORT");
+    return path != nullptr ? path : "";
+  }
+
+  const std::string path_ = chosenPath();  // empty: standard error
+};
+
 }  // namespace
 
 Findings& Findings::shared() {
   // Never destroyed: a host's thread may call late.
   static auto& findings = *new Findings;
   return findings;
+}
+
+void Findings::begin() {
+  const platform::Lock lock(mutex_);
+  beginOnce();
+}
+
+// Of a host that is killed nothing more may come.
+void Findings::beginOnce() {
+  if (begun_) return;
+  begun_ = true;
+  const Place place;
+  if (place.isFile())
+    place.replace(place.line(Check::cleanupLast, Outcome::failed,
+                             "UCFCleanup has not come: the host runs, or has ended without it"));
+  else
+    place.add(
+        "validate-host: failures follow as they are found, all checks when UCFCleanup comes; "
+        "without those the host has ended before it\n");
 }
 
 bool Findings::note(Check check, bool holds, const std::string& reason) {
@@ -93,39 +155,26 @@ bool Findings::note(Check check, bool holds, const std::string& reason) {
   if (outcome <= finding.outcome) return holds;
   finding = {outcome, holds ? "" : reason};
   changed_ = true;
-  return holds;
-}
-
-std::string Findings::text(bool json) const {
-  std::string all;
-  for (std::size_t at = 0; at < findings_.size(); ++at) {
-    const Entry& entry = kChecks[at];
-    const Finding& finding = findings_.at(at);
-    const std::string outcome = name(finding.outcome);
-    const std::string why = finding.outcome == Outcome::skipped ? entry.skipped : finding.reason;
-    if (json)
-      all += "{\"check\":" + quoted(entry.name) + ",\"outcome\":" + quoted(outcome) +
-             ",\"reason\":" + quoted(why) + ",\"protects\":" + quoted(entry.protects) + "}\n";
-    else
-      all += "validate-host: " + outcome + "  " + entry.name + ": " + entry.protects +
-             (why.empty() ? "" : " (" + why + ")") + "\n";
-  }
-  return all;
+  if (holds) return true;
+  beginOnce();
+  const Place place;
+  place.add(place.line(check, outcome, reason));
+  return false;
 }
 
 void Findings::report() {
   const platform::Lock lock(mutex_);
   if (!changed_) return;
   changed_ = false;
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody changes it
-  const char* path = std::getenv("MOVARA_VALIDATE_HOST_REPORT");
-  if (path == nullptr || *path == '\0') {
-    std::fputs(text(false).c_str(), stderr);
-    return;
+  const Place place;
+  std::string all;
+  for (std::size_t at = 0; at < findings_.size(); ++at) {
+    const Finding& finding = findings_.at(at);
+    const bool skipped = finding.outcome == Outcome::skipped;
+    all += place.line(static_cast<Check>(at), finding.outcome,
+                      skipped ? kChecks[at].skipped : finding.reason);
   }
-  std::ofstream file(path);
-  file << text(std::string(path).ends_with(".json"));
-  if (!file.flush()) std::fprintf(stderr, "validate-host: cannot write %s\n", path);
+  place.replace(all);
 }
 
 }  // namespace hostcheck

@@ -54,12 +54,17 @@ class Findings {
  public:
   static Findings& shared();
 
-  // One look at what a check is about. The first failure stays, with its reason; a check that was
-  // never looked at is skipped. Returns `holds`.
-  bool note(Check check, bool holds, const std::string& reason) EXCLUDES(mutex_);
+  // All is written to the file that MOVARA_VALIDATE_HOST_REPORT names (JSON lines if it ends in
+  // .json), or else to standard error.
 
-  // Writes a line for each check to the file that MOVARA_VALIDATE_HOST_REPORT names (JSON lines if
-  // it ends in .json), or else to standard error; nothing when nothing has changed since.
+  // Begins the report, if nothing has yet: until it is complete, it says that it is not.
+  void begin() EXCLUDES(mutex_);
+  // One look at what a check is about. The first failure stays, with its reason, and is written at
+  // once: no host is sure to end in order. A check that was never looked at is skipped. Returns
+  // `holds`.
+  bool note(Check check, bool holds, const std::string& reason) EXCLUDES(mutex_);
+  // Writes a line for each check, in a file in the place of what is there; nothing when nothing has
+  // changed since.
   void report() EXCLUDES(mutex_);
 
  private:
@@ -67,10 +72,11 @@ class Findings {
     Outcome outcome = Outcome::skipped;
     std::string reason;
   };
-  std::string text(bool json) const REQUIRES(mutex_);
+  void beginOnce() REQUIRES(mutex_);
 
   platform::Mutex mutex_;
   std::array<Finding, static_cast<std::size_t>(Check::count)> findings_ GUARDED_BY(mutex_);
+  bool begun_ GUARDED_BY(mutex_) = false;
   bool changed_ GUARDED_BY(mutex_) = true;
 };
 

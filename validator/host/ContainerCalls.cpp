@@ -142,6 +142,13 @@ void ContainerCalls::checkFreeing(std::uint32_t id) {
 }
 
 void ContainerCalls::checkSharedProperties() {
+  tagUCFVariant former = unfilled();
+  if (container_.GetSharedProperty(STM_KEY_STATUS, &former) == UCF_OK) {
+    note(Check::sharedProperties, !isUnfilled(former),
+         "GetSharedProperty (slot 19) answers UCF_OK and has filled nothing: as SetSharedProperty "
+         "would (slot 20)");
+    if (!isUnfilled(former)) container_.FreeVariant(&former);
+  }
   for (const std::int32_t value : {7, 0}) {
     tagUCFVariant kept{};
     kept.vt = UCFVT_I4;

@@ -34,7 +34,10 @@ class Module {
 
   void noteVersionAsked() { versionAsked_ = true; }
 
-  void initialize() { ++loads_; }
+  void initialize() {
+    ++loads_;
+    Findings::shared().begin();
+  }
 
   void cleanup() {
     if (loads_ > 0) --loads_;
