@@ -168,13 +168,21 @@ std::optional<Action> parse(const std::vector<std::string>& words) {
   return action;
 }
 
-// The action that the last word is nearly; nothing when it is one, and only used wrongly.
+// What the words are nearly; nothing when each of them is one, and only used wrongly.
 std::string meant(const std::vector<std::string>& words) {
-  if (words.empty()) return {};
-  std::vector<std::string> known;
+  std::vector<std::string> known{"document", "attendee"};
   for (const Form& form : kForms) known.emplace_back(form.word);
-  const std::string name = words.back().substr(0, words.back().find('='));
-  return std::find(known.begin(), known.end(), name) == known.end() ? suggestion(name, known) : "";
+  std::string text;
+  bool changed = false;
+  for (const std::string& word : words) {
+    const std::string name = word.substr(0, word.find('='));
+    const bool right = std::find(known.begin(), known.end(), name) != known.end();
+    const std::string near = right ? name : nearest(name, known);
+    if (near.empty()) return {};
+    changed = changed || !right;
+    text += (text.empty() ? "" : " ") + near + word.substr(name.size());
+  }
+  return changed ? suggested(text) : "";
 }
 
 }  // namespace

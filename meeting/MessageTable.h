@@ -31,6 +31,10 @@ enum class MessageWay : std::uint8_t {
   parameterData,  // kept by the conference for a document
 };
 
+inline constexpr MessageKind kMessageKinds[] = {MessageKind::session, MessageKind::request,
+                                                MessageKind::sample, MessageKind::status,
+                                                MessageKind::data};
+
 // What tells messages apart. A routed one has `type` and `uMsg`; a command has its dwCommand, and
 // parameter data its id, in `uMsg`, and both ways of either are the same message.
 struct MessageKey {

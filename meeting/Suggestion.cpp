@@ -28,18 +28,22 @@ std::size_t distance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-std::string suggestion(std::string_view typed, const std::vector<std::string>& known) {
+std::string nearest(std::string_view typed, const std::vector<std::string>& known) {
   constexpr std::size_t kLongest = 64;  // beyond that it is no slip
-  const std::string* nearest = nullptr;
+  std::string found;
   std::size_t least = std::max<std::size_t>(typed.size() / 3, 1) + 1;
   for (const std::string& word : known) {
     const bool begun = typed.size() > 3 && word.compare(0, typed.size(), typed) == 0;
     const std::size_t far = begun ? 0 : typed.size() > kLongest ? least : distance(typed, word);
     if (far >= least) continue;
     least = far;
-    nearest = &word;
+    found = word;
   }
-  return nearest == nullptr ? "" : " (did you mean " + *nearest + "?)";
+  return found;
+}
+
+std::string suggested(const std::string& text) {
+  return text.empty() ? "" : " (did you mean " + text + "?)";
 }
 
 }  // namespace meeting

@@ -7,8 +7,14 @@
 
 namespace meeting {
 
-// " (did you mean WORD?)" with the word among `known` that is nearest to `typed`, or begins with
-// it; empty when none is near.
-std::string suggestion(std::string_view typed, const std::vector<std::string>& known);
+// The word among `known` that is nearest to `typed`, or begins with it; empty when none is near.
+std::string nearest(std::string_view typed, const std::vector<std::string>& known);
+
+// " (did you mean TEXT?)"; empty without a text.
+std::string suggested(const std::string& text);
+
+inline std::string suggestion(std::string_view typed, const std::vector<std::string>& known) {
+  return suggested(nearest(typed, known));
+}
 
 }  // namespace meeting

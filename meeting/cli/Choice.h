@@ -3,8 +3,12 @@
 
 #include <CLI/App.hpp>
 #include <CLI/Validators.hpp>
+#include <charconv>
+#include <iterator>
+#include <limits>
 #include <map>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "meeting/Suggestion.h"
@@ -31,10 +35,34 @@ CLI::Option* addChoice(CLI::App& app, const std::string& name, Value& value,
   return app.add_option_function<std::string>(name, take, description)->type_name(all);
 }
 
-// Lets an option take a number between the two, which help shows as `name`.
+// A number in the fewest digits, as people write it.
+template <class Number>
+std::string digitsOf(Number number) {
+  char text[std::numeric_limits<double>::max_exponent10 + 24];
+  std::to_chars_result written{};
+  if constexpr (std::is_floating_point_v<Number>)
+    written = std::to_chars(text, std::end(text), number, std::chars_format::fixed);
+  else
+    written = std::to_chars(text, std::end(text), number);
+  return {text, written.ptr};
+}
+
+// Lets an option take a number between the two, which help shows as `name`. All else is refused.
 template <class Number>
 void limit(CLI::Option* option, const char* name, Number least, Number most) {
-  option->type_name(name)->check(CLI::Range(least, most).description(""));
+  const std::string wanted = std::string("not a ") +
+                             (std::is_floating_point_v<Number> ? "" : "whole ") + "number from " +
+                             digitsOf(least) + " to " + digitsOf(most) + ": ";
+  const auto take = [wanted, least, most](std::string& word) -> std::string {
+    Number number{};
+    const char* end = word.data() + word.size();
+    const auto [rest, error] = std::from_chars(word.data(), end, number);
+    if (error != std::errc{} || rest != end || !(number >= least && number <= most))
+      return wanted + word;
+    word = digitsOf(number);  // which the parser cannot take for an octal one
+    return {};
+  };
+  option->type_name(name)->transform(CLI::Validator(take, ""));
 }
 
 }  // namespace meeting

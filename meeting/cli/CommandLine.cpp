@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "meeting/Suggestion.h"
+#include "meeting/cli/Misuse.h"
 #include "meeting/cli/Version.h"
 
 namespace meeting {
@@ -67,17 +68,6 @@ class HelpLayout final : public CLI::Formatter {
   }
 };
 
-std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
-
-bool isOption(const std::string& word) { return word.size() > 1 && word.front() == '-'; }
-
-std::vector<std::string> optionNames(const CLI::App& app) {
-  std::vector<std::string> names;
-  for (const CLI::Option* option : app.get_options())
-    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
-  return names;
-}
-
 // Joins "--web PORT" to "--web=PORT": a flag's value stands with it, so that a FILE behind a bare
 // --web is not taken for one.
 void joinFlagValues(std::vector<std::string>& words) {
@@ -112,6 +102,10 @@ CommandLine::CommandLine(const std::vector<Command>& commands)
 void CommandLine::add(const Command& command) {
   CLI::App* app = app_.add_subcommand(command.name, command.summary);
   runs_[command.name] = command.declare(*app);
+  const auto isFlag = [](const CLI::Option* option) {
+    return option->get_items_expected_max() == 0 && option->get_type_name().empty();
+  };
+  for (CLI::Option* option : app->get_options(isFlag)) option->disable_flag_override();
   app->footer(footer(command));
 }
 
@@ -139,17 +133,10 @@ Outcome CommandLine::run(std::vector<std::string> words, std::ostream& out) {
 
 Outcome CommandLine::misused(const CLI::ParseError& error) const {
   const auto chosen = app_.get_subcommands();
-  const CLI::App& app = chosen.empty() ? app_ : *chosen.front();
-  const std::string help =
-      " (see " + (chosen.empty() ? "" : chosen.front()->get_name() + ' ') + "--help)";
-  const std::vector<std::string> unknown = app.remaining(true);
-  const auto option = std::find_if(unknown.begin(), unknown.end(), isOption);
-  if (option != unknown.end()) {
-    const std::string name = option->substr(0, option->find('='));
-    const std::string meant = suggestion(name, optionNames(app));
-    return wrongUsage("no such option: " + name + (meant.empty() ? help : meant));
-  }
-  return wrongUsage(firstLine(error.what()) + help);
+  const std::string line = misuseOf(chosen.empty() ? app_ : *chosen.front(), error);
+  if (line.ends_with("?)")) return wrongUsage(line);  // what was meant is said
+  return wrongUsage(line + " (see " + (chosen.empty() ? "" : chosen.front()->get_name() + ' ') +
+                    "--help)");
 }
 
 }  // namespace meeting

@@ -1,11 +1,13 @@
 // movara-meeting inspect
 #include <CLI/CLI.hpp>
-#include <algorithm>
+#include <cstddef>
+#include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
 #include <set>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -37,40 +39,70 @@ struct Words {
   bool diff = false;
 };
 
+bool isMeant(const std::string& word, const PassedMessage& message) {
+  return word == message.participant || word == kindName(message.kind()) ||
+         (!word.empty() && std::string_view(message.name()).find(word) != std::string_view::npos);
+}
+
+// Whether there are such messages, though none may have passed.
+bool isOfTheLanguage(const std::string& word) {
+  for (const MessageKind kind : kMessageKinds)
+    if (word == kindName(kind)) return true;
+  for (std::size_t i = 0; !word.empty() && i <= kUnknownMessage; ++i)
+    if (std::string_view(messageName(i)).find(word) != std::string_view::npos) return true;
+  return false;
+}
+
 // Chooses messages by the words, and notes which of them meant any.
 class Selection {
  public:
-  explicit Selection(const Words& words) : words_(words), meant_(words.only.size()) {}
-
-  bool has(const PassedMessage& message) {
-    known_.insert({message.participant, kindName(message.kind()), message.name()});
-    bool chosen = words_.only.empty();
-    for (std::size_t i = 0; i < words_.only.size(); ++i) {
-      if (!isMeant(words_.only[i], message)) continue;
-      meant_[i] = true;
-      chosen = true;
-    }
-    const auto meant = [&](const std::string& word) { return isMeant(word, message); };
-    return chosen && std::none_of(words_.without.begin(), words_.without.end(), meant);
+  explicit Selection(const Words& words) {
+    for (const std::string& word : words.only) only_[word] = false;
+    for (const std::string& word : words.without) without_[word] = false;
+    for (const MessageKind kind : kMessageKinds) known_.insert(kindName(kind));
   }
 
-  // A wrong word must not look like a meeting in which nothing passed.
+  bool has(const PassedMessage& message) {
+    learn(message.participant);
+    learn(message.name());
+    const bool wanted = only_.empty() || means(only_, message);
+    return !means(without_, message) && wanted;
+  }
+
+  // A wrong word must not look like a meeting in which nothing passed, nor be passed over.
   Outcome outcome() const {
-    const auto idle = std::find(meant_.begin(), meant_.end(), false);
-    if (idle == meant_.end()) return {};
-    const std::string& word = words_.only[static_cast<std::size_t>(idle - meant_.begin())];
-    return outcomeOf({ExitStatus::usage, "--only: no message is or has " + word +
-                                             suggestion(word, {known_.begin(), known_.end()})});
+    for (const auto& [word, met] : only_)
+      if (!met) return unknown("--only", word);
+    for (const auto& [word, met] : without_)
+      if (!met && !isOfTheLanguage(word)) return unknown("--without", word);
+    return {};
   }
 
  private:
-  static bool isMeant(const std::string& word, const PassedMessage& message) {
-    return word == message.participant || word == kindName(message.kind()) ||
-           std::string_view(message.name()).find(word) != std::string_view::npos;
+  using Met = std::map<std::string, bool>;  // a word, and whether it meant a message
+
+  static bool means(Met& words, const PassedMessage& message) {
+    bool any = false;
+    for (auto& [word, met] : words) {
+      if (!isMeant(word, message)) continue;
+      met = true;
+      any = true;
+    }
+    return any;
+  }
+  // The word and, of a message's name, its parts.
+  void learn(const std::string& word) {
+    if (!known_.insert(word).second) return;
+    std::istringstream parts(word);
+    for (std::string part; std::getline(parts, part, '_');) known_.insert(part);
+  }
+  Outcome unknown(const std::string& option, const std::string& word) const {
+    return outcomeOf({ExitStatus::usage, option + ": no message is or has " + word +
+                                             suggestion(word, {known_.begin(), known_.end()})});
   }
 
-  const Words& words_;
-  std::vector<bool> meant_;  // of the words of --only
+  Met only_;
+  Met without_;
   std::set<std::string> known_;
 };
 
@@ -99,8 +131,9 @@ Outcome compare(const Words& words, std::ostream& out) {
     });
     if (failure) return outcomeOf(*failure);
   }
+  if (Outcome wrong = selection.outcome(); !wrong.line.empty()) return wrong;
   const auto difference = firstDifference(read[0], read[1]);
-  if (!difference) return selection.outcome();
+  if (!difference) return {};
   out << difference->participant << ", " << difference->what << ":\n";
   print(out, "-", difference->one);
   print(out, "+", difference->other);

@@ -80,7 +80,8 @@ void addMeeting(CLI::App& app, Words& words) {
 
 void addRoom(CLI::App& app, Words& words) {
   limit(app.add_flag("--web{0}", words.options.room.port,
-                     "Open a room: a page to watch and steer the meeting, on PORT or any free one"),
+                     "Open a room: a page to watch and steer the meeting, on PORT or any free one")
+            ->multi_option_policy(CLI::MultiOptionPolicy::Throw),
         "[PORT]", 0, kMaxPort);
   app.add_option("--listen", words.address,
                  "Address of the room (default 127.0.0.1). Any other one is protected by a "

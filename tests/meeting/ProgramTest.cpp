@@ -1,7 +1,6 @@
 // The program as a user meets it: arguments in; files, lines and an exit status out.
 #include <gtest/gtest.h>
 #include <png.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -13,140 +12,17 @@
 #include <string>
 #include <vector>
 
-#include "tests/meeting/ClipTest.h"
-#include "tests/support/Process.h"
+#include "tests/meeting/ProgramTest.h"
 
 namespace meeting {
 namespace {
 
-namespace fs = std::filesystem;
-using nlohmann::json;
-using support::Finished;
-using support::Process;
-using support::run;
-using support::words;
-using Arguments = std::vector<std::string>;
-
-std::string readFile(const fs::path& path) {
-  std::ifstream file(path);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-class ProgramTest : public ClipTest {
- protected:
-  // Three seconds of picture (odd width, so that rows are padded) and sound.
-  static std::string clip() {
-    return clipOf("clip.mkv", "testsrc=size=321x180:rate=30", 3, "yuv444p");
-  }
-  // One second of a single colour.
-  static std::string redClip() {
-    return clipOf("red.mkv", "color=0xC02020:size=320x180:rate=30", 1, "yuv444p");
-  }
-
-  static Arguments command(const Arguments& arguments) {
-    Arguments all{MEETING_PROGRAM};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    return all;
-  }
-  static Finished meet(const Arguments& arguments) { return run(command(arguments)); }
-
-  static json report(const std::string& name) {
-    return json::parse(readFile(in(name)), nullptr, false);
-  }
-};
-
-TEST_F(ProgramTest, EachThingAUserCanGetWrongHasItsStatusAndOneLine) {
-  std::ofstream(in("text.mp4")) << "this is no movie\n";
-  std::ofstream(in("empty.mp4"));
-  const std::string whole = readFile(clip());
-  std::ofstream(in("truncated.mkv")) << whole.substr(0, 64);
-  fs::create_directories(in("hollow.bundle"));
-  fs::create_directories(in("text.bundle") + "/Contents/Linux");
-  std::ofstream(in("text.bundle") + "/Contents/Linux/text") << "no code\n";
-
-  struct Case {
-    Arguments arguments;
-    int status;
-    std::string says;
-  };
-  const Case cases[] = {
-      {{}, 2, "subcommand"},
-      {{"presnet", clip()}, 2, "did you mean present?"},
-      {{"present"}, 2, "FILE"},
-      {{"present", clip(), "--attendees", "-1"}, 2, "attendees"},
-      {{"present", clip(), "--duration", "soon"}, 2, "duration"},
-      {{"present", clip(), "--session", "acept"}, 2, "did you mean accept?"},
-      {{"present", clip(), "--atendees=2"}, 2, "did you mean --attendees?"},
-      {{"present", clip(), "--no-such-option"}, 2, "no-such-option"},
-      {{"present", clip(), "--at", "1", "jump"}, 2, "no such action: jump (see"},
-      {{"present", clip(), "--at", "1", "pasue"}, 2, "did you mean pause?"},
-      {{"present", clip(), "--at", "soon", "play"}, 2, "not a time in seconds: soon"},
-      {{"present", clip(), "--at", "1", "attendee=1 leave"}, 2, "there is no attendee 1"},
-      {{"present", clip(), "--at", "1", "document=2 play"}, 2, "there is no document 2"},
-      {{"present", clip(), "--scenario", in("text.mp4")}, 2, "text.mp4:1: not a time"},
-      {{"present", clip(), "--scenario", in("missing.txt")}, 2, "cannot read the scenario"},
-      {{"present", clip(), clip(), "--framemd5", in("md5")}, 2, "single FILE"},
-      {{"present", clip(), "--recording", "--session", "refuse"}, 2, "--session"},
-      {{"present", clip(), "--listen", "127.0.0.1"}, 2, "--web"},
-      {{"present", clip(), "--web", "99999"}, 2, "web"},
-      {{"present", clip(), "--web", "--listen", "nowhere"}, 7, "not a numeric address"},
-      {{"present", in("missing.mp4")}, 3, "no such file"},
-      {{"present", clip(), in("missing.mp4")}, 3, "no such file"},
-      {{"present", folder_.string()}, 3, "not a regular file"},
-      {{"present", "/dev/null"}, 3, "not a regular file"},
-      {{"present", in("empty.mp4")}, 4, "not a media file"},
-      {{"present", in("text.mp4")}, 4, "not a media file"},
-      {{"present", in("truncated.mkv")}, 4, "not a media file"},
-      {{"present", clip(), "--plugin", in("missing.bundle")}, 5, "no plug-in"},
-      {{"present", clip(), "--plugin", in("hollow.bundle")}, 5, "not a plug-in"},
-      {{"present", clip(), "--plugin", in("text.bundle")}, 5, "not a plug-in"},
-      {{"present", clip(), "--plugin", WRONG_BUNDLES "/noexports.bundle"}, 5, "missing"},
-      {{"present", clip(), "--plugin", WRONG_BUNDLES "/oldversion.bundle"}, 5, "version 4"},
-      {{"present", clip(), "--session", "refuse"}, 6, "refused"},
-      {{"present", clip(), "--session", "limit"}, 6, "attendee limit"},
-      {{"present", clip(), "--report", in("no/such/folder")}, 8, "cannot write"},
-      {{"present", clip(), "--messages", in("no/such/folder")}, 8, "cannot write"},
-      {{"present", clip(), "--record", in("no/such/folder")}, 8, "cannot write"},
-      {{"inspect"}, 2, "FILE"},
-      {{"inspect", "a", "b"}, 2, "one recording"},
-      {{"inspect", "--diff", "a"}, 2, "two recordings"},
-      {{"inspect", "--diff", "--json", "a", "b"}, 2, "--json"},
-      {{"inspect", in("missing.rec")}, 3, "no such file"},
-      {{"inspect", clip()}, 4, "not a recording"},
-      {{"inspect", folder_.string()}, 4, "not a recording"},
-  };
-  const std::string help = meet({"--help"}).out;
-  for (const Case& test : cases) {
-    EXPECT_NE(help.find("\n  " + std::to_string(test.status) + "  "), std::string::npos) << help;
-    const Finished finished = meet(test.arguments);
-    std::string label;
-    for (const std::string& argument : test.arguments) label += argument + ' ';
-    EXPECT_EQ(finished.status, test.status) << label << finished.err;
-    EXPECT_EQ(std::count(finished.err.begin(), finished.err.end(), '\n'), 1)
-        << label << finished.err;
-    EXPECT_EQ(finished.err.rfind("movara-meeting: ", 0), 0U) << label << finished.err;
-    EXPECT_NE(finished.err.find(test.says), std::string::npos) << label << finished.err;
-    EXPECT_EQ(finished.out, "") << label;
-  }
-}
-
-TEST_F(ProgramTest, HelpAndVersionAreNoErrors) {
-  for (const Arguments& arguments :
-       {Arguments{"--help"}, {"--version"}, {"present", "--help"}, {"inspect", "--help"}}) {
-    const Finished finished = meet(arguments);
-    EXPECT_EQ(finished.status, 0);
-    EXPECT_NE(finished.out, "");
-    EXPECT_EQ(finished.err, "");
-  }
-}
-
 // Lines "timestamp, bytes, md5" of what the ffmpeg program decodes.
 std::vector<std::string> referenceChecksums(const std::string& path) {
-  const Finished reference = run(words("ffmpeg -nostdin -v error -threads 1 -i " + path +
-                                       " -map 0:v:0 -fps_mode passthrough -enc_time_base 1:1000 "
-                                       "-sws_flags bicubic -pix_fmt rgb24 -f framemd5 -"));
+  const Finished reference =
+      run(support::words("ffmpeg -nostdin -v error -threads 1 -i " + path +
+                         " -map 0:v:0 -fps_mode passthrough -enc_time_base 1:1000 "
+                         "-sws_flags bicubic -pix_fmt rgb24 -f framemd5 -"));
   EXPECT_EQ(reference.status, 0) << reference.err;
   std::vector<std::string> lines;
   std::istringstream text(reference.out);
@@ -310,9 +186,29 @@ TEST_F(ProgramTest, TheSameScenarioGivesTheSameMessages) {
   EXPECT_NE(shown.out.find("attendee-1   ->  MM_MEDIASTREAMING_CMD_VOLUME"), std::string::npos);
   EXPECT_NE(shown.out.find("wVolumeLevel=79, "), std::string::npos) << shown.out;
   EXPECT_EQ(shown.out.find("CMD_REGISTER"), std::string::npos) << shown.out;
-  const Finished none = meet({"inspect", in("first"), "--only", "presnter"});
-  EXPECT_EQ(none.status, 2);
-  EXPECT_NE(none.err.find("did you mean presenter?"), std::string::npos) << none.err;
+  struct Case {
+    Arguments arguments;
+    const char* says;  // a word that means nothing here is refused; nothing of any other
+  };
+  const Case cases[] = {
+      {{"--only", "presnter"}, "--only: no message is or has presnter (did you mean presenter?)\n"},
+      {{"--only", "presenter", "--only", "VOLMUE"}, "has VOLMUE (did you mean VOLUME?)\n"},
+      {{"--only", "attendee-3"}, "has attendee-3 (did you mean attendee-1?)\n"},
+      {{"--only", ""}, "--only: no message is or has \n"},
+      {{"--without", "smaple"}, "--without: no message is or has smaple (did you mean sample?)\n"},
+      {{"--diff", in("third"), "--without", "smaple"}, "(did you mean sample?)\n"},
+      {{"--without", ""}, "--without: no message is or has \n"},
+      {{"--without", "MAX_ATTENDEE_REACHED"}, ""},  // of which there could have been one
+      {{"--without", "sample", "--without", "presenter"}, ""},
+  };
+  for (const Case& test : cases) {
+    Arguments arguments{"inspect", in("first")};
+    arguments.insert(arguments.end(), test.arguments.begin(), test.arguments.end());
+    const Finished finished = meet(arguments);
+    EXPECT_EQ(finished.status, *test.says == '\0' ? 0 : 2) << test.says << finished.err;
+    EXPECT_EQ(finished.err.empty(), *test.says == '\0') << finished.err;
+    EXPECT_NE(finished.err.find(test.says), std::string::npos) << finished.err;
+  }
 }
 
 TEST_F(ProgramTest, OutputThatCannotBeWrittenIsSaid) {

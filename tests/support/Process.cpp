@@ -2,9 +2,11 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pty.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <iterator>
@@ -18,7 +20,27 @@ namespace support {
 
 namespace {
 
-// False at the end of the pipe.
+struct Stream {
+  int ours;
+  int theirs;
+};
+
+// What is written to a terminal comes through it as it is.
+Stream openStream(bool terminal) {
+  int ends[2];
+  if (!terminal) {
+    if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipes");
+    return {ends[0], ends[1]};
+  }
+  termios raw{};
+  ::cfmakeraw(&raw);
+  if (::openpty(&ends[0], &ends[1], nullptr, &raw, nullptr) != 0)
+    throw std::runtime_error("no terminals");
+  for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
+  return {ends[0], ends[1]};
+}
+
+// False at the end of the pipe, or of the terminal.
 bool readSome(int descriptor, std::string& text) {
   char buffer[4096];
   const ssize_t length = ::read(descriptor, buffer, sizeof buffer);
@@ -28,16 +50,14 @@ bool readSome(int descriptor, std::string& text) {
 
 }  // namespace
 
-Process::Process(const std::vector<std::string>& command) {
-  int out[2];
-  int err[2];
-  if (::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0)
-    throw std::runtime_error("no pipes");
+Process::Process(const std::vector<std::string>& command, Terminals terminals) {
+  const Stream out = openStream(terminals.out);
+  const Stream err = openStream(terminals.err);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, out.theirs, STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, err.theirs, STDERR_FILENO);
   std::vector<std::string> copy = command;
   std::vector<char*> arguments;
   for (std::string& argument : copy) arguments.push_back(argument.data());
@@ -45,10 +65,10 @@ Process::Process(const std::vector<std::string>& command) {
   const int failure =
       ::posix_spawnp(&pid_, arguments[0], &actions, nullptr, arguments.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
-  ::close(out[1]);
-  ::close(err[1]);
-  out_ = out[0];
-  err_ = err[0];
+  ::close(out.theirs);
+  ::close(err.theirs);
+  out_ = out.ours;
+  err_ = err.ours;
   if (failure != 0) throw std::runtime_error("cannot start " + command[0]);
 }
 

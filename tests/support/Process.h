@@ -14,9 +14,15 @@ struct Finished {
   std::string err;
 };
 
+// Which streams of a program are terminals of its own, and not pipes.
+struct Terminals {
+  bool out = false;
+  bool err = false;
+};
+
 class Process {
  public:
-  explicit Process(const std::vector<std::string>& command);
+  explicit Process(const std::vector<std::string>& command, Terminals terminals = {});
   ~Process();
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;

@@ -1,0 +1,76 @@
+#include "meeting/cli/Misuse.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+#include <vector>
+
+#include "meeting/Suggestion.h"
+
+namespace meeting {
+
+namespace {
+
+bool beginsWith(std::string_view text, const std::string& name) {
+  if (!text.starts_with(name) || name.size() == text.size()) return false;
+  const auto next = static_cast<unsigned char>(text[name.size()]);
+  return std::isalnum(next) == 0 && next != '-';
+}
+
+// The option that the parser complains of: it begins with the name, of a flag without the dashes.
+const CLI::Option* optionOf(const CLI::App& app, const CLI::ParseError& error) {
+  const auto options = app.get_options();
+  const auto found = std::find_if(options.begin(), options.end(), [&](const CLI::Option* option) {
+    const auto& names = option->get_lnames();
+    return beginsWith(error.what(), option->get_name()) ||
+           (!names.empty() && beginsWith(error.what(), names.front()));
+  });
+  return found == options.end() ? nullptr : *found;
+}
+
+// Why the number of an option's values is wrong.
+std::string wrongNumber(const CLI::Option& option) {
+  const std::string name = option.get_name();
+  const int most = option.get_items_expected_max();
+  const bool once = option.get_multi_option_policy() == CLI::MultiOptionPolicy::Throw;
+  if (once && static_cast<int>(option.results().size()) > std::max(most, 1))
+    return name + " is given more than once";
+  if (most == 0) return name + " takes no value";
+  return name + " lacks its value, " + option.get_type_name();
+}
+
+std::string unknownOption(const CLI::App& app, const std::string& word) {
+  const std::string name = word.substr(0, word.find('='));
+  std::vector<std::string> known;
+  for (const CLI::Option* option : app.get_options())
+    for (const std::string& longName : option->get_lnames()) known.push_back("--" + longName);
+  return "no such option: " + name + suggestion(name, known);
+}
+
+std::string noSubcommand(const CLI::App& app) {
+  std::string names;
+  for (const CLI::App* one : app.get_subcommands({}))
+    names += (names.empty() ? "" : ", ") + one->get_name();
+  return "a subcommand is required: " + names;
+}
+
+}  // namespace
+
+bool isOption(const std::string& word) { return word.size() > 1 && word.front() == '-'; }
+
+std::string misuseOf(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> extra = app.remaining(true);
+  const auto unknown = std::find_if(extra.begin(), extra.end(), isOption);
+  if (unknown != extra.end()) return unknownOption(app, *unknown);
+  if (!extra.empty()) return "one argument too many: " + extra.front();
+  const bool required = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
+  if (required && !app.get_subcommands({}).empty()) return noSubcommand(app);
+  if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr)
+    if (const CLI::Option* option = optionOf(app, error)) return wrongNumber(*option);
+  // What options themselves say of their values, and which argument is required.
+  const std::string text = error.what();
+  return text.substr(0, text.find('\n'));
+}
+
+}  // namespace meeting
