@@ -15,6 +15,7 @@ std::span<const ExitStatusText> exitStatusTexts() {
       {"8", "output could not be written"},
       {"9", "a part of this installation is missing or does not run"},
       {"130, 143", "ended by an interrupt or a termination request, everything released"},
+      {"141", "whoever reads standard output had enough, as head has after some lines"},
   };
   return kTexts;
 }

@@ -24,11 +24,6 @@ const char* environment(const char* name) {
   return std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nothing here sets the environment
 }
 
-bool isTerminal(int descriptor) {
-  const char* kind = environment("TERM");
-  return ::isatty(descriptor) == 1 && kind != nullptr && std::string_view(kind) != "dumb";
-}
-
 std::size_t terminalWidth() {
   winsize size{};
   if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
@@ -38,13 +33,18 @@ std::size_t terminalWidth() {
 }  // namespace
 
 TerminalProgress::TerminalProgress(bool quiet)
-    : quiet_(quiet), live_(isTerminal(STDERR_FILENO)), rate_(clock_.now()) {
+    : quiet_(quiet), live_(mayRewrite(STDERR_FILENO)), rate_(clock_.now()) {
   next_ = live_ ? clock_.now() : clock_.now() + kLineInterval;
+}
+
+bool TerminalProgress::mayRewrite(int descriptor) {
+  const char* kind = environment("TERM");
+  return ::isatty(descriptor) == 1 && kind != nullptr && std::string_view(kind) != "dumb";
 }
 
 bool TerminalProgress::mayDecorate(int descriptor) {
   const char* noColor = environment("NO_COLOR");
-  return isTerminal(descriptor) && (noColor == nullptr || *noColor == '\0');
+  return mayRewrite(descriptor) && (noColor == nullptr || *noColor == '\0');
 }
 
 void TerminalProgress::update(const ProgressFigures& figures) {

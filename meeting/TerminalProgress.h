@@ -30,6 +30,8 @@ class TerminalProgress {
   // Takes the live line away, so that other text can follow.
   void finish();
 
+  // Whether a line on that stream may be rewritten: a terminal that can.
+  static bool mayRewrite(int descriptor);
   // Whether text on that stream may be decorated: a terminal, and NO_COLOR is not set.
   static bool mayDecorate(int descriptor);
 

@@ -54,7 +54,7 @@ class Counter {
   void write(const std::string& text) const {
     if (live_) std::fputs(text.c_str(), stderr);
   }
-  const bool live_ = TerminalProgress::mayDecorate(STDERR_FILENO);
+  const bool live_ = TerminalProgress::mayRewrite(STDERR_FILENO);
 };
 
 std::string sectionOfLevels() {

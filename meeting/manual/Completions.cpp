@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <sstream>
 
+#include "meeting/manual/Escape.h"
+
 namespace meeting::manual {
 
 namespace {
@@ -101,14 +103,7 @@ namespace {
 // --- zsh ---
 
 // Text in an argument of _arguments or _describe.
-std::string escapedForZsh(const std::string& text) {
-  std::string all;
-  for (const char c : text) {
-    if (std::string_view("[]:\\").find(c) != std::string_view::npos) all += '\\';
-    all += c;
-  }
-  return all;
-}
+std::string escapedForZsh(const std::string& text) { return escaped(text, "[]:\\"); }
 
 std::string valueForZsh(const OptionText& option) {
   const std::string message = ':' + escapedForZsh(option.placeholder) + ':';

@@ -2,28 +2,19 @@
 
 #include <sstream>
 
+#include "meeting/manual/Escape.h"
+
 namespace meeting::manual {
 
 namespace {
 
 // Plain text: nothing in it is markup.
-std::string plain(const std::string& text) {
-  std::string escaped;
-  for (const char c : text) {
-    if (std::string_view("\\*_#-.|[]<>;").find(c) != std::string_view::npos) escaped += '\\';
-    escaped += c;
-  }
-  return escaped;
-}
+std::string plain(const std::string& text) { return escaped(text, "\\*_#-.|[]<>;"); }
 
 std::string bold(const std::string& text) { return '*' + plain(text) + '*'; }
 
 // Lines as they stand.
-std::string literal(const std::string& text) {
-  std::string escaped;
-  for (const char c : text) escaped += c == '\\' ? "\\\\" : std::string(1, c);
-  return "```\n" + escaped + "\n```\n\n";
-}
+std::string literal(const std::string& text) { return "```\n" + escaped(text, "\\") + "\n```\n\n"; }
 
 std::string synopsis(const CommandText& text) {
   std::string line = bold("movara-meeting " + text.command.name) + " \\[_OPTION_...\\]";

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <regex>
 #include <string>
@@ -161,31 +162,41 @@ TEST_F(UsageTest, HelpAndVersionAreNoErrors) {
 // The live line is for who watches, and bold is for who wants it; data stay data.
 TEST_F(UsageTest, OnlyATerminalIsDecorated) {
   struct Case {
+    const char* subcommand;
     const char* environment;
     support::Terminals terminals;
     bool live;  // on standard error
     bool bold;  // on standard output
   };
   const Case cases[] = {
-      {"TERM=xterm", {.out = true, .err = true}, true, true},
-      {"TERM=xterm NO_COLOR=", {.out = true, .err = true}, true, true},
-      {"TERM=xterm NO_COLOR=1", {.out = true, .err = true}, true, false},
-      {"TERM=dumb", {.out = true, .err = true}, false, false},
-      {"-u TERM", {.out = true, .err = true}, false, false},
-      {"TERM=xterm", {.out = false, .err = true}, true, false},
-      {"TERM=xterm", {.out = true, .err = false}, false, true},
-      {"TERM=xterm", {.out = false, .err = false}, false, false},
+      {"present", "TERM=xterm", {.out = true, .err = true}, true, true},
+      {"present", "TERM=xterm NO_COLOR=", {.out = true, .err = true}, true, true},
+      {"present", "TERM=xterm NO_COLOR=1", {.out = true, .err = true}, true, false},
+      {"present", "TERM=dumb", {.out = true, .err = true}, false, false},
+      {"present", "-u TERM", {.out = true, .err = true}, false, false},
+      {"present", "TERM=xterm", {.out = false, .err = true}, true, false},
+      {"present", "TERM=xterm", {.out = true, .err = false}, false, true},
+      {"present", "TERM=xterm", {.out = false, .err = false}, false, false},
+      {"validate", "TERM=xterm", {.out = true, .err = true}, true, false},
+      {"validate", "TERM=xterm NO_COLOR=1", {.out = false, .err = true}, true, false},
+      {"validate", "TERM=dumb", {.out = true, .err = true}, false, false},
+      {"validate", "TERM=xterm", {.out = true, .err = false}, false, false},
   };
-  const std::string share = " " MEETING_PROGRAM " present " + redClip();
+  const std::map<std::string, std::string> arguments{
+      {"present", redClip()}, {"validate", "movara.bundle --only Bundle.IsLoaded"}};
+  const std::map<std::string, const char*> data{{"present", "red.mkv"},
+                                                {"validate", "Bundle.IsLoaded"}};
   std::vector<std::unique_ptr<Process>> started;
   for (const Case& test : cases)
     started.push_back(std::make_unique<Process>(
-        support::words(std::string("env -u NO_COLOR ") + test.environment + share),
+        support::words(std::string("env -u NO_COLOR ") + test.environment +
+                       " " MEETING_PROGRAM " " + test.subcommand + " " +
+                       arguments.at(test.subcommand)),
         test.terminals));
   for (std::size_t i = 0; i < std::size(cases); ++i) {
     const Case& test = cases[i];
-    SCOPED_TRACE(testing::Message() << test.environment << " out " << test.terminals.out << " err "
-                                    << test.terminals.err);
+    SCOPED_TRACE(testing::Message() << test.subcommand << " " << test.environment << " out "
+                                    << test.terminals.out << " err " << test.terminals.err);
     const Finished finished = started[i]->finish();
     EXPECT_EQ(finished.status, 0) << finished.err;
     const auto has = [](const std::string& text, const char* part) {
@@ -194,7 +205,7 @@ TEST_F(UsageTest, OnlyATerminalIsDecorated) {
     EXPECT_EQ(has(finished.err, "\r"), test.live) << finished.err;
     EXPECT_EQ(has(finished.err, "\033[K"), test.live) << finished.err;
     EXPECT_FALSE(has(finished.err, "\033[1m")) << finished.err;
-    EXPECT_TRUE(has(finished.out, "red.mkv")) << finished.out;
+    EXPECT_TRUE(has(finished.out, data.at(test.subcommand))) << finished.out;
     EXPECT_EQ(has(finished.out, "\033[1m"), test.bold) << finished.out;
     EXPECT_EQ(has(finished.out, "\033"), test.bold) << finished.out;
     EXPECT_FALSE(has(finished.out, "\r")) << finished.out;
