@@ -35,18 +35,29 @@ install(
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   RENAME movara-meeting
   COMPONENT client)
-install(FILES ${manual}/_movara-meeting
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT client)
+# Debian has one folder for what its packages bring, and another for what is added beside them.
+set(zsh site-functions)
+if(CMAKE_INSTALL_PREFIX STREQUAL /usr AND EXISTS /etc/debian_version)
+  set(zsh vendor-completions)
+endif()
+install(FILES ${manual}/_movara-meeting DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/${zsh}
+        COMPONENT client)
 install(FILES ${manual}/movara-meeting.fish
         DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT client)
 install(FILES meeting/movara-meeting.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications
         COMPONENT client)
 install(
   FILES LICENSE
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/movara
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}
   RENAME copyright
   COMPONENT client)
-install(FILES CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/movara COMPONENT client)
+# What its readers need who have no source tree, as it lies there, so that links lead on.
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT client)
+install(
+  FILES docs/contract.md docs/measurements.md docs/promises.md docs/recordings.md docs/records.md
+        docs/room.png
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs
+  COMPONENT client)
 
 # --- development: headers, and how to find them and the libraries ---
 
@@ -95,12 +106,8 @@ install(
 
 install(FILES ${manual}/movara.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7 COMPONENT development)
 install(
-  FILES docs/contract.md docs/records.md
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/movara-dev
-  COMPONENT development)
-install(
   DIRECTORY examples
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/movara-dev
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}
   COMPONENT development)
 install(
   FILES LICENSE
