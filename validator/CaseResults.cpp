@@ -51,9 +51,17 @@ bool isFault(CaseOutcome outcome) {
 }
 
 void printCases(std::ostream& out, const std::vector<Case>& cases) {
-  for (const Case& what : cases)
+  const Case* before = nullptr;
+  for (const Case& what : cases) {
+    if (before == nullptr || before->level != what.level) {
+      const LevelText& level = levelTexts()[static_cast<std::size_t>(what.level) - 1];
+      out << (before != nullptr ? "\n" : "") << "Level " << static_cast<int>(what.level) << ", "
+          << level.name << ": " << level.adds << '\n';
+    }
+    before = &what;
     out << std::setw(2) << static_cast<int>(what.level) << "  " << what.name << ": "
         << what.protects << '\n';
+  }
 }
 
 void printResult(std::ostream& out, const CaseResult& result) {

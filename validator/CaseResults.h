@@ -9,7 +9,7 @@
 
 namespace validator {
 
-// A line for each case with its level and what it protects.
+// A line for each case with its level and what it protects, below one that says what the level is.
 void printCases(std::ostream& out, const std::vector<Case>& cases);
 // A line for the result, one for each reason, and the last lines that the case wrote.
 void printResult(std::ostream& out, const CaseResult& result);

@@ -11,7 +11,7 @@ std::span<const LevelText> levelTexts() {
       {Level::life, "life", "creation, activation, moves, deactivation, release"},
       {Level::messages, "messages", "session, channel and status messages, and what follows them"},
       {Level::records, "records", "the records that it sends and takes, byte by byte"},
-      {Level::texts, "texts", "what it logs, word by word"},
+      {Level::texts, "texts", "what it logs, word by word, as movara does"},
       {Level::threads, "threads", "which thread it calls on, and what waits for what"},
       {Level::endings, "endings",
        "hosts that release it within its own calls; what is left behind"},

@@ -35,6 +35,7 @@ enum class Fault {
   noCleanup,
   otherThread,
   otherVersion,
+  ownView,  // nothing is wrong with it
   shortRecord,
   slotsSwapped,
   throws,

@@ -162,11 +162,17 @@ CONTRACT_CASE(AttendeeTexts, OfThePresentersPlayer, texts,
          view()->delegate->volumeChange(nullptr, 200);
          const platform::Dictionary size{{"MSVideoRenderSourceID", 41}};
          postNotification("MSVideoRenderSizeChanged", size);
+         const platform::Dictionary whole{{"MSVideoRenderSourceID", 42},
+                                          {"MSVideoRenderWidth", 640},
+                                          {"MSVideoRenderHeight", 360}};
+         postNotification("MSVideoRenderSizeChanged", whole);
        },
        {"I Volume changed, tell mmp session current volume = 200, this = 0xAPP ",
         "I Update volume, current volumeLevel = 200",
         "I video size info = {MSVideoRenderSourceID = 41;}",
-        "I docid , or width, or height invalid, this = 0xAPP "}},
+        "I docid , or width, or height invalid, this = 0xAPP ",
+        "I video size info = {MSVideoRenderHeight = 360; MSVideoRenderSourceID = 42; "
+        "MSVideoRenderWidth = 640;}"}},
   });
 }
 

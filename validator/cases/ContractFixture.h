@@ -155,10 +155,8 @@ class ObjectTest : public FrameworkTest {
 class ContractTest : public ObjectTest {
  protected:
   void SetUp() override {
-    ObjectTest::SetUp();
-    if (!IsSkipped() && !Module::loaded().usesPlayerView())
-      GTEST_SKIP() << "needs the player view stand-in: the code does not make its view by "
-                      "avcapture::KTVideoPlayer::newInstance";
+    const std::string why = Module::loaded().unseen();
+    if (!why.empty()) GTEST_SKIP() << why;
   }
 
   // As the player's side does, by the slot of the object's fourth face.

@@ -153,16 +153,20 @@ CONTRACT_CASE(ContractTest, StartPlayIsPassedOnToAPlayerThatWasRefused, messages
   EXPECT_THAT(view()->takeCalls(), ElementsAre("onStart by itself"));
 }
 
-CONTRACT_CASE(ContractTest, AnAgendaDocumentDropsMessagesSilently, messages,
+CONTRACT_CASE(ObjectTest, AnAgendaDocumentDropsMessages, messages,
               "an agenda document takes part in nothing") {
   host.ownDocument = false;
   createActive();
+  mediaInfo({90000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO, 3});
   forget();
   session(SESSION_MSG_MAX_ATTENDEE_REACHED);
   route(2, 77, nullptr);
-  EXPECT_THAT(view()->takeCalls(), IsEmpty());
-  EXPECT_THAT(takeTraceLines(),
-              testing::Each(testing::HasSubstr("CMovaraApp::RouteMessage, type")));
+  joinChannel();
+  session(SESSION_MSG_JOIN_FAILED);
+  EXPECT_THAT(host.take(), IsEmpty());
+  if (view()) {
+    EXPECT_THAT(view()->takeCalls(), IsEmpty());
+  }
 }
 
 CONTRACT_CASE(ContractTest, StatusMessagesAboutThePresenterReachAListenersPlayer, messages,
@@ -213,9 +217,10 @@ CONTRACT_CASE(ContractTest, StatusMessagesAboutThePresenterReachAListenersPlayer
   EXPECT_EQ(answers->mediaSize(), (platform::Size{640, 360}));
 }
 
-CONTRACT_CASE(ContractTest, StatusMessagesAboutAnotherStreamAreNotActedOn, messages,
+CONTRACT_CASE(ObjectTest, StatusMessagesAboutAnotherStreamAreNotActedOn, messages,
               "messages about other streams change nothing") {
   listen();
+  mediaInfo({90000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO, 3});
   forget();
   struct {
     tagMSHead head;
@@ -225,10 +230,13 @@ CONTRACT_CASE(ContractTest, StatusMessagesAboutAnotherStreamAreNotActedOn, messa
     route(2, message, &record);
   }
   advance(0.2);
-  EXPECT_THAT(view()->takeCalls(), IsEmpty());
+  EXPECT_THAT(host.take(), IsEmpty());
+  if (view()) {
+    EXPECT_THAT(view()->takeCalls(), IsEmpty());
+  }
 }
 
-CONTRACT_CASE(ContractTest, EveryMessageMayComeWithoutAPayload, messages,
+CONTRACT_CASE(ObjectTest, EveryMessageMayComeWithoutAPayload, messages,
               "a message without its record does no harm") {
   for (const bool source : {true, false}) {
     host.runtimeMode = source ? 0 : UCF_RUNTIME_MODE_LISTENER;
@@ -242,7 +250,6 @@ CONTRACT_CASE(ContractTest, EveryMessageMayComeWithoutAPayload, messages,
         for (unsigned long message = 0; message <= 300; ++message) {
           route(type, message, nullptr);
         }
-        EXPECT_EQ(count(takeTraceLines(), "unkown message "), type == 2 ? 295 : 0);
       }
       EXPECT_THAT(host.take(), IsEmpty());
       end();

@@ -44,6 +44,12 @@ class Module {
   bool usesPlayerView() const {
     return symbol("_ZN9avcapture13KTVideoPlayer11newInstanceEv") != nullptr;
   }
+  // Why an object's player view cannot be seen; empty when it can.
+  const char* unseen() const {
+    if (*unusable() != '\0' || usesPlayerView()) return unusable();
+    return "needs the player view stand-in: the code does not make its view by "
+           "avcapture::KTVideoPlayer::newInstance";
+  }
 
  private:
   template <class Function>

@@ -7,6 +7,11 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+// Command 2 from user 7, and what a presenter whose join was refused answers with: command 3.
+constexpr std::array<unsigned char, 16> kQuestion = {16, 0, 0, 0, 2, 0, 0, 0, 7};
+constexpr const char* kNewsToOne = "to 7 0800000003000000";
+constexpr const char* kNewsToAll = "to all 0800000003000000";
+
 class Bundle : public testing::Test {};
 
 CONTRACT_CASE(Bundle, IsLoaded, loads, "the code finds the libraries that it needs") {
@@ -46,22 +51,21 @@ CONTRACT_CASE(Bundle, NamesItsNotificationsAndKeysAsHostsKnowThem, exports,
   };
   for (const auto& [name, text] : texts) {
     const auto* const constant = static_cast<const char* const*>(Module::loaded().symbol(name));
-    ASSERT_NE(constant, nullptr) << name;
-    EXPECT_STREQ(*constant, text);
+    EXPECT_STREQ(constant != nullptr ? *constant : nullptr, text) << name;
   }
 }
 
-CONTRACT_CASE(ContractTest, TheExportsAnswerBeforeAnyObjectExists, exports,
+CONTRACT_CASE(Bundle, AnswersBeforeAnyObjectExists, exports,
               "version and life cycle functions answer without an object") {
   const Module& module = Module::loaded();
+  if (!module.exportsAll()) GTEST_SKIP() << module.unusable();
   EXPECT_EQ(module.getInterfaceVersion(), 5);
   EXPECT_EQ(module.initialize(), 0U);
   EXPECT_EQ(module.deleteInstance(nullptr), 0U);
   EXPECT_EQ(module.cleanup(), 0U);
-  EXPECT_THAT(takeTraceLines(), ElementsAre("I UCFDeleteInstance", "I UCFDeleteInstance"));
 }
 
-CONTRACT_CASE(ContractTest, ServesItsFacesByIdentifier, slots,
+CONTRACT_CASE(ObjectTest, ServesItsFacesByIdentifier, slots,
               "which faces an object has, and which it has not") {
   create();
   void* out = nullptr;
@@ -78,9 +82,9 @@ CONTRACT_CASE(ContractTest, ServesItsFacesByIdentifier, slots,
   }
 }
 
-CONTRACT_CASE(ContractTest, TheTableOfTheObjectHasItsOperationsInOrder, slots,
+CONTRACT_CASE(ObjectTest, TheTableOfTheObjectHasItsOperationsInOrder, slots,
               "every operation lies at its slot of the object's table") {
-  createListener();
+  create();
   forget();
   auto* const table = static_cast<void*>(object);
   void* out = nullptr;
@@ -104,63 +108,80 @@ CONTRACT_CASE(ContractTest, TheTableOfTheObjectHasItsOperationsInOrder, slots,
 
   // Behind the destructors: the operations of the other faces.
   forget();
-  callSlot<void>(table, 12, 1U);
-  EXPECT_THAT(view()->takeCalls(), ElementsAre("roleChanged 1"));
   for (const std::size_t slot :
        {13U, 14U, 15U, 16U, 19U, 20U, 21U, 22U, 23U, 24U, 25U, 26U, 28U, 29U, 30U, 31U}) {
     callSlot<void>(table, slot, 0UL, nullptr, nullptr, 0UL, 0UL, nullptr);
   }
   EXPECT_THAT(host.take(), IsEmpty());
-  EXPECT_THAT(takeTraceLines(), ElementsAre("I My role now is presenter"));
   EXPECT_EQ(callSlot<UCFResult>(table, 17, nullptr, nullptr), UCF_OK);
-  unsigned char command[8] = {8, 0, 0, 0, 2, 0, 0, 0};
-  callSlot<void>(table, 18, command, 8U, 0UL, 0U);
-  EXPECT_THAT(takeTraceLines(), ElementsAre("I Receive "
-                                            "OnCommandData(SVS_QUERY_JOINSEESION_FAILED_CMD)"));
-  callSlot<void>(table, 27, 1U, command, 8U);
+  EXPECT_EQ(callSlot<UCFResult>(table, 33, 0U, 0U, 0UL, 1UL, nullptr, nullptr), UCF_OK);
+  EXPECT_THAT(host.take(), ElementsAre(kNewsToAll)) << "its join was refused";
+  auto question = kQuestion;
+  callSlot<void>(table, 18, question.data(), 16U, 0UL, 0U);
+  EXPECT_THAT(host.take(), ElementsAre(kNewsToOne));
+  callSlot<UCFResult>(table, 7);
+  EXPECT_TRUE(other->subviews().empty());
+  host.take();
+  callSlot<void>(std::exchange(object, nullptr), 1);
+  EXPECT_EQ(host.take().back(), "session 102");
+}
+
+CONTRACT_CASE(ContractTest, TheTableOfTheObjectReachesItsPlayer, slots,
+              "operations at their slots of the object's table, as the player is told") {
+  listen();
+  auto* const table = static_cast<void*>(object);
+  view()->takeCalls();
+  callSlot<void>(table, 12, 1U);
+  EXPECT_THAT(view()->takeCalls(), ElementsAre("roleChanged 1"));
+  callSlot<void>(table, 27, 1U, nullptr, 0U);
   advance(0.2);
   EXPECT_EQ(shown(), 205);
+  void* out = nullptr;
   EXPECT_EQ(callSlot<std::int32_t>(table, 32, 0U, 0UL, 0UL), -1);
   EXPECT_EQ(callSlot<std::int32_t>(table, 32, 12U, &out, 0UL), 0);
   EXPECT_EQ(callSlot<UCFResult>(table, 33, 0U, 0U, 0UL, 100UL, nullptr, nullptr), UCF_OK);
   EXPECT_EQ(shown(), 7);
-  callSlot<UCFResult>(table, 7);
-  EXPECT_TRUE(other->subviews().empty());
-  callSlot<void>(std::exchange(object, nullptr), 1);
-  EXPECT_EQ(count(takeTraceLines(), "CMovaraApp are going to die, this = "), 1);
 }
 
-CONTRACT_CASE(ContractTest, TheTablesOfTheOtherFacesReachTheSameObject, slots,
+CONTRACT_CASE(ObjectTest, TheTablesOfTheOtherFacesReachTheSameObject, slots,
               "runtime and router are faces of the same object") {
-  listen();
+  createActive();
   forget();
+  EXPECT_EQ(callSlot<UCFResult>(runtime, 17, nullptr, nullptr), UCF_OK);
+  EXPECT_EQ(callSlot<UCFResult>(router, 0, 0U, 0U, 0UL, 1UL, nullptr, nullptr), UCF_OK);
+  EXPECT_THAT(host.take(), ElementsAre(kNewsToAll)) << "its join was refused";
+  auto question = kQuestion;
+  callSlot<void>(runtime, 0, question.data(), 16U, 0UL, 0U);
+  EXPECT_THAT(host.take(), ElementsAre(kNewsToOne));
+}
+
+CONTRACT_CASE(ContractTest, TheTablesOfTheOtherFacesReachItsPlayer, slots,
+              "operations of runtime and router, as the player is told") {
+  listen();
+  view()->takeCalls();
   callSlot<void>(runtime, 12, 0U);
   EXPECT_THAT(view()->takeCalls(), ElementsAre("roleChanged 0"));
-  unsigned char command[8] = {8, 0, 0, 0, 2, 0, 0, 0};
-  callSlot<void>(runtime, 0, command, 8U, 0UL, 0U);
-  EXPECT_EQ(count(takeTraceLines(), "Receive OnCommandData"), 1);
   callSlot<void>(runtime, 8, 1U, nullptr, 0U);
   advance(0.2);
   EXPECT_EQ(shown(), 205);
-  EXPECT_EQ(callSlot<UCFResult>(runtime, 17, nullptr, nullptr), UCF_OK);
   callSlot<UCFResult>(router, 0, 0U, 0U, 0UL, 101UL, nullptr, nullptr);
   EXPECT_EQ(shown(), 8);
 }
 
-CONTRACT_CASE(ContractTest, CreationNeedsNothingFromItsContainer, life,
-              "a container may have neither runtime nor router") {
+CONTRACT_CASE(ContractTest, NobodyForbidsPlayingWithoutARouter, life,
+              "a player whose container has neither runtime nor router") {
   host.hasRouter = host.hasRuntime = false;
-  create();
-  EXPECT_THAT(takeTraceLines(),
-              ElementsAre("I UCFCreateInstance(...)",
-                          "W CMovaraApp::CMovaraApp, get UCF_IID_OBJECT_MSG_ROUTER failed, "
-                          "returned value is NULL",
-                          "W CMovaraApp::CMovaraApp get UCF_IID_CONTAINER_RUNTIME failed, "
-                          "returned value is NULL"));
-  activate();
+  createActive();
   EXPECT_TRUE(view()->delegate->allow2Play()) << "nobody forbids it";
   startSource();
   EXPECT_FALSE(view()->asset) << "there is no path to open";
+}
+
+CONTRACT_CASE(ObjectTest, CreationNeedsNothingFromItsContainer, life,
+              "a container may have neither runtime nor router") {
+  host.hasRouter = host.hasRuntime = false;
+  createActive();
+  startSource();
   object->OnKillActive();
   release();
   EXPECT_THAT(host.take(), testing::Each(testing::StartsWith("shared ")));
@@ -170,7 +191,7 @@ CONTRACT_CASE(ContractTest, CreationNeedsNothingFromItsContainer, life,
   EXPECT_EQ(object->CreateActiveUI(parent.get(), &rect), UCF_E_NO_CONTAINER);
 }
 
-CONTRACT_CASE(ContractTest, NothingIsThrownOutOfTheExports, exports,
+CONTRACT_CASE(ObjectTest, NothingIsThrownOutOfTheExports, exports,
               "a host's exception comes back as a result") {
   host.within = [](const std::string&) { throw std::runtime_error("host is broken"); };
   auto* const untouched = reinterpret_cast<IUCFObjectBase*>(this);

@@ -115,6 +115,63 @@ CONTRACT_CASE(PresenterTexts, FromCreationToAJoinedChannel, texts,
   });
 }
 
+CONTRACT_CASE(PresenterTexts, OfTheExportsAndOfIdleControls, texts,
+              "the log of the exports, and of controls that change nothing") {
+  const Module& module = Module::loaded();
+  constexpr const char* kPaused = "W Current movie is in paused, dont need to pause";
+  expectTexts({
+      {"exports",
+       [] {},
+       [&] {
+         module.initialize();
+         module.deleteInstance(nullptr);
+         module.cleanup();
+       },
+       {"I UCFDeleteInstance", "I UCFDeleteInstance"}},
+      {"a container without router and runtime",
+       [this] { host.hasRouter = host.hasRuntime = false; },
+       [this] {
+         create();
+         host.hasRouter = host.hasRuntime = true;
+       },
+       {"I UCFCreateInstance(...)",
+        "W CMovaraApp::CMovaraApp, get UCF_IID_OBJECT_MSG_ROUTER failed, returned value is NULL",
+        "W CMovaraApp::CMovaraApp get UCF_IID_CONTAINER_RUNTIME failed, returned value is NULL"}},
+      {"controls",
+       [this] { createActive(); },
+       [this] {
+         const std::shared_ptr<avcapture::AVURLAsset> none;
+         callSlot<bool>(player(), 38, &none);
+         view()->length = 0;
+         callSlot<bool>(player(), 5, 30U);
+         view()->length = 90;
+         callSlot<bool>(player(), 4);
+         callSlot<bool>(player(), 3);
+         callSlot<bool>(player(), 2);
+         callSlot<bool>(player(), 2);
+         callSlot<bool>(player(), 3);
+         callSlot<bool>(player(), 3);
+       },
+       {"I CAVPlayer::CeateUI",
+        "I CAVPlayer::CeateUI,m_pVideoPlayer != NULL, m_pVideoPlayer = 0xVIEW", "I after CreateUI",
+        "W Movie  is NULL or empty", "W Current movie is invalid, duration is zero",
+        "W Current movie is in stoped, dont need to start", kPaused,
+        "W Current movie is in playing, dont need to start", kPaused}},
+      {"messages that nobody knows",
+       [this] { createActive(); },
+       [this] { route(2, 77, nullptr); },
+       {"I CMovaraApp::RouteMessage, type = 2, uMsg = 77, this = 0xAPP ",
+        "W CMovaraApp::handleMediaStreamMessage, unkown message , msg = 77"}},
+      {"messages of an agenda document",
+       [this] {
+         host.ownDocument = false;
+         createActive();
+       },
+       [this] { route(2, 77, nullptr); },
+       {"I CMovaraApp::RouteMessage, type = 2, uMsg = 77, this = 0xAPP "}},
+  });
+}
+
 CONTRACT_CASE(PresenterTexts, OfTheRunningStream, texts, "the log of a running stream") {
   constexpr const char* kFormatSent = "I SetSourceMediaFormat sended, this = 0xMANAGER ";
   constexpr const char* kFormatTold =

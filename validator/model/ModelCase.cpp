@@ -84,7 +84,7 @@ void run(const World& world, const std::vector<Step>& steps) {
 class ModelTest : public testing::Test {
  protected:
   void SetUp() override {
-    const std::string why = contract::Module::loaded().unusable();
+    const std::string why = contract::Module::loaded().unseen();
     if (!why.empty()) GTEST_SKIP() << why;
   }
 };
