@@ -38,6 +38,7 @@ constinit std::atomic<bool> forEver{false};
 constinit std::atomic<std::uint64_t> requests{0};
 constinit std::atomic<std::uint64_t> failures{0};
 constinit thread_local int exempt = 0;
+constinit std::atomic<bool> ranOutOfMemory{false};
 
 // For who wants to know what it was that could not be had.
 void showWho() {
@@ -48,17 +49,9 @@ void showWho() {
   backtrace_symbols_fd(frames, backtrace(frames, 40), STDERR_FILENO);
 }
 
-bool fails(Kind asked) {
-  if (kind.load(std::memory_order_relaxed) != asked || exempt != 0) return false;
-  const std::uint64_t request = ++requests;
-  if (request < number || (request > number && !forEver)) return false;
-  ++failures;
-  showWho();
-  return true;
-}
-
 bool outOfMemory() {
   if (!fails(Kind::memory)) return false;
+  ranOutOfMemory = true;
   errno = ENOMEM;
   return true;
 }
@@ -96,6 +89,15 @@ void arm(const Fault& fault) {
   requests = 0;
   failures = 0;
   kind = fault.kind;
+}
+
+bool fails(Kind asked) {
+  if (kind.load(std::memory_order_relaxed) != asked || exempt != 0) return false;
+  const std::uint64_t request = ++requests;
+  if (request < number || (request > number && !forEver)) return false;
+  ++failures;
+  showWho();
+  return true;
 }
 
 std::uint64_t failed() { return failures; }
@@ -157,8 +159,18 @@ extern "C" {
 
 #ifdef FAULTS_SANITIZED
 extern "C" {
-// The loader and FFmpeg lose memory when there is none, which is not what is looked for here.
-[[gnu::visibility("default")]] int __lsan_is_turned_off() { return 1; }
+// The loader and FFmpeg lose memory when there is none, which is not what is looked for here. When
+// it is anything else that runs out, nobody may.
+[[gnu::visibility("default")]] int __lsan_is_turned_off() { return faults::ranOutOfMemory ? 1 : 0; }
+
+// The loader's own are known by who called malloc, and here that is this file. Fontconfig loses a
+// pattern of its own when it cannot read its configuration, SDL a thread that does not start.
+[[gnu::visibility("default")]] const char* __lsan_default_suppressions() {
+  return "leak:ld-linux\nleak:libfontconfig\nleak:libSDL2";
+}
+[[gnu::visibility("default")]] const char* __lsan_default_options() {
+  return "print_suppressions=0";
+}
 
 // Not every new is ours, but every delete.
 [[gnu::visibility("default")]] const char* __asan_default_options() {
