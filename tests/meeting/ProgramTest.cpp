@@ -256,7 +256,7 @@ TEST_F(ProgramTest, EndsWhenNothingIsLeftToPlay) {
       {{redClip(), redClip(), "--at", "0.3", "session=leave"}, "paused", "stopped"},
       {{redClip(), redClip(), "--at", "0.3", "session=limit"}, "paused", "stopped"},
       {{redClip(), "--at", "0.3", "pause"}, "paused", nullptr},
-      {{redClip(), "--at", "1.2", "seek=0.5"}, "paused", nullptr},
+      {{redClip(), "--at", "2.5", "seek=0.5"}, "paused", nullptr},
       {{redClip(), "--at", "0.2", "session=refuse", "--at", "0.3", "presenter-crash", "--at", "0.4",
         "presenter-return"},
        "stopped",
