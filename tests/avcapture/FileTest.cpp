@@ -130,7 +130,7 @@ class HangingDisk : public File {};
 
 TEST_F(HangingDisk, IsWaitedForNoLongerThanItTakesToNoticeWhileOpening) {
   setHanging(true);
-  open(path);
+  timed("refusing_ms", [this] { open(path); });
   EXPECT_FALSE(accepted);
   EXPECT_EQ(player->failure(), "the disk does not answer");
   EXPECT_EQ(hanging(), 1);
@@ -138,7 +138,10 @@ TEST_F(HangingDisk, IsWaitedForNoLongerThanItTakesToNoticeWhileOpening) {
 
 TEST_F(HangingDisk, EndsTheMovieWithAReasonAndPlaysOnOnceItAnswers) {
   playAnd([] { setHanging(true); });
-  ASSERT_TRUE(ends());
+  ASSERT_TRUE(pumpUntil([] { return hanging() == 1; }));
+  bool ended = false;
+  timed("refusing_ms", [&] { ended = ends(); });
+  ASSERT_TRUE(ended);
   EXPECT_EQ(player->failure(), "the disk does not answer");
   EXPECT_EQ(hanging(), 1);
   EXPECT_LT(recorder->frames().size(), kPictures);
@@ -168,12 +171,10 @@ TEST_F(HangingDisk, IsNotBlamedForTheTimeThatTheMachineSlept) {
 TEST_F(HangingDisk, HoldsUpNobodyWhoStops) {
   playAnd([] { setHanging(true); });
   ASSERT_TRUE(pumpUntil([] { return hanging() == 1; }));
-  player->onStart(nullptr);  // pauses
-  player->seek(1);
-  player->onStop(nullptr);
-  player->willDie();
-  session.reset();
-  player.reset();
+  timed("stopping_ms", [this] { player->onStart(nullptr); });  // pauses
+  timed("stopping_ms", [this] { player->seek(1); });
+  timed("stopping_ms", [this] { player->onStop(nullptr); });
+  PlayerTest::TearDown();
   EXPECT_EQ(hanging(), 1);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <ostream>
@@ -227,10 +228,21 @@ void PlayerTest::playToTheEnd() {
   ASSERT_TRUE(pumpUntil([this] { return delegate.count("stop") > 0; }));
 }
 
+void PlayerTest::timed(const std::string& name, const std::function<void()>& call) {
+  const auto began = std::chrono::steady_clock::now();
+  call();
+  const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - began;
+  double& longest = longest_[name];
+  longest = std::max(longest, took.count());
+  RecordProperty(name, std::to_string(longest));
+}
+
 void PlayerTest::TearDown() {
-  if (player) player->willDie();
-  session.reset();
-  player.reset();
+  timed("stopping_ms", [this] {
+    if (player) player->willDie();
+    session.reset();
+    player.reset();
+  });
   setPlaybackOptions({});
 }
 

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -138,6 +139,9 @@ class PlayerTest : public ::testing::Test {
     open(path, {.paced = true, .decoderThreads = 1, .localSound = false});
   }
   void playToTheEnd();
+  // Makes a call, and keeps the longest time that one of its name took as a property of the test,
+  // in milliseconds: how long is too long is not judged here, where much else may run.
+  void timed(const std::string& name, const std::function<void()>& call);
   std::size_t stills() { return player->statistics().stillsDelivered; }
   void TearDown() override;
 
@@ -146,6 +150,9 @@ class PlayerTest : public ::testing::Test {
   std::shared_ptr<KTVideoPlayer> player;
   std::shared_ptr<LUMAVCaptureSession> session;
   bool accepted = false;
+
+ private:
+  std::map<std::string, double> longest_;
 };
 
 }  // namespace avcapture::test
