@@ -33,7 +33,8 @@ struct Row {
 void PrintTo(const Row& row, std::ostream* out) { *out << row.plugin; }
 
 constexpr Row kRows[] = {
-    {"callsAfterTheEnd", "ReleaseTest.EndsAtOnceAndNothingFollows", "failed", "nothing follows"},
+    {"callsAfterTheEnd", "ReleaseTest.EndsAtOnceAndNothingFollows", "failed",
+     "nothing follows the end) ["},
     {"crashes", "ContractTest.ReleaseEndsInOrder", "crashed", ""},
     {"endsTheProgram", "ContractTest.ReleaseEndsInOrder", "crashed", "ended with status 0", "100",
      R"(["in line 7991","in line 7992",)"},
@@ -41,18 +42,21 @@ constexpr Row kRows[] = {
     {"hangs", "ContractTest.ReleaseEndsInOrder", "hung", "still ran after 5000 ms", "5"},
     {"hangsOnCreate", "ObjectTest.ComesAndGoes", "hung", "still ran after 5000 ms", "5"},
     {"hangsOnLoad", "Bundle.IsLoaded", "hung", "still ran after 1000 ms", "1"},
-    {"keepsVariants", "ObjectTest.GivesBackEveryVariant", "failed", "variantsHeld"},
+    {"keepsVariants", "ObjectTest.GivesBackEveryVariant", "failed", "FreeVariant (slot 6)"},
     {"losesVolume", "ModelTest.TheModuleDoesWhatTheModelSays", "failed", "volume"},
     {"neverEnds", "ContractTest.ReleaseEndsInOrder", "failed", "unregister"},
-    {"noCleanup", "Bundle.HasTheFiveExports", "failed", "UCFCleanup"},
+    {"noCleanup", "Bundle.HasTheFiveExports", "failed", "got NULL (UCFCleanup)"},
     {"noCleanup", "ContractTest.ReleaseEndsInOrder", "skipped", "an export is missing"},
-    {"otherThread", "ContractTest.CallsItsHostOnTheMainThread", "failed", "status 3 0"},
-    {"otherVersion", "Bundle.AnswersBeforeAnyObjectExists", "failed", "getInterfaceVersion"},
+    {"otherThread", "ContractTest.CallsItsHostOnTheMainThread", "failed",
+     "\\\"status 3 0\\\" (RouteMessage uMsg 2, tagMSSourceStatus: eStatus, lPosition)"},
+    {"otherVersion", "Bundle.AnswersBeforeAnyObjectExists", "failed",
+     "what UCFGetInterfaceVersion answers: expected 5, got 4 [ModuleCases.cpp:"},
     {"shortRecord", "ContractTest.FormatsAndSamplesFlowOnceTheChannelIsJoined", "failed",
-     "format 1"},
+     " (RouteMessage uMsg 3, tagMSMediaFormat: eMediaType, dwFormatSize bytes of pFormat)"},
     {"slotsSwapped", "ObjectTest.TheTableOfTheObjectHasItsOperationsInOrder", "failed",
-     "item 801=1"},
-    {"throws", "ObjectTest.NothingIsThrownOutOfTheExports", "failed", "no object"},
+     "the host is asked and told: expected \\\"item 801=0\\\", \\\"item 800=1\\\", "},
+    {"throws", "ObjectTest.NothingIsThrownOutOfTheExports", "failed",
+     "an exception reached the host: no object"},
 };
 
 class WrongPlugins : public testing::TestWithParam<Row> {};
@@ -67,6 +71,8 @@ TEST_P(WrongPlugins, AreCaughtByName) {
   EXPECT_EQ(result["name"], row.name);
   EXPECT_EQ(result["outcome"], row.outcome) << result;
   EXPECT_THAT(result["reasons"].dump(), testing::HasSubstr(row.reason));
+  EXPECT_THAT(result["reasons"].dump(), testing::Not(testing::HasSubstr("Value of")));
+  EXPECT_THAT(result["reasons"].dump(), testing::Not(testing::HasSubstr("Which is")));
   EXPECT_THAT(result["said"].dump(), testing::HasSubstr(row.said));
   EXPECT_EQ(run.status, std::string(row.outcome) == "skipped" ? 0 : 1);
 }

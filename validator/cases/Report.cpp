@@ -4,6 +4,8 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "validator/cases/Reason.h"
+
 namespace validator {
 
 namespace {
@@ -17,10 +19,10 @@ std::string lineOf(const nlohmann::json& value) {
 
 void Report::OnTestPartResult(const testing::TestPartResult& part) {
   if (part.passed()) return;
-  std::string why = part.message();
+  std::string why = part.failed() ? reasonOf(part.message()) : part.message();
   if (part.failed() && part.file_name() != nullptr)
-    why = std::filesystem::path(part.file_name()).filename().string() + ":" +
-          std::to_string(part.line_number()) + ": " + why;
+    why += " [" + std::filesystem::path(part.file_name()).filename().string() + ":" +
+           std::to_string(part.line_number()) + "]";
   out_ << lineOf({{"why", why}}) << std::endl;
 }
 

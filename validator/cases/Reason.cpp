@@ -1,0 +1,199 @@
+#include "validator/cases/Reason.h"
+
+#include <algorithm>
+#include <optional>
+#include <regex>
+#include <utility>
+#include <vector>
+
+namespace validator {
+
+namespace {
+
+struct Meaning {
+  const char* of;  // a regular expression
+  const char* is;
+};
+
+// What the cases look at.
+constexpr Meaning kSubjects[] = {
+    {R"(host\.take\(|^items$|^told$|^kept$)", "what the host is asked and told"},
+    {R"(takeCalls\()", "what the player view is told"},
+    {R"(takeTraceLines\(|^lines$)", "what is logged"},
+    {R"(shown\(|statusViewType\()", "the status that the player view shows"},
+    {R"(variantsHeld)",
+     "variants that the container has filled and that FreeVariant (slot 6) has not "
+     "given back"},
+    {R"(host\.samples)", "pictures and sound blocks routed to the host (RouteMessage, uMsg 2000)"},
+    {R"(host\.elsewhere)", "calls of the host on other threads than the main one"},
+    {R"(eChannelType)", "eChannelType of a record, the side of the stream that it comes from"},
+    {R"(sessionID)", "sessionID of a record"},
+    {R"(sourceID)", "sourceID of a record"},
+    {R"(subviews\(\))", "the views that the object has put into its parent view"},
+    {R"(GetUCFInterface\()", "the result of GetUCFInterface (slot 0)"},
+    {R"(CreateActiveUI\()", "the result of CreateActiveUI (slot 6)"},
+    {R"(RouteMessage\()", "the result of RouteMessage"},
+    {R"(createInstance\()", "the result of UCFCreateInstance"},
+    {R"(getInterfaceVersion\()", "what UCFGetInterfaceVersion answers"},
+    {R"(Module::loaded\(\)\.error)", "what dlopen says"},
+    {R"(Module::loaded\(\)\.symbol)", "the address of an exported name"},
+    {R"(constant)", "the text of an exported constant"},
+    {R"(^does$)", "a random run of steps does what the model says"},
+};
+
+// The words by which the recording host keeps what it is asked.
+constexpr Meaning kWords[] = {
+    {"item .*", "SetItemState (runtime, slot 37), item=state"},
+    {"shared .*", "SetSharedProperty (container, slot 20): id, type, value"},
+    {"property .*", "GetProperty (container, slot 11): id"},
+    {"to all .*", "SendDataToAll (runtime, slot 2): bytes of the record"},
+    {"to [0-9].*", "SendDataToUser (runtime, slot 3): user, bytes of the record"},
+    {"publish .*", "SetParameterData (runtime, slot 12): id, bytes"},
+    {"request .*", "RequestParameterData (runtime, slot 14): id"},
+    {"ids .*", "RouteMessage to the conference: type"},
+    {"session .*", "RouteMessage to the platform: type"},
+    {"register .*", "RouteMessage uMsg 0, tagMSRegisterInfo: dwDuration, eMediaContent"},
+    {"unregister", "RouteMessage uMsg 1, tagMSUnRegisterInfo"},
+    {"status .*", "RouteMessage uMsg 2, tagMSSourceStatus: eStatus, lPosition"},
+    {"format .*",
+     "RouteMessage uMsg 3, tagMSMediaFormat: eMediaType, dwFormatSize bytes of pFormat"},
+    {"render .*", "RouteMessage uMsg 4, tagMSRenderInfo: eRenderType, hRender"},
+    {"update render .*",
+     "RouteMessage uMsg 5, tagMSRenderUpdate: dwUpdateKind, nViewKind, hRender"},
+    {"volume .*", "RouteMessage uMsg 7, tagMSVolumeInfo: wVolumeLevel"},
+    {"query .*", "RouteMessage uMsg 9, tagQuery: nQueryType, dwResult"},
+    {"from .*", "RouteMessage from another module than MODULE_TYPE_SVS"},
+};
+
+std::string inOneLine(const std::string& text) {
+  static const std::regex kBreaks(R"(\s*\n\s*)");
+  static const std::regex kEnds(R"(^\s+|\s+$)");
+  return std::regex_replace(std::regex_replace(text, kEnds, ""), kBreaks, " | ");
+}
+
+std::string subjectOf(const std::string& expression) {
+  std::smatch slot;
+  if (std::regex_search(expression, slot, std::regex(R"(callSlot<.*>\((\w+)\S*, (\d+))"))) {
+    const std::string of = slot[1] == "table" ? "object" : slot[1].str();
+    return "the result of slot " + slot[2].str() + " of the " + of;
+  }
+  for (const Meaning& subject : kSubjects)
+    if (std::regex_search(expression, std::regex(subject.of))) return subject.is;
+  return expression;
+}
+
+std::vector<std::string> quotedParts(const std::string& text) {
+  static const std::regex kQuoted(R"re("((?:[^"\\]|\\.)*)")re");
+  std::vector<std::string> parts;
+  for (std::sregex_iterator at(text.begin(), text.end(), kQuoted), end; at != end; ++at)
+    parts.push_back((*at)[1]);
+  return parts;
+}
+
+std::string partAt(const std::vector<std::string>& parts, std::size_t at) {
+  return at < parts.size() ? '"' + parts[at] + '"' : "nothing more";
+}
+
+// What the host's word in front of a part stands for, in brackets; empty when there is none.
+std::string meaningAt(const std::vector<std::string>& parts, std::size_t at) {
+  if (at >= parts.size()) return {};
+  for (const Meaning& word : kWords) {
+    if (std::regex_match(parts[at], std::regex(word.of))) return std::string(" (") + word.is + ")";
+  }
+  return {};
+}
+
+std::string firstDifference(const std::string& expected, const std::string& actual) {
+  const auto wanted = quotedParts(expected);
+  if (expected.starts_with("contains")) return meaningAt(wanted, 0);  // anywhere
+  const auto came = quotedParts(actual);
+  std::size_t at = 0;
+  while (at < wanted.size() && at < came.size() && wanted[at] == came[at]) ++at;
+  if (at >= wanted.size() && at >= came.size()) return {};
+  const std::string asked = meaningAt(wanted, at);
+  const std::string found = meaningAt(came, at);
+  if (wanted.size() <= 1 && came.size() <= 1) return found.empty() ? asked : found;
+  return "; first difference: expected " + partAt(wanted, at) + (asked == found ? "" : asked) +
+         ", got " + partAt(came, at) + found;
+}
+
+// A matcher's description, without what says that it is one.
+std::string plain(const std::string& description) {
+  static const std::regex kWrapping(
+      R"(has \d+ elements? where\s*|has 1 element that |element #\d+ |is equal to )");
+  static const std::regex kAmong("contains at least one element that ");
+  static const std::regex kNone("^is empty$");
+  static const std::regex kBreaks(R"(\s*\n\s*)");
+  std::string text = std::regex_replace(description, kWrapping, "");
+  for (const auto& [what, by] :
+       {std::pair{&kAmong, "among others "}, {&kNone, "nothing"}, {&kBreaks, " "}})
+    text = std::regex_replace(text, *what, by);
+  return text;
+}
+
+struct Assertion {
+  std::string subject;
+  std::string expected;
+  std::string actual;
+  std::string message;
+};
+
+// "Value of: X", then "Expected: E" and "  Actual: A", or the other way round.
+std::optional<Assertion> valueOf(const std::string& text) {
+  static const std::regex kMatcher(
+      "^Value of: ([^]*?)\nExpected: ([^]*?)\n  Actual: ([^\n]*)([^]*)");
+  static const std::regex kCondition(
+      "^Value of: ([^]*?)\n  Actual: ([^\n]*)\nExpected: ([^\n]*)([^]*)");
+  std::smatch part;
+  if (std::regex_match(text, part, kCondition))
+    return Assertion{part[1], part[3], part[2], part[4]};
+  if (std::regex_match(text, part, kMatcher)) return Assertion{part[1], part[2], part[3], part[4]};
+  return {};
+}
+
+// The first of the two is what came, wherever the cases compare.
+std::optional<Assertion> equality(const std::string& text) {
+  static const std::regex kEquality(
+      "^Expected equality of these values:\n  ([^\n]*)(?:\n    Which is: ([^\n]*))?"
+      "\n  ([^\n]*)(?:\n    Which is: ([^\n]*))?([^]*)");
+  std::smatch part;
+  if (!std::regex_match(text, part, kEquality)) return {};
+  return Assertion{part[1], part[4].matched ? part[4] : part[3],
+                   part[2].matched ? part[2] : part[1], part[5]};
+}
+
+std::optional<Assertion> comparison(const std::string& text) {
+  static const std::regex kComparison(
+      R"(^Expected: \((.*?)\) (\S+) \((.*)\), actual: (.*) vs (.*?)(\n[^]*|$))");
+  std::smatch part;
+  if (!std::regex_match(text, part, kComparison)) return {};
+  const std::string relation = part[2] == "!=" ? "other than " : part[2].str() + " ";
+  return Assertion{part[1], relation + part[5].str(), part[4], part[6]};
+}
+
+std::string sentence(const Assertion& assertion) {
+  const std::string note = inOneLine(assertion.message);
+  return subjectOf(assertion.subject) + ": expected " + inOneLine(plain(assertion.expected)) +
+         ", got " + assertion.actual + firstDifference(assertion.expected, assertion.actual) +
+         (note.empty() ? "" : " (" + note + ")");
+}
+
+}  // namespace
+
+std::string reasonOf(const std::string& message) {
+  static const std::regex kTrace(R"(\n?Google Test trace:\n)");
+  static const std::regex kPlace(R"((^|\n)[^\n:]*:\d+: )");
+  std::smatch trace;
+  std::string text = message;
+  std::string around;
+  if (std::regex_search(message, trace, kTrace)) {
+    text = trace.prefix();
+    around = " (with " + inOneLine(std::regex_replace(trace.suffix().str(), kPlace, "$1")) + ")";
+  }
+  for (const auto parse : {valueOf, equality, comparison})
+    if (const auto assertion = parse(text)) return sentence(*assertion) + around;
+  static const std::regex kThrown(R"re(^C\+\+ exception with description "([^]*)" thrown in .*)re");
+  return inOneLine(std::regex_replace(text, kThrown, "an exception reached the host: $1")) + around;
+}
+
+}  // namespace validator
