@@ -6,7 +6,8 @@
 //             reason; once the disk is well again, so is the movie
 //   Damage    the file cut short, and with bytes flipped: it is refused, with a reason, or ends
 //
-// usage: corpus_check [--seeds=N] [--patience=SECONDS] [GoogleTest's options] FILE_OR_FOLDER...
+// usage: corpus_check [--seeds=N] [--patience=SECONDS] [--threads=N] [GoogleTest's options]
+//                     FILE_OR_FOLDER...
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -30,6 +31,7 @@ namespace {
 
 unsigned seeds = 1;  // of damage, for each rate
 int patience = 30;   // seconds without progress that are taken for a hang
+int threads = 1;     // of the decoder of pictures
 constexpr int kSeeks = 50;
 
 // What can be known of a file without decoding it.
@@ -42,6 +44,9 @@ bool has(const std::string& path, const char* streams) {
 class FileTest : public PlayerTest {
  public:
   explicit FileTest(std::string file) : path(std::move(file)) {}
+  void open(const std::string& what) {
+    PlayerTest::open(what, {.paced = false, .decoderThreads = threads, .localSound = false});
+  }
   void play(const std::string& what) {
     open(what);
     if (accepted) playToTheEnd();
@@ -245,6 +250,8 @@ int main(int argc, char** argv) {
       seeds = static_cast<unsigned>(std::strtoul(argv[i] + 8, nullptr, 10));
     } else if (argument.starts_with("--patience=")) {
       patience = static_cast<int>(std::strtol(argv[i] + 11, nullptr, 10));
+    } else if (argument.starts_with("--threads=")) {
+      threads = static_cast<int>(std::strtol(argv[i] + 10, nullptr, 10));
     } else {
       registerAll(argument);
     }
