@@ -27,7 +27,7 @@ class DeviceAside final : public AudioDevice {
 
   void play(const SoundBlock& block, int volume) override {
     if (*waiting_ >= kMostWaiting) return;
-    sounding_ = true;
+    sounding_ = holds_ = true;
     ask([device = device_, block = SoundBlock(block),
          bytes = std::vector(block.bytes.begin(), block.bytes.end()), volume]() mutable {
       block.bytes = bytes;
@@ -41,13 +41,14 @@ class DeviceAside final : public AudioDevice {
   bool sounding() const override { return sounding_; }
   void clear() override {
     sounding_ = false;
-    ask([device = device_] { device->clear(); });
+    // Once is enough, however often: a device that hangs would be asked more and more.
+    if (holds_) holds_ = !ask([device = device_] { device->clear(); });
   }
 
  private:
-  // What there is no memory for is left out.
+  // False when there is no memory for it: it is left out.
   template <class Wish>
-  void ask(Wish wish) {
+  bool ask(Wish wish) {
     try {
       thread_.post([waiting = waiting_, wish = std::move(wish)]() mutable {
         try {
@@ -58,13 +59,16 @@ class DeviceAside final : public AudioDevice {
         return 0;
       });
       ++*waiting_;
+      return true;
     } catch (const std::bad_alloc&) {
+      return false;
     }
   }
 
   // Of what was asked for, how much has not been done.
   const std::shared_ptr<std::atomic<int>> waiting_ = std::make_shared<std::atomic<int>>(0);
   bool sounding_ = false;
+  bool holds_ = false;  // something that clear() would make it forget
   std::shared_ptr<AudioDevice> device_;
   SideThread thread_{"av-speaker"};
 };

@@ -116,9 +116,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   // [any-thread]
   bool hasGivenUp() const { return givenUp_.load(std::memory_order_relaxed); }
 
-  double positionSeconds() const {
-    return static_cast<double>(position_.load(std::memory_order_relaxed)) / kMicrosecondsPerSecond;
-  }
+  std::int64_t positionMicroseconds() const { return position_.load(std::memory_order_relaxed); }
   // Known for certain once the end has been seen.
   std::int64_t durationMicroseconds() const { return duration_.load(std::memory_order_relaxed); }
   int invalidImageBufferCount() const { return invalidImages_.load(std::memory_order_relaxed); }

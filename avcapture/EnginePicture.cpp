@@ -95,10 +95,10 @@ void Engine::announcePicture(PictureStage& stage) {
   const auto milliseconds = static_cast<std::uint32_t>(target_ / 1000);
   {
     const ListenerCall call(*this, kPicture);
-    if (AVStreamDataListener* listener = call.listener()) {
-      listener->newImageArrive(nullptr, stage.announced.width, stage.announced.height,
-                               milliseconds);
-    }
+    const Told told = call.tell([&](AVStreamDataListener& listener) {
+      listener.newImageArrive(nullptr, stage.announced.width, stage.announced.height, milliseconds);
+    });
+    if (told == Told::kNoMemory) throw std::bad_alloc();
   }
   startWhenAnnounced(stage);
 }
@@ -129,15 +129,12 @@ void Engine::deliverPicture(PictureStage& stage) {
 
 void Engine::handOut(const std::shared_ptr<Picture>& picture, bool still) {
   const ListenerCall call(*this, kPicture);
-  if (AVStreamDataListener* listener = call.listener()) {
+  const Told told = call.tell([&](AVStreamDataListener& listener) {
     ++(still ? stillsDelivered_ : framesDelivered_);
-    try {
-      listener->newImageArrive(picture->pixels, picture->image.width, picture->image.height,
-                               picture->milliseconds);
-    } catch (const std::bad_alloc&) {
-      ++framesDropped_;  // the listener had no memory for this one
-    }
-  }
+    listener.newImageArrive(picture->pixels, picture->image.width, picture->image.height,
+                            picture->milliseconds);
+  });
+  if (told != Told::kAll) ++framesDropped_;
 }
 
 }  // namespace avcapture

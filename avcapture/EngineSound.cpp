@@ -97,7 +97,9 @@ void Engine::decodeSound(SoundStage& stage) {
 void Engine::announceSound(const SoundStage& stage) {
   if (stage.next) {
     const ListenerCall call(*this, kSound);
-    if (call.listener() != nullptr) send(*call.listener(), call.sender(), *stage.next, false);
+    const Told told = call.tell(
+        [&](AVStreamDataListener& listener) { send(listener, call.sender(), *stage.next, false); });
+    if (told == Told::kNoMemory) throw std::bad_alloc();
   }
   if (stage.generation != generation_) return;
   soundReady_ = true;
@@ -112,14 +114,11 @@ void Engine::deliverSound(SoundStage& stage, AudioDevice& device) {
   advanceTo(block.microseconds);
   {
     const ListenerCall call(*this, kSound);
-    if (call.listener() != nullptr) {
+    // A listener that could not take this one may take the next.
+    call.tell([&](AVStreamDataListener& listener) {
       ++audioBlocksDelivered_;
-      try {
-        send(*call.listener(), call.sender(), block, true);
-      } catch (const std::bad_alloc&) {
-        // The listener had no memory for this one.
-      }
-    }
+      send(listener, call.sender(), block, true);
+    });
   }
   const platform::Unlocked unlocked(mutex_);
   device.play(block, volume_.load(std::memory_order_relaxed));

@@ -68,8 +68,7 @@ std::shared_ptr<Engine> FFVideoPlayer::openEngine(const std::string& path) {
     });
   };
   const auto news = std::make_shared<platform::ReservedMessage>([weak = std::weak_ptr(self())] {
-    const auto player = weak.lock();
-    if (player && player->state_ == State::kPlaying) player->movieEnded();
+    if (const auto player = weak.lock()) player->engineGaveUp();
   });
   outputs.gaveUp = [news] { news->dispatchOnMainThread(); };
   return Engine::open(path, options_, std::move(outputs), refusal_);
@@ -81,10 +80,10 @@ bool FFVideoPlayer::engineIsFit() {
   try {
     std::shared_ptr<Engine> other = openEngine(movie_->path());
     if (!other) return false;
-    const double position = engine_->positionSeconds();
+    const std::int64_t position = engine_->positionMicroseconds();
     engine_->stop();  // its threads ask this view about it
     engine_ = std::move(other);
-    if (position > 0) seek(static_cast<float>(position));
+    if (position > 0) generation_ = engine_->seek(position, true);
   } catch (const platform::Exception&) {
     return false;
   }
@@ -184,7 +183,8 @@ void FFVideoPlayer::onStop(platform::Object* sender) {
 }
 
 void FFVideoPlayer::seek(float seconds) {
-  if (!engine_ || state_ == State::kDead) return;
+  const auto keep = self();
+  if (!engine_ || state_ == State::kDead || !engineIsFit()) return;
   const auto end = static_cast<double>(engine_->durationMicroseconds());
   const double wanted = std::isnan(seconds) ? 0.0 : double{seconds} * kMicrosecondsPerSecond;
   // Without a known end, any movie time is taken.
@@ -215,7 +215,7 @@ void FFVideoPlayer::onToggleFullscreen(platform::Object* sender) {
 
 void FFVideoPlayer::deliverLatestImageAgain() {
   const auto keep = self();
-  if (!engine_ || state_ == State::kPlaying || state_ == State::kDead) return;
+  if (!engine_ || state_ == State::kPlaying || state_ == State::kDead || !engineIsFit()) return;
   if (delegate_ != nullptr) delegate_->prepareDeliverLastestImageAgain();
   engine_->redeliver();
 }
@@ -229,6 +229,12 @@ void FFVideoPlayer::handle(EngineEvent event, std::uint32_t generation) {
   } else if (delegate_ != nullptr) {
     delegate_->onSkip(this);
   }
+}
+
+// While it plays that is the end; otherwise it shows when the user wants something of it. The news
+// of one that has been replaced are none.
+void FFVideoPlayer::engineGaveUp() {
+  if (state_ == State::kPlaying && engine_->hasGivenUp()) movieEnded();
 }
 
 void FFVideoPlayer::movieEnded() {
@@ -251,7 +257,8 @@ bool FFVideoPlayer::pausedByUser() {
 
 float FFVideoPlayer::currentTime() {
   if (listening_) return delegate_ != nullptr ? delegate_->currentTime() : 0.0F;
-  return engine_ ? static_cast<float>(engine_->positionSeconds()) : 0.0F;
+  const auto position = engine_ ? static_cast<double>(engine_->positionMicroseconds()) : 0.0;
+  return static_cast<float>(position / kMicrosecondsPerSecond);
 }
 
 std::int64_t FFVideoPlayer::duration() {

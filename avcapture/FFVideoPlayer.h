@@ -83,6 +83,7 @@ class FFVideoPlayer final : public KTVideoPlayer {
   void pausePlaying(platform::Object* sender);
   void toggleListener(platform::Object* sender);
   void handle(EngineEvent event, std::uint32_t generation);
+  void engineGaveUp();
   void movieEnded();
   std::shared_ptr<FFVideoPlayer> self();
 

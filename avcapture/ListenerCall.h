@@ -1,11 +1,16 @@
 // One call of the engine into its listener.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <new>
 
 #include "avcapture/Engine.h"
 
 namespace avcapture {
+
+// How a listener took what it was told.
+enum class Told : std::uint8_t { kAll, kNoMemory, kFailed };
 
 // Made with the engine's mutex held, which it lets go of as long as it lives. Keeps the listener's
 // owner alive, and who has attached it from detaching, meanwhile.
@@ -16,9 +21,20 @@ class SCOPED_CAPABILITY Engine::ListenerCall {
   ListenerCall(const ListenerCall&) = delete;
   ListenerCall& operator=(const ListenerCall&) = delete;
 
-  // Null when there is nobody to be called.
-  AVStreamDataListener* listener() const { return listener_; }
   platform::Object* sender() const { return sender_; }
+
+  // Lets `give` tell the listener something, if there is anybody. What that throws ends here.
+  template <class Give>
+  Told tell(const Give& give) const {
+    try {
+      if (listener_ != nullptr) give(*listener_);
+      return Told::kAll;
+    } catch (const std::bad_alloc&) {
+      return Told::kNoMemory;
+    } catch (...) {
+      return Told::kFailed;
+    }
+  }
 
  private:
   Engine& engine_;
