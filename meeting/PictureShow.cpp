@@ -66,6 +66,7 @@ void PictureShow::showIn(std::shared_ptr<platform::View> view) {
       redraw();
     });
   }
+  const platform::Lock showing(showing_);
   const platform::Lock lock(mutex_);
   targetSize_ = target ? target->size() : PixelSize{};
   std::swap(target_, target);
@@ -149,14 +150,18 @@ void PictureShow::draw() {
   if (!isDrawn() || !current_) return;
   const FrameRef frame = current_;
   const PixelSize bounds = targetSize_;
-  const RenderTarget* const target = target_.get();
-  std::shared_ptr<const platform::Image> image;
-  {
-    const platform::Unlocked unlocked(mutex_);
-    const FrameRef scaled = scaler_.scaled(frame, fitted(sizeOf(frame), bounds));
-    if (scaled) image = imageOf(scaled);
-  }
-  if (image && target_.get() == target) target_->show(std::move(image));
+  RenderTarget* const target = target_.get();
+  const platform::Unlocked unlocked(mutex_);
+  const FrameRef scaled = scaler_.scaled(frame, fitted(sizeOf(frame), bounds));
+  if (!scaled) return;
+  auto image = imageOf(scaled);
+  const platform::Lock showing(showing_);
+  if (isTarget(target)) target->show(std::move(image));
+}
+
+bool PictureShow::isTarget(const RenderTarget* target) const {
+  const platform::Lock lock(mutex_);
+  return target_.get() == target;
 }
 
 }  // namespace meeting

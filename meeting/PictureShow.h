@@ -3,7 +3,7 @@
 // it comes.
 //
 // Threads: offer() on the presenter's delivery threads, the rest on the main thread unless marked.
-// Neither waits for a picture that is being scaled.
+// offer() waits for no picture that is being scaled or put into the view.
 #pragma once
 
 #include <chrono>
@@ -31,7 +31,7 @@ class PictureShow {
   void offer(const FrameRef& frame) EXCLUDES(mutex_);
   // Where pictures go, now and whenever the view's size changes; null for nowhere. Nothing is drawn
   // into the view before any more when this has returned.
-  void showIn(std::shared_ptr<platform::View> view) EXCLUDES(mutex_);
+  void showIn(std::shared_ptr<platform::View> view) EXCLUDES(showing_, mutex_);
   void setWatched(bool watched) EXCLUDES(mutex_);
   // A rest after each picture that is taken.
   void setDelay(platform::Duration perPicture) EXCLUDES(mutex_);
@@ -53,9 +53,14 @@ class PictureShow {
   void tryDraw() REQUIRES(mutex_);
   void work() EXCLUDES(mutex_);
   void draw() REQUIRES(mutex_);
+  bool isTarget(const RenderTarget* target) const EXCLUDES(mutex_);
 
   PictureScaler scaler_;  // the worker's
   platform::CondVar wake_;
+  // Taken first. Held while a picture is put into the view, and while the view is changed: apart
+  // from the other, which the presenter's threads take and the worker, that yields to them, must
+  // not keep.
+  platform::Mutex showing_;
   mutable platform::Mutex mutex_;
   FrameRef slot_ GUARDED_BY(mutex_);     // newest picture not yet taken
   FrameRef current_ GUARDED_BY(mutex_);  // the one that is, or would be, on show
