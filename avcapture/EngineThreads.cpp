@@ -3,6 +3,7 @@
 #include <sys/prctl.h>
 
 #include <algorithm>
+#include <chrono>
 #include <new>
 #include <system_error>
 #include <utility>
@@ -18,6 +19,10 @@ namespace {
 
 constexpr std::array<const char*, 4> kThreadNames = {"av-demux", "av-decode", "av-picture",
                                                      "av-sound"};
+
+// A picture of 8192x8192 takes some codecs seconds, and a decoder can't be interrupted. Its thread
+// calls nobody and keeps what it needs, so that it may end by itself.
+constexpr std::chrono::milliseconds kPatienceWithDecoder{300};
 
 }  // namespace
 
@@ -74,9 +79,16 @@ void Engine::join(Which which) {
     worker->thread.detach();  // ends by itself as soon as it returns from the call that led here
     return;
   }
-  platform::RunLoop::main().waitServingMessages([&] { return !worker->running; });
+  const auto ended = [&] { return !worker->running; };
+  if (which == kDecode) {
+    const auto until = std::chrono::steady_clock::now() + kPatienceWithDecoder;
+    platform::RunLoop::main().waitServingMessages(ended, until);
+  } else {
+    platform::RunLoop::main().waitServingMessages(ended);
+  }
   // A message served meanwhile may have been another stop.
-  if (worker->thread.joinable()) worker->thread.join();
+  if (!worker->thread.joinable()) return;
+  ended() ? worker->thread.join() : worker->thread.detach();
 }
 
 void Engine::stop() {

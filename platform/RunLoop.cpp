@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <new>
-#include <optional>
 #include <utility>
 
 #include "platform/Exception.h"
@@ -127,14 +127,16 @@ std::size_t RunLoop::runReady(Mode mode) {
 
 void RunLoop::stop() { impl_->mailbox.stop(); }
 
-void RunLoop::waitServingMessages(const std::function<bool()>& done) {
+bool RunLoop::waitServingMessages(const std::function<bool()>& done,
+                                  std::optional<TimePoint> until) {
   for (;;) {
     const std::uint64_t seen = impl_->mailbox.events();
-    if (done()) return;
+    if (done()) return true;
+    if (until && std::chrono::steady_clock::now() >= *until) return false;
     if (const Mailbox::Work work = isMainThread() ? impl_->mailbox.take() : nullptr) {
       serveDroppingExceptions(work);
     } else {
-      impl_->mailbox.wait(seen, std::nullopt);
+      impl_->mailbox.wait(seen, until);
     }
   }
 }

@@ -18,6 +18,7 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -86,12 +87,13 @@ class PLATFORM_API RunLoop {
   // runUntil ends at once instead, so that a stop that comes early is not lost. [any-thread]
   void stop();
 
-  // Serves main-thread messages, nothing else, until `done` answers true; it is asked again after
-  // each message and each wake(). For code that must wait for a thread that may itself be waiting
-  // in performOnMainThread. A platform::Exception, or std::bad_alloc, out of a message ends that
-  // message, not the wait.
-  // On another loop than the main one it only waits.
-  void waitServingMessages(const std::function<bool()>& done);
+  // Serves main-thread messages, nothing else, until `done` answers true or the time is over, and
+  // says which; it is asked again after each message and each wake(). For code that must wait for a
+  // thread that may itself be waiting in performOnMainThread. A platform::Exception, or
+  // std::bad_alloc, out of a message ends that message, not the wait. On another loop than the main
+  // one it only waits.
+  bool waitServingMessages(const std::function<bool()>& done,
+                           std::optional<TimePoint> until = std::nullopt);
   // Makes waitServingMessages ask again. [any-thread]
   void wake();
 
