@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace meeting {
 
@@ -10,69 +11,72 @@ namespace {
 constexpr std::size_t kSpareBytes = 64;
 // Kept for the pictures to come; more than that were needed for a moment only.
 constexpr std::size_t kMaxIdle = 4;
-// Times what is needed: room beyond that is not kept.
-constexpr std::size_t kMostSpareRoom = 4;
+// Frames that so many pictures could do without are let go: a second of them, or two.
+constexpr int kMakesBetweenLooks = 32;
 // A still may be shown at many sizes one after the other.
 constexpr std::size_t kMaxRenditions = 4;
 }  // namespace
 
 struct FramePoolCore {
   platform::Mutex mutex;
-  std::vector<std::unique_ptr<Frame>> idle GUARDED_BY(mutex);
-  std::size_t needed GUARDED_BY(mutex) = 0;  // bytes, by the latest picture
+  std::vector<std::unique_ptr<Frame>> idle GUARDED_BY(mutex);  // the one used last is the last
+  std::size_t needed GUARDED_BY(mutex) = 0;  // bytes, by the latest picture; of each that is idle
+  std::size_t spare GUARDED_BY(mutex) = 0;   // of the idle ones, never needed since the last look
+  int makes GUARDED_BY(mutex) = 0;           // since the last look
   FramePoolStatistics statistics GUARDED_BY(mutex);
 
   FramePoolCore() { idle.reserve(kMaxIdle); }
 
-  // A frame that may have too little room, but never far too much.
+  // A frame that has the room already, or none at all.
   std::unique_ptr<Frame> take(std::size_t room) EXCLUDES(mutex) {
     const platform::Lock lock(mutex);
-    needed = room;
-    std::erase_if(idle, [this](const auto& frame) REQUIRES(mutex) { return dropped(*frame); });
-    if (!idle.empty()) {
-      auto frame = std::move(idle.back());
+    if (std::exchange(needed, room) != room) drop(idle.size());
+    std::unique_ptr<Frame> frame;
+    if (idle.empty()) {
+      frame = std::make_unique<Frame>();
+      ++statistics.frames;
+      statistics.most = std::max(statistics.most, statistics.frames);
+    } else {
+      frame = std::move(idle.back());
       idle.pop_back();
-      return frame;
     }
-    auto frame = std::make_unique<Frame>();
-    ++statistics.frames;
-    statistics.most = std::max(statistics.most, statistics.frames);
+    spare = std::min(spare, idle.size());
+    if (++makes >= kMakesBetweenLooks) look();
     return frame;
   }
 
   // Without room for the pixels, throws and leaves the frame without any.
   void makeRoom(Frame& frame, std::size_t room) EXCLUDES(mutex) {
-    if (frame.room_ >= room) return;
-    frame.pixels.reset();
-    resized(frame, 0);
+    if (frame.room_ == room) return;
     frame.pixels = std::make_unique_for_overwrite<std::uint8_t[]>(room);
-    resized(frame, room);
+    const platform::Lock lock(mutex);
+    frame.room_ = room;
+    statistics.bytes += room;
   }
 
   void giveBack(std::unique_ptr<Frame> frame) EXCLUDES(mutex) {
     const platform::Lock lock(mutex);
-    if (dropped(*frame)) return;
-    if (idle.size() < kMaxIdle)
+    if (frame->room_ == needed && idle.size() < kMaxIdle)
       idle.push_back(std::move(frame));
     else
       forget(*frame);
   }
 
  private:
-  // Whether the frame, which nobody holds, is too large to be kept.
-  bool dropped(const Frame& frame) REQUIRES(mutex) {
-    if (frame.room_ / kMostSpareRoom <= needed) return false;
-    forget(frame);
-    return true;
+  void look() REQUIRES(mutex) {
+    drop(spare);
+    spare = idle.size();
+    makes = 0;
+  }
+  // Those that have been idle longest.
+  void drop(std::size_t count) REQUIRES(mutex) {
+    const auto end = idle.begin() + static_cast<std::ptrdiff_t>(count);
+    std::for_each(idle.begin(), end, [this](const auto& frame) REQUIRES(mutex) { forget(*frame); });
+    idle.erase(idle.begin(), end);
   }
   void forget(const Frame& frame) REQUIRES(mutex) {
     --statistics.frames;
     statistics.bytes -= frame.room_;
-  }
-  void resized(Frame& frame, std::size_t room) EXCLUDES(mutex) {
-    const platform::Lock lock(mutex);
-    statistics.bytes += room - frame.room_;
-    frame.room_ = room;
   }
 };
 

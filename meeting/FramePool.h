@@ -1,6 +1,6 @@
 // Pictures on their way to attendees: made once, shared by all who show them, reused. How many
-// there are is bounded by those who hold them, an attendee a few; how large those are that nobody
-// holds, by what the latest picture needed. [any-thread]
+// there are is bounded by those who hold them, an attendee a few; those that nobody holds are as
+// large as the latest picture needs, and not more than the latest few needed. [any-thread]
 #pragma once
 
 #include <atomic>
