@@ -21,6 +21,9 @@ constexpr bool kMemoryMeansSomething = !kAddressSanitizer && !kThreadSanitizer;
 
 // What the libraries' caches and the heaps of the threads may keep, whoever came last.
 constexpr std::int64_t kSlackBytes = std::int64_t{32} << 20;
+// What the second half of many rounds may add to the first, in which caches and heaps have filled:
+// 0.44 MB was the most seen.
+constexpr std::int64_t kGrowthBytes = std::int64_t{4} << 20;
 
 struct Held {
   std::int64_t threads = 0, descriptors = 0, bytes = 0;
@@ -42,6 +45,7 @@ using LeftBehind = LiveMeeting;
 
 TEST_F(LeftBehind, NothingByThoseWhoComeAndGo) {
   Held before;
+  std::int64_t atHalf = 0;
   const auto is = [this](const char* id, const char* state) { return status(id).state == state; };
   // Threads of the sound start with the first sounds, which come with the first pictures.
   std::optional<std::uint64_t> mark;
@@ -86,9 +90,11 @@ TEST_F(LeftBehind, NothingByThoseWhoComeAndGo) {
     for (std::size_t i = 0; i < total; ++i) {
       const Part& part = walk.parts[i % walk.parts.size()];
       const bool first = i == walk.parts.size();
+      const bool half = i == total / 2 / walk.parts.size() * walk.parts.size();
       steps.push_back({part.action, [&, first] { return !first || flows(); },
-                       [&, first] {
+                       [&, first, half] {
                          if (first) before = Held::now();
+                         if (half) atHalf = Held::now().bytes;
                          mark.reset();
                          act(part.action);
                        }});
@@ -103,7 +109,7 @@ TEST_F(LeftBehind, NothingByThoseWhoComeAndGo) {
                      },
                      [&] {
                        if (kMemoryMeansSomething) {
-                         EXPECT_LT(Held::now().bytes - before.bytes, kSlackBytes) << walk.name;
+                         EXPECT_LT(Held::now().bytes - atHalf, kGrowthBytes) << walk.name;
                        }
                      }});
   }
