@@ -86,6 +86,8 @@ bool FFVideoPlayer::engineIsFit() {
     if (position > 0) generation_ = engine_->seek(position, true);
   } catch (const platform::Exception&) {
     return false;
+  } catch (const std::bad_alloc&) {
+    return false;
   }
   engine_->setVolume(volume_);
   attachToEngine();
