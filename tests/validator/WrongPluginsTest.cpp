@@ -17,7 +17,10 @@ namespace {
 using Words = std::vector<std::string>;
 
 support::Finished validate(const std::string& plugin, const Words& words) {
-  Words command{MEETING_PROGRAM, "validate", std::string(WRONG_PLUGINS "/") + plugin + ".bundle"};
+  // What they never free would end every case under the address sanitizer, before its own fault
+  // does.
+  Words command{"env", "ASAN_OPTIONS=detect_leaks=0", MEETING_PROGRAM, "validate",
+                std::string(WRONG_PLUGINS "/") + plugin + ".bundle"};
   command.insert(command.end(), words.begin(), words.end());
   return support::run(command);
 }
