@@ -12,9 +12,10 @@ std::span<const ExitStatusText> exitStatusTexts() {
       {"5", "the plug-in is missing or is not one"},
       {"6", "the session was refused"},
       {"7", "the room's port is taken, or its address is not this machine's"},
-      {"8", "output could not be written"},
+      {"8", "output could not be written, or something else that no other status stands for"},
       {"9", "a part of this installation is missing or does not run"},
-      {"130, 143", "ended by an interrupt or a termination request, everything released"},
+      {"129, 130, 143",
+       "ended by a hang-up, an interrupt or a termination request, everything released"},
       {"141", "whoever reads standard output had enough, as head has after some lines"},
   };
   return kTexts;

@@ -118,6 +118,10 @@ Outcome CommandLine::run(std::vector<std::string> words, std::ostream& out) {
     return wrongUsage("no such subcommand: " + *name + hint);
   }
   joinFlagValues(words);
+  if (name != words.end()) {
+    const std::string forgotten = forgottenValue(*app_.get_subcommand(*name), words);
+    if (!forgotten.empty()) return wrongUsage(forgotten + " (see " + *name + " --help)");
+  }
   std::reverse(words.begin(), words.end());  // as the parser takes them
   try {
     app_.parse(words);

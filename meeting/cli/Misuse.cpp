@@ -29,6 +29,10 @@ const CLI::Option* optionOf(const CLI::App& app, const CLI::ParseError& error) {
   return found == options.end() ? nullptr : *found;
 }
 
+std::string lacksValue(const CLI::Option& option) {
+  return option.get_name() + " lacks its value, " + option.get_type_name();
+}
+
 // Why the number of an option's values is wrong.
 std::string wrongNumber(const CLI::Option& option) {
   const std::string name = option.get_name();
@@ -37,7 +41,7 @@ std::string wrongNumber(const CLI::Option& option) {
   if (once && static_cast<int>(option.results().size()) > std::max(most, 1))
     return name + " is given more than once";
   if (most == 0) return name + " takes no value";
-  return name + " lacks its value, " + option.get_type_name();
+  return lacksValue(option);
 }
 
 std::string unknownOption(const CLI::App& app, const std::string& word) {
@@ -58,6 +62,21 @@ std::string noSubcommand(const CLI::App& app) {
 }  // namespace
 
 bool isOption(const std::string& word) { return word.size() > 1 && word.front() == '-'; }
+
+std::string forgottenValue(const CLI::App& app, const std::vector<std::string>& words) {
+  const auto isLong = [](const std::string& word) {
+    return word.size() > 2 && word.starts_with("--");
+  };
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    const CLI::Option* option = isLong(words[i]) ? app.get_option_no_throw(words[i]) : nullptr;
+    if (option == nullptr || option->get_items_expected_max() == 0) continue;
+    const auto values = static_cast<std::size_t>(option->get_type_size());
+    for (std::size_t k = i + 1; k < words.size() && k <= i + values; ++k)
+      if (isLong(words[k])) return lacksValue(*option);
+    i += values;
+  }
+  return {};
+}
 
 std::string misuseOf(const CLI::App& app, const CLI::ParseError& error) {
   const std::vector<std::string> extra = app.remaining(true);

@@ -130,7 +130,7 @@ TEST_F(ProgramTest, AnInterruptEndsInOrder) {
     int signal;
     int status;
   };
-  for (const Case& test : {Case{SIGINT, 130}, Case{SIGTERM, 143}}) {
+  for (const Case& test : {Case{SIGHUP, 129}, Case{SIGINT, 130}, Case{SIGTERM, 143}}) {
     Process process(
         command({"present", clip(), "--stay", "--attendees", "1", "--report", in("int.json")}));
     ASSERT_TRUE(process.waitForError("playing"));

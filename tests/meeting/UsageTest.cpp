@@ -104,6 +104,8 @@ TEST_F(UsageTest, WhatCannotBeReadIsSaidInASentence) {
       {"-x", "no such option: -x (see --help)"},
       {"present", "FILE is required (see present --help)"},
       {"present x --report", "--report lacks its value, FILE (see present --help)"},
+      {"present x --report --quiet", "--report lacks its value, FILE (see present --help)"},
+      {"present x --at 1 --quiet", "--at lacks its value, TIME ACTION (see present --help)"},
       {"present x --record=", "--record lacks its value, FILE (see present --help)"},
       {"present x --attendees", "--attendees lacks its value, 0..64 (see present --help)"},
       {"present x --at 1", "--at lacks its value, TIME ACTION (see present --help)"},
@@ -151,6 +153,11 @@ TEST_F(UsageTest, HelpAndVersionAreNoErrors) {
     EXPECT_EQ(finished.status, 0) << arguments.front();
     EXPECT_NE(finished.out, "") << arguments.front();
     EXPECT_EQ(finished.err, "") << arguments.front();
+    if (arguments.front() == "--version") {
+      const std::regex versions(
+          R"(movara-meeting \d+\.\d+\.\d+\ncontract 5\n(lib(av|sw)\w+ \d+\.\d+\.\d+\n){5})");
+      EXPECT_TRUE(std::regex_match(finished.out, versions)) << finished.out;
+    }
     if (arguments.size() == 1) continue;
     for (const char* part : {"\nExamples:\n", "\nExit status:\n"})
       EXPECT_NE(finished.out.find(part), std::string::npos) << finished.out;
