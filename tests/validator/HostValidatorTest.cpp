@@ -78,6 +78,8 @@ const std::vector<Mistake> kMistakes = {
     {"refuses ids", {"session-ids"}},
     {"refuses to register", {"requests-taken"}},
     {"writes into the question", {"query-answers"}},
+    {"writes into requests", {"records-untouched"}},
+    {"writes into formats", {"records-untouched"}},
     {"writes into samples", {"records-untouched"}},
     {"keeps a sample", {"samples-return"}},
     {"unknown message", {"known-messages"}},

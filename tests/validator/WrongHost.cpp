@@ -179,8 +179,13 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
         return query.nQueryType == MM_MEDIASTREAMING_QUERY_PLAY_ALLOWED;
       }
       case MM_MEDIASTREAMING_CMD_REGISTER:
+        if (makes("writes into requests")) ++static_cast<tagMSRegisterInfo*>(record)->dwDuration;
         if (presents()) openChannels();
         return makes("refuses to register") ? 0 : 1;
+      case MM_MEDIASTREAMING_CMD_MEDIA_FORMAT:
+        if (makes("writes into formats"))
+          ++*static_cast<unsigned char*>(static_cast<const tagMSMediaFormat*>(record)->pFormat);
+        return 1;
       case MM_MEDIASTREAMING_CMD_SET_RENDER:
         return setRender(static_cast<const tagMSRenderInfo*>(record)->hRender);
       case MM_MEDIASTREAMING_CMD_MEDIA_DATA:
