@@ -110,6 +110,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void detach(const platform::Object* sender) EXCLUDES(mutex_);
   // Ends sound, unless another one has been attached since.
   void stopSound(const platform::Object* sender) EXCLUDES(mutex_);
+  // Ends the threads; a decoder that takes long over a picture is left to end by itself.
   void stop() EXCLUDES(mutex_);
 
   // Whether there was no memory to go on with. Plays no more, and its owner has been told.

@@ -186,7 +186,9 @@ void FFVideoPlayer::onStop(platform::Object* sender) {
 
 void FFVideoPlayer::seek(float seconds) {
   const auto keep = self();
-  if (!engine_ || state_ == State::kDead || !engineIsFit()) return;
+  if (!engine_ || state_ == State::kDead) return;
+  // While it plays, the news of an engine that has given up are on their way, and are the end.
+  if (state_ != State::kPlaying && !engineIsFit()) return;
   const auto end = static_cast<double>(engine_->durationMicroseconds());
   const double wanted = std::isnan(seconds) ? 0.0 : double{seconds} * kMicrosecondsPerSecond;
   // Without a known end, any movie time is taken.

@@ -73,6 +73,13 @@ TEST_F(GivenUp, SeekIsAnsweredAndShown) {
   EXPECT_EQ(recorder->frames().back().timestamp, 480U);
 }
 
+// A player that still counts as playing ends by the news, which a seek does not make void.
+TEST_F(GivenUp, SeekBeforeTheNewsDoesNotPlayOnWithoutPictures) {
+  player->seek(0.5F);
+  EXPECT_TRUE(pumpUntil([this] { return delegate.count("stop") == 1; }));
+  EXPECT_FALSE(player->isPlaying());
+}
+
 TEST_F(GivenUp, LatestPictureIsDelivered) {
   takeTheNews();
   player->deliverLatestImageAgain();
