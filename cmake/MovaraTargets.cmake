@@ -124,5 +124,5 @@ function(movara_test name)
   # Nobody waits for a test's own code, but everybody for its compiler.
   target_compile_options(${name} PRIVATE -O0)
   movara_compile_together(${name})
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()
