@@ -69,6 +69,8 @@ class Withheld:
 
     def share(self):
         passed = (time.monotonic() - self.begin) * os.cpu_count()
+        if passed < 1:  # the account is kept in hundredths of a second
+            return 0.0
         return max(0.0, 1 - (_accounted() - self.accounted) / passed)
 
 

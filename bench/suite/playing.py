@@ -1,4 +1,5 @@
 """Rows about playing whole media: throughput, processor time in real time, memory."""
+import functools
 import random
 import statistics
 import subprocess
@@ -47,19 +48,24 @@ def automatic_threads(medium, options):
     return [*_compared("2", medium.name, results, limits, ["wall", "cpu"]), stretch]
 
 
+@functools.cache
+def _in_real_time(medium, pairs, seconds):
+    """Runs that two rows look at: what it costs to play, and what is held for it."""
+    peers = ["baseline", "ffmpeg", "mpv", *_present({"gstreamer": None})]
+    return interleaved(pairs, _sides(["ours", *peers], medium, paced=True, duration=seconds))
+
+
 def real_time(medium, options):
     """Row 3: processor time while playing in real time."""
     limits = _present({"ffmpeg": 1.08, "gstreamer": 0.72, "mpv": 0.68})
-    results = interleaved(options.pairs, _sides(["ours", *limits], medium, paced=True,
-                                                duration=options.paced_seconds))
+    results = _in_real_time(medium, options.pairs, options.paced_seconds)
     return _compared("3", f"{medium.name} in real time", results, limits, ["cpu"])
 
 
 def memory(medium, options):
     """Row 8: the most memory held while playing in real time."""
     limits = _present({"baseline": 1.10, "gstreamer": 0.65, "mpv": 0.65})
-    results = interleaved(min(options.pairs, 3), _sides(["ours", *limits], medium, paced=True,
-                                                        duration=options.paced_seconds))
+    results = _in_real_time(medium, options.pairs, options.paced_seconds)
     return _compared("8", f"{medium.name} in real time", results, limits, ["peak"])
 
 
