@@ -3,7 +3,6 @@
 #include <array>
 #include <cstring>
 #include <string>
-#include <string_view>
 
 #include "validator/host/Checks.h"
 #include "validator/host/MemoryInUse.h"
@@ -22,8 +21,8 @@ constexpr unsigned char kOverwritten = 0xEE;
 constexpr std::size_t kSmallestBlock = 16;
 constexpr int kFillings = 512;
 
-void note(Check check, bool holds, const std::string& reason) {
-  Findings::shared().note(check, holds, reason);
+bool note(Check check, bool holds, const std::string& reason) {
+  return Findings::shared().note(check, holds, reason);
 }
 
 tagUCFVariant unfilled() {
@@ -49,9 +48,8 @@ bool holdsText(const tagUCFVariant& variant) {
 ContainerCalls::ContainerCalls(IUCFContainerBase& container) : container_(container) {
   checkInterfaces();
   if (runtime_ == nullptr) return;
-  const std::uint32_t role = runtime_->GetCurrentRole();
-  note(Check::role, (role & (UCF_ROLE_PRESENTER | UCF_ROLE_ATTENDEE)) != 0,
-       "role " + std::to_string(role) + " is neither presenter nor attendee");
+  readIdentity();
+  checkRole();
 }
 
 void ContainerCalls::checkInterfaces() {
@@ -81,11 +79,6 @@ Interface* ContainerCalls::find(UCFInterfaceID id) {
 
 bool ContainerCalls::ownDocument() const {
   return runtime_ == nullptr || runtime_->RequestParameterData(UCF_QUERY_OWN_DOCUMENT) != 0;
-}
-
-bool ContainerCalls::presents() const {
-  return runtime_ != nullptr && ownDocument() &&
-         runtime_->GetRuntimeMode() != UCF_RUNTIME_MODE_LISTENER;
 }
 
 bool ContainerCalls::liveMeeting() const {
@@ -135,7 +128,7 @@ void ContainerCalls::checkFreeing(std::uint32_t id) {
       if (container_.GetProperty(id, &variant) == UCF_OK) container_.FreeVariant(&variant);
     }
     if (memoryInUse().value_or(0) < *before + kFillings * kSmallestBlock)
-      return note(Check::variantsFreed, true, "");
+      return void(note(Check::variantsFreed, true, ""));
   }
   note(Check::variantsFreed, false,
        "memory grows each time that property " + std::to_string(id) + " is read and given back");
@@ -165,28 +158,52 @@ void ContainerCalls::checkSharedProperties() {
 
 // --- runtime ---
 
-void ContainerCalls::checkIdentity(bool presents) {
-  if (runtime_ == nullptr) return;
-  std::array<unsigned char, 16> identity{};
-  identity.fill(kOverwritten);
-  std::array<std::uint32_t, 2> presenter{kUnusedBits, kUnusedBits};
-  const bool hasPresenter = runtime_->GetPresenterUserId(presenter.data()) == UCF_OK;
-  if (hasPresenter)
-    note(Check::identity, presenter[1] == kUnusedBits,
-         "GetPresenterUserId writes more than 4 bytes");
-  hasIdentity_ = runtime_->GetOwnIdentity(identity.data()) == UCF_OK;
-  if (!hasIdentity_) return;
-  const std::string_view rest(reinterpret_cast<const char*>(identity.data()) + 8, 8);
-  note(Check::identity, rest == std::string(8, static_cast<char>(kOverwritten)),
-       "GetOwnIdentity writes more than 8 bytes");
-  std::memcpy(&ownUser_, identity.data(), sizeof ownUser_);
-  if (hasPresenter && presents)
-    note(Check::identity, ownUser_ == presenter[0],
+void ContainerCalls::readIdentity() {
+  std::array<std::uint32_t, 4> identity{};
+  identity.fill(kUnusedBits);
+  if (runtime_->GetOwnIdentity(identity.data()) != UCF_OK) return;
+  hasIdentity_ = note(Check::identity, identity[2] == kUnusedBits && identity[3] == kUnusedBits,
+                      "GetOwnIdentity (slot 18) writes more than 8 bytes") &&
+                 note(Check::identity, identity[1] != kUnusedBits,
+                      "GetOwnIdentity (slot 18) writes fewer than 8 bytes");
+  question_.identity = {identity[0], identity[1]};
+}
+
+std::optional<std::uint32_t> ContainerCalls::presenter() const {
+  std::array<std::uint32_t, 2> userId{kUnusedBits, kUnusedBits};
+  if (runtime_ == nullptr || runtime_->GetPresenterUserId(userId.data()) != UCF_OK) return {};
+  note(Check::identity, userId[1] == kUnusedBits,
+       "GetPresenterUserId (slot 19) writes more than 4 bytes");
+  return userId[0];
+}
+
+void ContainerCalls::checkRole() {
+  const std::uint32_t role = runtime_->GetCurrentRole();
+  const bool hasRole = (role & UCF_ROLE_PRESENTER) != 0;
+  presents_ = ownDocument() && runtime_->GetRuntimeMode() != UCF_RUNTIME_MODE_LISTENER;
+  if (!note(Check::role, hasRole || (role & UCF_ROLE_ATTENDEE) != 0,
+            "role " + std::to_string(role) + " is neither presenter nor attendee") ||
+      !ownDocument() || !liveMeeting())
+    return;
+  // Others with a presenter's role may listen; the presenter may not.
+  const auto userId = presenter();
+  const bool mayListen = !hasRole || !userId || !isOwnUser(*userId);
+  const bool agrees = presents_ ? hasRole : mayListen;
+  note(Check::runtimeMode, agrees,
+       hasRole ? "GetRuntimeMode (slot 1) makes the presenter a listener"
+               : "GetRuntimeMode (slot 1) does not make an attendee a listener");
+  if (!agrees) presents_ = hasRole;
+}
+
+void ContainerCalls::checkIdentity(bool presents) const {
+  const auto userId = presenter();
+  if (hasIdentity_ && userId && presents)
+    note(Check::identity, isOwnUser(*userId),
          "who presents has another user id than the presenter");
 }
 
 bool ContainerCalls::isOwnUser(std::uint32_t userId) const {
-  return hasIdentity_ && ownUser_ == userId;
+  return hasIdentity_ && question_.identity[0] == userId;
 }
 
 void ContainerCalls::setItemStates(bool on) {
@@ -212,14 +229,20 @@ void ContainerCalls::requestMediaInfo() {
 }
 
 void ContainerCalls::askWhetherJoinFailed() {
-  std::uint32_t presenter = 0;
-  if (runtime_ == nullptr || runtime_->CanSend() == 0 ||
-      runtime_->GetPresenterUserId(&presenter) != UCF_OK)
-    return;
-  const tagStmCommand head{sizeof sent_, SVS_QUERY_JOINSEESION_FAILED_CMD};
-  std::memcpy(sent_.data(), &head, sizeof head);
-  if (runtime_->GetOwnIdentity(sent_.data() + sizeof head) != UCF_OK) return;
-  runtime_->SendDataToUser(sent_.data(), sizeof sent_, presenter, 0);
+  const auto userId = presenter();
+  if (!userId || !hasIdentity_ || runtime_->CanSend() == 0) return;
+  sendQuestion(*userId);
+  sendQuestion(SVS_USER_EVERYBODY);
+}
+
+void ContainerCalls::sendQuestion(std::uint32_t userId) {
+  question_.receiver = userId;
+  std::memcpy(sent_.data(), &question_, sizeof question_);
+  const UCFResult result = userId == SVS_USER_EVERYBODY
+                               ? runtime_->SendDataToAll(sent_.data(), sizeof sent_, 0)
+                               : runtime_->SendDataToUser(sent_.data(), sizeof sent_, userId, 0);
+  if (result != UCF_OK)
+    note(Check::commandReceivers, false, "CanSend (slot 0) allowed a command that was refused");
   sent_.fill(kOverwritten);
 }
 

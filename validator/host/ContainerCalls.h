@@ -4,11 +4,12 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
-#include "mmp/ParticipantRecords.h"
 #include "ucf/IUCFContainerBase.h"
 #include "ucf/IUCFContainerRuntime.h"
 #include "ucf/IUCFMsgRouter.h"
+#include "validator/host/JoinQuestion.h"
 
 namespace hostcheck {
 
@@ -19,24 +20,30 @@ class ContainerCalls {
 
   IUCFMsgRouter* router() const { return router_; }
   bool ownDocument() const;
-  // Whether the object presents: own document, and not made a listener.
-  bool presents() const;
+  // Whether the object presents: own document, and not made a listener. Where that disagrees with
+  // the role, which is a failed check, the role decides.
+  bool presents() const { return presents_; }
   bool liveMeeting() const;
 
   // What only a presenter in the document area has: a path, which is given back again.
   void checkFilePath(bool needed);
   void checkSharedProperties();
-  void checkIdentity(bool presents);
+  void checkIdentity(bool presents) const;
   void setItemStates(bool on);
   void publish(const tagStmMediaInfo& info);
   void requestMediaInfo();
-  // Command 2 to the presenter, if commands may be sent.
+  // Sends the question to the presenter, and to everybody, if commands may be sent.
   void askWhetherJoinFailed();
   // Whether these are the first bytes of this participant's identity.
   bool isOwnUser(std::uint32_t userId) const;
+  bool isOtherUser(std::uint32_t userId) const { return hasIdentity_ && !isOwnUser(userId); }
 
  private:
   void checkInterfaces();
+  void readIdentity();
+  std::optional<std::uint32_t> presenter() const;  // user id
+  void checkRole();
+  void sendQuestion(std::uint32_t userId);
   template <class Interface>
   Interface* find(UCFInterfaceID id);
   bool checkText(std::uint32_t id);
@@ -45,10 +52,11 @@ class ContainerCalls {
   IUCFContainerBase& container_;
   IUCFContainerRuntime* runtime_ = nullptr;
   IUCFMsgRouter* router_ = nullptr;
-  std::uint32_t ownUser_ = 0;
+  JoinQuestion question_{};  // with this participant's identity, if that is known
   bool hasIdentity_ = false;
+  bool presents_ = false;
   // What was sent last; overwritten when the host should have its copy. A command 2 is the largest.
-  std::array<unsigned char, sizeof(tagStmCommand) + 8> sent_{};
+  std::array<unsigned char, sizeof(JoinQuestion)> sent_{};
 };
 
 }  // namespace hostcheck

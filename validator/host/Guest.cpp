@@ -80,6 +80,10 @@ void Guest::Release() {
 }
 
 void Guest::checkAfterEnd() const {
+  checkHeard();
+  if (awaitsMediaInfo_)
+    note(Check::parameterData, false,
+         "parameter data 0 did not come to a listener that had asked for it (slots 12 and 14)");
   if (withdrawn_)
     note(Check::renderWithdrawn, render_->contents() == nullptr,
          "a picture was drawn into a view after it had been withdrawn");
@@ -192,13 +196,29 @@ void Guest::withdrawRender() {
 
 void Guest::OnCommandData(unsigned char* data, unsigned int length, unsigned long, unsigned int) {
   if (!enter()) return;
-  const auto sender = checkCommand(data, length);
-  note(Check::noEcho, !sender || !container_.isOwnUser(*sender),
-       "a command came back to the participant that had sent it");
+  const auto question = checkCommand(data, length);
+  const bool echo = question && container_.isOwnUser(question->sender);
+  note(Check::noEcho, !echo, "a command came back to the participant that had sent it");
+  if (!question || !question->receiver || echo) return;
+  const bool forAll = *question->receiver == SVS_USER_EVERYBODY;
+  note(Check::commandReceivers, forAll || !container_.isOtherUser(*question->receiver),
+       "a command for user " + std::to_string(*question->receiver) + " came to another");
+  (forAll ? heard_[question->sender].forAll : heard_[question->sender].forOne) = true;
+}
+
+// Who asks the presenter asks everybody, too.
+void Guest::checkHeard() const {
+  if (!presents_) return;
+  for (const auto& [sender, commands] : heard_)
+    note(Check::commandReceivers, commands.forOne && commands.forAll,
+         "of user " + std::to_string(sender) + "'s two commands only that of " +
+             (commands.forAll ? "SendDataToAll (slot 2)" : "SendDataToUser (slot 3)") + " came");
 }
 
 void Guest::OnParameterData(unsigned int id, unsigned char* data, unsigned int length) {
-  if (enter()) checkParameterData(id, data, length);
+  if (!enter()) return;
+  if (id == STM_PARAMETER_MEDIA_INFO) awaitsMediaInfo_ = false;
+  checkParameterData(id, data, length);
 }
 
 void Guest::OnUserRoleChanged(unsigned int role) {

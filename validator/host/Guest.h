@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <memory>
 
 #include "platform/View.h"
@@ -81,6 +82,7 @@ class Guest final : public IUCFObjectBase,
   // Places the object's view into one of the host's.
   void showIn(platform::View& parent);
   void checkViewKept() const;
+  void checkHeard() const;
   void attachRender();
   void withdrawRender();
 
@@ -108,8 +110,14 @@ class Guest final : public IUCFObjectBase,
   bool created_ = false;  // the channel
   bool joined_ = false;
   bool played_ = false;
+  bool awaitsMediaInfo_ = false;
   bool rendered_ = false;  // the listener's view is with the host
   bool withdrawn_ = false;
+  struct Heard {
+    bool forOne = false;
+    bool forAll = false;
+  };
+  std::map<std::uint32_t, Heard> heard_;          // which commands came, by their sender
   const std::shared_ptr<platform::View> view_;    // placed into the host's
   const std::shared_ptr<platform::View> render_;  // below it; drawn into by the host
   std::unique_ptr<TestStream> stream_;

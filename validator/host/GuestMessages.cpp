@@ -85,6 +85,7 @@ void Guest::onChannelCreated() {
   created_ = true;
   joined_ = false;
   if (presents_ || !live_) return;
+  awaitsMediaInfo_ = true;  // the presenter publishes it before its channel opens
   container_.requestMediaInfo();
   registered_ = true;
   router_->registerChannel(channel(), kMovieMs / 1000);

@@ -1,6 +1,8 @@
 #include "validator/host/StatusChecks.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <string>
 
@@ -9,6 +11,7 @@
 #include "ucf/IUCFMsgRouter.h"
 #include "ucf/SessionMessages.h"
 #include "validator/host/Checks.h"
+#include "validator/host/JoinQuestion.h"
 
 namespace hostcheck {
 
@@ -91,19 +94,21 @@ bool checkMessage(unsigned long type, unsigned long uMsg, const void* wParam) {
               "status " + std::to_string(uMsg) + " holds a value that means nothing");
 }
 
-std::optional<std::uint32_t> checkCommand(const unsigned char* data, unsigned int length) {
-  tagStmCommand command{};
-  if (data != nullptr && length >= sizeof command) std::memcpy(&command, data, sizeof command);
-  note(Check::commandData, command.dwLength == length && length >= sizeof command,
-       "a command of " + std::to_string(length) + " bytes says that it has " +
-           std::to_string(command.dwLength));
-  if (command.dwCommand != SVS_QUERY_JOINSEESION_FAILED_CMD) return std::nullopt;
-  if (!note(Check::commandData, length == sizeof command + 8,
+std::optional<Question> checkCommand(const unsigned char* data, unsigned int length) {
+  JoinQuestion command;
+  command.head = {};
+  if (data != nullptr) std::memcpy(&command, data, std::min<std::size_t>(length, sizeof command));
+  if (!note(Check::commandData, command.head.dwLength == length && length >= sizeof command.head,
+            "a command of " + std::to_string(length) + " bytes says that it has " +
+                std::to_string(command.head.dwLength)) ||
+      command.head.dwCommand != SVS_QUERY_JOINSEESION_FAILED_CMD)
+    return std::nullopt;
+  if (!note(Check::commandData, length >= offsetof(JoinQuestion, receiver),
             "command 2 came without its sender's 8-byte identity"))
     return std::nullopt;
-  std::uint32_t sender = 0;
-  std::memcpy(&sender, data + sizeof command, sizeof sender);
-  return sender;
+  Question question{command.identity[0], std::nullopt};
+  if (length == sizeof command) question.receiver = command.receiver;
+  return question;
 }
 
 void checkParameterData(unsigned int id, const unsigned char* data, unsigned int length) {

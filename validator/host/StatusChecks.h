@@ -9,8 +9,13 @@ namespace hostcheck {
 
 // False for a message that must not be looked into.
 bool checkMessage(unsigned long type, unsigned long uMsg, const void* wParam);
-// Answers the user id of the participant who asks, if that is what the command does.
-std::optional<std::uint32_t> checkCommand(const unsigned char* data, unsigned int length);
+// Answers the question that comes with a command; its receiver is empty if another module has sent
+// it.
+struct Question {
+  std::uint32_t sender = 0;  // user id
+  std::optional<std::uint32_t> receiver;
+};
+std::optional<Question> checkCommand(const unsigned char* data, unsigned int length);
 void checkParameterData(unsigned int id, const unsigned char* data, unsigned int length);
 
 }  // namespace hostcheck
