@@ -52,9 +52,11 @@ struct Lane {
   std::vector<Entry> messages;
   std::map<std::string, std::size_t> handles;  // in the order in which they appeared
 
-  void add(const PassedMessage& message, const Fields& fields) {
+  void add(const PassedMessage& message, const Fields& fields, bool withModules) {
     std::string text = std::string(directionName(message.direction())) + ' ' + message.name() +
                        (message.taken ? "" : " not taken");
+    if (const auto& modules = message.message.modules; modules && withModules)
+      text += ' ' + std::to_string(modules->from) + ' ' + std::to_string(modules->to);
     for (const auto& [name, value] : fields) {
       if (isTime(name, fields)) continue;
       const bool handle = value.starts_with("0x") && value != "0x0";
@@ -68,14 +70,20 @@ struct Lane {
 
 using Lanes = std::map<std::pair<std::string, std::string>, Lane>;  // by participant and name
 
-Lanes lanesOf(const std::vector<PassedMessage>& messages) {
+Lanes lanesOf(const std::vector<PassedMessage>& messages, bool withModules) {
   Lanes lanes;
   for (const PassedMessage& message : messages) {
     const Fields fields = message.fields();
     const std::string lane = laneOf(message, fields);
-    if (!lane.empty()) lanes[{message.participant, lane}].add(message, fields);
+    if (!lane.empty()) lanes[{message.participant, lane}].add(message, fields, withModules);
   }
   return lanes;
+}
+
+// Recordings of former programs do not say between which modules messages were routed.
+bool haveModules(const std::vector<PassedMessage>& messages) {
+  return std::any_of(messages.begin(), messages.end(),
+                     [](const PassedMessage& message) { return message.message.modules; });
 }
 
 bool holdsSamples(const Lane& lane) {
@@ -122,8 +130,9 @@ const PassedMessage& messageOf(const MessageDifference& difference) {
 
 std::optional<MessageDifference> firstDifference(const std::vector<PassedMessage>& one,
                                                  const std::vector<PassedMessage>& other) {
-  Lanes lanes = lanesOf(one);
-  Lanes others = lanesOf(other);
+  const bool withModules = haveModules(one) && haveModules(other);
+  Lanes lanes = lanesOf(one, withModules);
+  Lanes others = lanesOf(other, withModules);
   complete(lanes, others);
   complete(others, lanes);
   std::optional<MessageDifference> first;

@@ -41,15 +41,20 @@ void addHead(Fields& fields, const tagMSHead& head) {
 void addFormat(Fields& fields, const RawMessage& message, std::uint32_t mediaType) {
   if (mediaType == MM_MEDIASTREAMING_MEDIATYPE_VIDEO) {
     if (const auto format = extraOf<tagMSVIDEOFORMATEX>(message)) {
+      fields.emplace_back("wFormatTag", number(format->wFormatTag));
       fields.emplace_back("wWidth", number(format->wWidth));
       fields.emplace_back("wHeight", number(format->wHeight));
       fields.emplace_back("wFrameRate", number(format->wFrameRate));
+      fields.emplace_back("cbSize", bytes(format->cbSize));
     }
   } else if (const auto format = extraOf<tMSAUDIOFORMATEX>(message)) {
+    fields.emplace_back("wFormatTag", number(format->wFormatTag));
     fields.emplace_back("nChannels", number(format->nChannels));
     fields.emplace_back("nSamplesPerSec", number(format->nSamplesPerSec));
-    fields.emplace_back("wBitsPerSample", number(format->wBitsPerSample));
+    fields.emplace_back("nAvgBytesPerSec", number(format->nAvgBytesPerSec));
     fields.emplace_back("nBlockAlign", number(format->nBlockAlign));
+    fields.emplace_back("wBitsPerSample", number(format->wBitsPerSample));
+    fields.emplace_back("cbSize", bytes(format->cbSize));
   }
 }
 
@@ -91,6 +96,7 @@ void say(Fields& fields, const tagMSDataStructure& record, const RawMessage& mes
   fields.emplace_back("dwTimestamp", milliseconds(record.dwTimestamp));
   fields.emplace_back("bReserved", record.bReserved != 0 ? "still" : "live");
   fields.emplace_back("dwDataLength", bytes(record.dwDataLength));
+  fields.emplace_back("dwFormatLength", bytes(record.dwFormatLength));
   addFormat(fields, message, record.nMediaType);
 }
 

@@ -24,13 +24,14 @@ MessageJournal::MessageJournal(std::size_t capacity, std::shared_ptr<platform::C
       clock_(clock ? std::move(clock) : std::make_shared<platform::SteadyClock>()),
       begin_(clock_->now()) {}
 
-void MessageJournal::record(std::string_view participant, Direction direction, unsigned long type,
-                            unsigned long uMsg, const void* wParam, const void* lParam,
-                            UCFResult answer) {
+void MessageJournal::record(std::string_view participant, Direction direction,
+                            const Modules& modules, unsigned long type, unsigned long uMsg,
+                            const void* wParam, const void* lParam, UCFResult answer) {
   const MessageKey key{MessageWay::routed, direction, type, uMsg};
   if (!count(key)) return;
-  pass(participant, direction == Direction::toObject || answer != 0,
-       RawMessage::routed(key, wParam, lParam));
+  RawMessage raw = RawMessage::routed(key, wParam, lParam);
+  raw.modules = modules;
+  pass(participant, direction == Direction::toObject || answer != 0, raw);
 }
 
 void MessageJournal::recordCommand(std::string_view participant, Direction direction,

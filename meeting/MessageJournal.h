@@ -44,8 +44,9 @@ class MessageJournal {
 
   // A routed message. Requests are recorded with their answer, once it is there; messages to an
   // object before it gets them, so that what it does about them comes after.
-  void record(std::string_view participant, Direction direction, unsigned long type,
-              unsigned long uMsg, const void* wParam, const void* lParam, UCFResult answer);
+  void record(std::string_view participant, Direction direction, const Modules& modules,
+              unsigned long type, unsigned long uMsg, const void* wParam, const void* lParam,
+              UCFResult answer);
   // A participant's command, or one that it gets.
   void recordCommand(std::string_view participant, Direction direction,
                      std::span<const unsigned char> command);

@@ -104,6 +104,9 @@ RawMessage rawMessage(const json& line) {
              .direction = choiceAt(line, "to", kDirections, directionName),
              .type = countAt(line, "type", kMost),
              .uMsg = countAt(line, "uMsg", kMost)};
+  if (line.contains("fromModule"))
+    raw.modules = {.from = static_cast<std::uint32_t>(countAt(line, "fromModule", kMost)),
+                   .to = static_cast<std::uint32_t>(countAt(line, "toModule", kMost))};
   raw.length = static_cast<std::uint32_t>(countAt(line, "length", kMost));
   raw.recordBytes = bytesAt(line, "record", raw.record);
   raw.extraBytes = bytesAt(line, "pointed", raw.extra);
@@ -194,6 +197,10 @@ std::string recordingLine(const PassedMessage& message) {
                     {"length", raw.length},
                     {"record", hexadecimal(std::span(raw.record).first(raw.recordBytes))},
                     {"pointed", hexadecimal(std::span(raw.extra).first(raw.extraBytes))}};
+  if (raw.modules) {
+    line["fromModule"] = raw.modules->from;
+    line["toModule"] = raw.modules->to;
+  }
   if (!message.hash.empty()) line["hash"] = message.hash;
   return lineOf(line);
 }

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -44,6 +45,12 @@ struct MessageKey {
   unsigned long uMsg = 0;
 };
 
+// Whom a routed message says that it comes from, and is for: enumMODULE_TYPE.
+struct Modules {
+  std::uint32_t from = 0;
+  std::uint32_t to = 0;
+};
+
 using Fields = std::vector<std::pair<std::string, std::string>>;  // name and value, as text
 
 // A message as it was copied while it passed: records and what they point to live for a call only.
@@ -52,6 +59,7 @@ struct RawMessage {
   static constexpr std::size_t kMaxExtra = 32;   // tMSAUDIOFORMATEX, the longest pointed to
 
   MessageKey key;
+  std::optional<Modules> modules;  // of a routed message, unless it was recorded without
   std::uint32_t length = 0;  // of a command or of parameter data, which may be longer than the copy
   std::uint8_t recordBytes = 0;  // copied of the record; 0: there was none
   std::uint8_t extraBytes = 0;   // copied of what the record points to, or of the second record

@@ -4,20 +4,47 @@
 #include <array>
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <string_view>
+
+#include "meeting/MessageValues.h"
 
 namespace meeting {
 
 using nlohmann::ordered_json;
 
+namespace {
+
+// A module's name, or number, without what all of the names begin with.
+std::string shortModule(std::uint32_t module) {
+  constexpr std::string_view kPrefix = "MODULE_TYPE_";
+  const std::string text = moduleText(module);
+  return text.starts_with(kPrefix) ? text.substr(kPrefix.size()) : text;
+}
+
+std::string arrow(const PassedMessage& message) {
+  const bool toHost = message.direction() == Direction::toHost;
+  const std::string arrow = toHost ? "->" : "<-";
+  const auto& modules = message.message.modules;
+  if (!modules) return arrow;
+  const auto& [from, to] = *modules;
+  return shortModule(toHost ? from : to) + arrow + shortModule(toHost ? to : from);
+}
+
+}  // namespace
+
 ordered_json messageAsJson(const PassedMessage& message) {
   ordered_json document{{"number", message.number},
                         {"seconds", message.seconds},
                         {"participant", message.participant},
-                        {"to", directionName(message.direction())},
-                        {"kind", kindName(message.kind())},
-                        {"name", message.name()},
-                        {"taken", message.taken},
-                        {"fields", ordered_json::object()}};
+                        {"to", directionName(message.direction())}};
+  if (const auto& modules = message.message.modules) {
+    document["fromModule"] = moduleText(modules->from);
+    document["toModule"] = moduleText(modules->to);
+  }
+  document.update({{"kind", kindName(message.kind())},
+                   {"name", message.name()},
+                   {"taken", message.taken},
+                   {"fields", ordered_json::object()}});
   for (const auto& [name, value] : message.fields()) document["fields"][name] = value;
   return document;
 }
@@ -27,11 +54,10 @@ std::string lineOf(const ordered_json& document) {
 }
 
 std::string messageAsText(const PassedMessage& message) {
-  const bool toHost = message.direction() == Direction::toHost;
   std::array<char, 128> head{};
-  std::snprintf(head.data(), head.size(), "%6lu %9.3f  %-12s %s  ",
+  std::snprintf(head.data(), head.size(), "%6lu %9.3f  %-12s %-9s  ",
                 static_cast<unsigned long>(message.number), message.seconds,
-                message.participant.c_str(), toHost ? "->" : "<-");
+                message.participant.c_str(), arrow(message).c_str());
   std::string text = head.data();
   text += message.name();
   // The ids of the document are the same everywhere: they come last.

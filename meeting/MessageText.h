@@ -8,13 +8,14 @@
 
 namespace meeting {
 
-// number, seconds, participant, to ("host" or "object"), kind, name, taken, fields.
+// number, seconds, participant, to ("host" or "object"), of a routed message fromModule and
+// toModule, kind, name, taken, fields.
 nlohmann::ordered_json messageAsJson(const PassedMessage& message);
 // The document on one line; what is not UTF-8 is replaced.
 std::string lineOf(const nlohmann::ordered_json& document);
 
-// "  12    0.503  presenter    ->  NAME  field=value, field=value", the arrow from or to the
-// object.
+// "  12    0.503  presenter    SVS->MMP   NAME  field=value, field=value", the arrow from or to the
+// object, whose module stands in front of it.
 std::string messageAsText(const PassedMessage& message);
 
 }  // namespace meeting

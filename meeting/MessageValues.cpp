@@ -7,6 +7,7 @@
 
 #include "mmp/Enumerations.h"
 #include "ucf/SessionMessages.h"
+#include "ucf/Types.h"
 
 namespace meeting {
 
@@ -20,6 +21,8 @@ struct Named {
 #define NAMED(constant) \
   { static_cast<std::int64_t>(constant), #constant }
 
+constexpr Named kModules[] = {NAMED(MODULE_TYPE_SVS), NAMED(MODULE_TYPE_MMP),
+                              NAMED(MODULE_TYPE_CONF)};
 constexpr Named kChannelTypes[] = {NAMED(MM_MEDIASTREAMING_CHANNEL_SOURCE),
                                    NAMED(MM_MEDIASTREAMING_CHANNEL_LISTENER)};
 constexpr Named kSourceStatuses[] = {
@@ -67,6 +70,7 @@ std::string handle(std::uint64_t value) {
   return "0x" + std::string(text.data(), end);
 }
 
+std::string moduleText(std::uint32_t value) { return named(kModules, value); }
 std::string channelTypeText(std::uint32_t value) { return named(kChannelTypes, value); }
 std::string sourceStatusText(std::uint32_t value) { return named(kSourceStatuses, value); }
 std::string mediaTypeText(std::uint32_t value) { return named(kMediaTypes, value); }

@@ -14,6 +14,7 @@ std::string milliseconds(std::integral auto value) { return number(value) + " ms
 std::string bytes(std::integral auto value) { return number(value) + " bytes"; }
 std::string handle(std::uint64_t value);  // hexadecimal
 
+std::string moduleText(std::uint32_t value);
 std::string channelTypeText(std::uint32_t value);
 std::string sourceStatusText(std::uint32_t value);
 std::string mediaTypeText(std::uint32_t value);

@@ -148,8 +148,9 @@ void Participant::post(std::function<void(Participant&)> work) {
 void Participant::route(enumMODULE_TYPE from, unsigned long type, unsigned long uMsg,
                         void* wParam) {
   if (objectRouter_ == nullptr) return;
-  journal_.record(setup_.id, Direction::toObject, type, uMsg, wParam, nullptr, 0);
-  objectRouter_->RouteMessage(from, MODULE_TYPE_SVS, type, uMsg, wParam, nullptr);
+  constexpr auto kTo = MODULE_TYPE_SVS;
+  journal_.record(setup_.id, Direction::toObject, {from, kTo}, type, uMsg, wParam, nullptr, 0);
+  objectRouter_->RouteMessage(from, kTo, type, uMsg, wParam, nullptr);
 }
 
 }  // namespace meeting

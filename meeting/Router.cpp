@@ -14,7 +14,7 @@ Router::Router(Conference& conference, PlatformPort& port, MessageJournal& journ
 UCFResult Router::RouteMessage(enumMODULE_TYPE from, enumMODULE_TYPE to, unsigned long type,
                                unsigned long uMsg, void* wParam, void* lParam) {
   const UCFResult result = answer(from, to, type, uMsg, wParam, lParam);
-  journal_.record(participant_, Direction::toHost, type, uMsg, wParam, lParam, result);
+  journal_.record(participant_, Direction::toHost, {from, to}, type, uMsg, wParam, lParam, result);
   return result;
 }
 

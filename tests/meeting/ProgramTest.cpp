@@ -183,7 +183,8 @@ TEST_F(ProgramTest, TheSameScenarioGivesTheSameMessages) {
   // Only what is asked for is shown.
   const Finished shown = meet({"inspect", in("first"), "--only", "CMD_VOLUME"});
   EXPECT_EQ(shown.status, 0) << shown.err;
-  EXPECT_NE(shown.out.find("attendee-1   ->  MM_MEDIASTREAMING_CMD_VOLUME"), std::string::npos);
+  EXPECT_NE(shown.out.find("attendee-1   SVS->MMP   MM_MEDIASTREAMING_CMD_VOLUME"),
+            std::string::npos);
   EXPECT_NE(shown.out.find("wVolumeLevel=79, "), std::string::npos) << shown.out;
   EXPECT_EQ(shown.out.find("CMD_REGISTER"), std::string::npos) << shown.out;
   struct Case {

@@ -25,6 +25,9 @@ constexpr tagMSHead kHead{1001, 1};
 constexpr auto kListener = MM_MEDIASTREAMING_CHANNEL_LISTENER;
 constexpr auto kSource = MM_MEDIASTREAMING_CHANNEL_SOURCE;
 
+constexpr Modules kToPlatform{MODULE_TYPE_SVS, MODULE_TYPE_MMP};
+constexpr Modules kFromPlatform{MODULE_TYPE_MMP, MODULE_TYPE_SVS};
+
 std::string text(const Fields& fields) {
   std::string text;
   for (const auto& [name, value] : fields) text += (text.empty() ? "" : ", ") + name + "=" + value;
@@ -45,8 +48,9 @@ std::function<void(MessageJournal&)> routed(Direction direction, unsigned long t
                                             unsigned long uMsg, Records... records) {
   return [=](MessageJournal& journal) {
     const std::array<const void*, 2> params{&records...};
-    journal.record("presenter", direction, type, uMsg, params[0], params[1],
-                   direction == Direction::toHost ? 1 : 0);
+    const bool toHost = direction == Direction::toHost;
+    journal.record("presenter", direction, toHost ? kToPlatform : kFromPlatform, type, uMsg,
+                   params[0], params[1], toHost ? 1 : 0);
   };
 }
 
@@ -62,8 +66,8 @@ std::function<void(MessageJournal&)> parameter(std::uint32_t id, std::vector<uns
   };
 }
 
-tMSAUDIOFORMATEX audio{0, 2, 0, 48000, 192000, 4, 16, 32, 0};
-tagMSVIDEOFORMATEX video{0, 640, 360, 29.97F, 0, 0};
+tMSAUDIOFORMATEX audio{3, 2, 0, 48000, 192000, 4, 16, 32, 0};
+tagMSVIDEOFORMATEX video{0, 640, 360, 29.97F, 5, 0};
 tagMSRenderView renderView{0xBEEF, 2, 0};
 
 tagMSDataStructure sample(std::uint8_t still, MM_MEDIASTREAMING_MEDIATYPE type, void* format,
@@ -95,12 +99,12 @@ std::vector<Case> cases() {
   return {
       COMMAND(MM_MEDIASTREAMING_CMD_MEDIA_DATA, sample,
               kIds + "nMediaType=MM_MEDIASTREAMING_MEDIATYPE_VIDEO, dwTimestamp=40 ms, "
-                     "bReserved=still, dwDataLength=12 bytes, wWidth=640, wHeight=360, "
-                     "wFrameRate=29.97",
+                     "bReserved=still, dwDataLength=12 bytes, dwFormatLength=16 bytes, "
+                     "wFormatTag=0, wWidth=640, wHeight=360, wFrameRate=29.97, cbSize=5 bytes",
               sample(1, MM_MEDIASTREAMING_MEDIATYPE_VIDEO, &video, sizeof video)),
       COMMAND(MM_MEDIASTREAMING_CMD_MEDIA_DATA, sample,
               kIds + "nMediaType=MM_MEDIASTREAMING_MEDIATYPE_AUDIO, dwTimestamp=40 ms, "
-                     "bReserved=live, dwDataLength=12 bytes",
+                     "bReserved=live, dwDataLength=12 bytes, dwFormatLength=0 bytes",
               sample(0, MM_MEDIASTREAMING_MEDIATYPE_AUDIO, nullptr, 0)),
       REQUEST(MM_MEDIASTREAMING_CMD_REGISTER,
               kFromSource + ", dwDuration=10000 ms, "
@@ -118,7 +122,8 @@ std::vector<Case> cases() {
                                 MM_MEDIASTREAMING_SEEK_MARK}),
       REQUEST(MM_MEDIASTREAMING_CMD_MEDIA_FORMAT,
               kIds + "eMediaType=MM_MEDIASTREAMING_MEDIATYPE_AUDIO, dwFormatSize=32 bytes, "
-                     "nChannels=2, nSamplesPerSec=48000, wBitsPerSample=16, nBlockAlign=4",
+                     "wFormatTag=3, nChannels=2, nSamplesPerSec=48000, nAvgBytesPerSec=192000, "
+                     "nBlockAlign=4, wBitsPerSample=16, cbSize=32 bytes",
               tagMSMediaFormat{kHead, MM_MEDIASTREAMING_MEDIATYPE_AUDIO, 0, &audio, 32}),
       REQUEST(MM_MEDIASTREAMING_CMD_MEDIA_FORMAT,
               kIds + "eMediaType=MM_MEDIASTREAMING_MEDIATYPE_VIDEO, dwFormatSize=15 bytes",
@@ -218,7 +223,8 @@ TEST(MessageJournalTest, ARequestWithoutARecordHasNoFields) {
   for (std::size_t index = 0; index <= MM_MEDIASTREAMING_CMD_QUERY; ++index) {
     MessageJournal journal;
     journal.setKept(MessageJournal::Keep::everything);
-    journal.record("presenter", Direction::toHost, SVS_MSG_MS_COMMAND, index, nullptr, nullptr, 0);
+    journal.record("presenter", Direction::toHost, kToPlatform, SVS_MSG_MS_COMMAND, index, nullptr,
+                   nullptr, 0);
     const auto entries = journal.since(0, 1);
     ASSERT_EQ(entries.size(), 1U);
     EXPECT_EQ(entries[0].fields().empty(), std::string(entries[0].name()) != "UNKNOWN")
@@ -231,12 +237,12 @@ class KeptJournalTest : public testing::Test {
  protected:
   void recordPlay(const std::string& participant) { session(SESSION_MSG_START_PLAY, participant); }
   void session(unsigned long uMsg, const std::string& participant) {
-    journal_.record(participant, Direction::toObject, ROUTE_TYPE_SESSION, uMsg, nullptr, nullptr,
-                    0);
+    journal_.record(participant, Direction::toObject, kFromPlatform, ROUTE_TYPE_SESSION, uMsg,
+                    nullptr, nullptr, 0);
   }
   void recordSample() {
     const tagMSDataStructure sample{};
-    journal_.record("presenter", Direction::toHost, SVS_MSG_MS_COMMAND,
+    journal_.record("presenter", Direction::toHost, kToPlatform, SVS_MSG_MS_COMMAND,
                     MM_MEDIASTREAMING_CMD_MEDIA_DATA, &sample, nullptr, 1);
   }
 

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <nlohmann/json.hpp>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -35,10 +37,11 @@ class RecordingTest : public testing::Test {
     MessageLog log(file(), MessageLog::Form::recording);
     journal.addListener(log);
     const auto request = [&](const char* from, unsigned long uMsg, const void* record) {
-      journal.record(from, Direction::toHost, SVS_MSG_MS_COMMAND, uMsg, record, nullptr, 1);
+      journal.record(from, Direction::toHost, {MODULE_TYPE_SVS, MODULE_TYPE_MMP},
+                     SVS_MSG_MS_COMMAND, uMsg, record, nullptr, 1);
     };
-    journal.record("presenter", Direction::toObject, ROUTE_TYPE_SESSION, SESSION_MSG_JOIN_CONFIRM,
-                   nullptr, nullptr, 0);
+    journal.record("presenter", Direction::toObject, {MODULE_TYPE_CONF, 77}, ROUTE_TYPE_SESSION,
+                   SESSION_MSG_JOIN_CONFIRM, nullptr, nullptr, 0);
     tagMSRenderInfo render{kChannelHead, MM_MEDIASTREAMING_CHANNEL_LISTENER,
                            MM_MEDIASTREAMING_RENDER_ATTACH, 0xBEEF, 0};
     request("attendee-1", MM_MEDIASTREAMING_CMD_SET_RENDER, &render);
@@ -53,8 +56,9 @@ class RecordingTest : public testing::Test {
     const std::array<unsigned char, 8> command{8, 0, 0, 0, 3, 0, 0, 0};
     journal.recordCommand("attendee-1", Direction::toObject, command);
     const tagMSPlayPosition position{kChannelHead, 1500};
-    journal.record("attendee-1", Direction::toObject, ROUTE_TYPE_MEDIASTREAMING,
-                   MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION, &position, nullptr, 0);
+    journal.record("attendee-1", Direction::toObject, {MODULE_TYPE_MMP, MODULE_TYPE_SVS},
+                   ROUTE_TYPE_MEDIASTREAMING, MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION,
+                   &position, nullptr, 0);
     journal.setKept(MessageJournal::Keep::everything);
     ASSERT_EQ(log.close(), 0);
   }
@@ -87,23 +91,43 @@ TEST_F(RecordingTest, IsReadBackWhole) {
     message.seconds = 1.5;
     text += messageAsText(message) + '\n';
   }
-  EXPECT_EQ(text,
-            "     1     1.500  presenter    <-  SESSION_MSG_JOIN_CONFIRM\n"
-            "     2     1.500  attendee-1   ->  MM_MEDIASTREAMING_CMD_SET_RENDER  "
-            "eChannelType=MM_MEDIASTREAMING_CHANNEL_LISTENER, "
-            "eRenderType=MM_MEDIASTREAMING_RENDER_ATTACH, hRender=0xbeef, sessionID=1001, "
-            "sourceID=1\n"
-            "     3     1.500  presenter    ->  MM_MEDIASTREAMING_CMD_SOURCE_STATUS  "
-            "eChannelType=MM_MEDIASTREAMING_CHANNEL_SOURCE, eStatus=MM_MEDIASTREAMING_PLAY, "
-            "lPosition=700 ms, dwSeekMark=MM_MEDIASTREAMING_SEEK_MARK, sessionID=1001, sourceID=1\n"
-            "     4     1.500  presenter    ->  MM_MEDIASTREAMING_CMD_MEDIA_DATA  "
-            "nMediaType=MM_MEDIASTREAMING_MEDIATYPE_AUDIO, dwTimestamp=40 ms, bReserved=live, "
-            "dwDataLength=5 bytes, hash=90a8b09af125002ba51b2d408009ba0d, sessionID=1001, "
-            "sourceID=1\n"
-            "     5     1.500  attendee-1   <-  SVS_JOINSESSION_FAILED_CMD  dwLength=8 bytes, "
-            "length=8 bytes\n"
-            "     6     1.500  attendee-1   <-  MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION  "
-            "dwPosition=1500 ms, sessionID=1001, sourceID=1\n");
+  EXPECT_EQ(
+      text,
+      "     1     1.500  presenter    77<-CONF   SESSION_MSG_JOIN_CONFIRM\n"
+      "     2     1.500  attendee-1   SVS->MMP   MM_MEDIASTREAMING_CMD_SET_RENDER  "
+      "eChannelType=MM_MEDIASTREAMING_CHANNEL_LISTENER, "
+      "eRenderType=MM_MEDIASTREAMING_RENDER_ATTACH, hRender=0xbeef, sessionID=1001, "
+      "sourceID=1\n"
+      "     3     1.500  presenter    SVS->MMP   MM_MEDIASTREAMING_CMD_SOURCE_STATUS  "
+      "eChannelType=MM_MEDIASTREAMING_CHANNEL_SOURCE, eStatus=MM_MEDIASTREAMING_PLAY, "
+      "lPosition=700 ms, dwSeekMark=MM_MEDIASTREAMING_SEEK_MARK, sessionID=1001, sourceID=1\n"
+      "     4     1.500  presenter    SVS->MMP   MM_MEDIASTREAMING_CMD_MEDIA_DATA  "
+      "nMediaType=MM_MEDIASTREAMING_MEDIATYPE_AUDIO, dwTimestamp=40 ms, bReserved=live, "
+      "dwDataLength=5 bytes, dwFormatLength=0 bytes, hash=90a8b09af125002ba51b2d408009ba0d, "
+      "sessionID=1001, "
+      "sourceID=1\n"
+      "     5     1.500  attendee-1   <-         SVS_JOINSESSION_FAILED_CMD  dwLength=8 bytes, "
+      "length=8 bytes\n"
+      "     6     1.500  attendee-1   SVS<-MMP   MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION  "
+      "dwPosition=1500 ms, sessionID=1001, sourceID=1\n");
+}
+
+TEST_F(RecordingTest, OfAFormerProgramIsReadAsWell) {
+  std::ostringstream whole;
+  whole << std::ifstream(file()).rdbuf();
+  static const std::regex kModules(R"re(,"(from|to)Module":\d+)re");
+  const std::string former = std::regex_replace(whole.str(), kModules, "");
+  ASSERT_EQ(whole.str().size() - former.size(),
+            5 * std::strlen(R"(,"fromModule":0,"toModule":1)") + 1);
+  std::ofstream(folder_ / "former.rec") << former;
+  std::string failure;
+  const Messages messages = read(folder_ / "former.rec", failure);
+  EXPECT_EQ(failure, "");
+  ASSERT_EQ(messages.size(), 6U);
+  EXPECT_NE(messageAsText(messages[1]).find("  attendee-1   ->         MM_"), std::string::npos);
+  EXPECT_FALSE(messageAsJson(messages[1]).contains("fromModule"));
+  EXPECT_FALSE(firstDifference(messages, read()));
+  EXPECT_EQ(messageAsJson(read()[1])["toModule"], "MODULE_TYPE_MMP");
 }
 
 // Sets the R that a message carries to what `change` makes of it.
@@ -135,6 +159,11 @@ TEST_F(RecordingTest, TheFirstDifferenceIsFound) {
       {"presenter, message 2", [](Messages& all) { all[2].taken = false; }},
       {"presenter, message 2", [](Messages& all) { all.erase(all.begin() + 2); }},
       {"presenter, message 1", [](Messages& all) { std::swap(all[0], all[2]); }},
+      {"presenter, message 2", [](Messages& all) { all[2].message.modules->to = 7; }},
+      {"",
+       [](Messages& all) {
+         for (auto& one : all) one.message.modules.reset();
+       }},
       {"presenter, sound at 40 ms", [](Messages& all) { all[3].hash.clear(); }},
       {"attendee-1, message 2", [](Messages& all) { all[4].message.length = 9; }},
       {"attendee-1, message 1",
@@ -163,6 +192,8 @@ TEST_F(RecordingTest, WhatIsDamagedIsRefusedInItsLine) {
       {"\"number\":3", "\"number\":4", "line 4 \"number\" is no number that it may be", 2},
       {"\"number\":3", "\"number\":2", "line 4 is not the next message", 2},
       {"\"uMsg\":4", "\"uMsg\":-4", "\"uMsg\" is no number", 1},
+      {"\"fromModule\":0", "\"fromModule\":-1", "line 3 \"fromModule\" is no number", 1},
+      {"toModule", "module", "line 2 has no \"toModule\"", 0},
       {"\"way\":\"command\"", "\"way\":\"smoke\"", "line 6 \"way\" is none of its words", 4},
       {"\"participant\":\"att", "\"participant\":\"\\u001b", "\"participant\" is no text", 1},
       {"\"record\":\"e9", "\"record\":\"e", "line 3 \"record\" is not hexadecimal", 1},

@@ -29,11 +29,11 @@ class RoomServerTest : public testing::Test {
   }
   std::string host() const { return "Host: 127.0.0.1:" + std::to_string(room_->port()) + "\r\n"; }
   void recordPlay() {
-    journal_.record("presenter", Direction::toObject, ROUTE_TYPE_SESSION, SESSION_MSG_START_PLAY,
-                    nullptr, nullptr, 0);
+    journal_.record("presenter", Direction::toObject, {MODULE_TYPE_MMP, MODULE_TYPE_SVS},
+                    ROUTE_TYPE_SESSION, SESSION_MSG_START_PLAY, nullptr, nullptr, 0);
   }
   void recordSample() {
-    journal_.record("presenter", Direction::toHost, SVS_MSG_MS_COMMAND,
+    journal_.record("presenter", Direction::toHost, {}, SVS_MSG_MS_COMMAND,
                     MM_MEDIASTREAMING_CMD_MEDIA_DATA, nullptr, nullptr, 1);
   }
   // A new visitor is served, whatever others do.

@@ -123,7 +123,8 @@ function rowOf(entry) {
   add('when', entry.seconds.toFixed(3));
   add('who', entry.participant, entry.participant);
   add('way', toHost ? '→' : '←', toHost ? 'from the participant' : 'to the participant');
-  row.title = `${entry.name}\n${fields.map((field) => field.join(' = ')).join('\n')}`;
+  const modules = entry.fromModule ? `${entry.fromModule} → ${entry.toModule}\n` : '';
+  row.title = `${entry.name}\n${modules}${fields.map((field) => field.join(' = ')).join('\n')}`;
   const name = add('name', shortened(entry.name));
   if (!entry.taken) {
     const refused = document.createElement('span');
