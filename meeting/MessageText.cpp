@@ -23,7 +23,7 @@ std::string shortModule(std::uint32_t module) {
 
 std::string arrow(const PassedMessage& message) {
   const bool toHost = message.direction() == Direction::toHost;
-  const std::string arrow = toHost ? "->" : "<-";
+  std::string arrow = toHost ? "->" : "<-";
   const auto& modules = message.message.modules;
   if (!modules) return arrow;
   const auto& [from, to] = *modules;
