@@ -2,17 +2,18 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <list>
 #include <memory>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "mmp/RequestRecords.h"
+#include "tests/validator/SlotTable.h"
 #include "ucf/Exports.h"
 #include "ucf/IUCFMsgRouter.h"
 
@@ -26,6 +27,8 @@ enum class Fault {
   crashes,
   crashesOnLoad,
   endsTheProgram,
+  fieldMoved,
+  fieldWrong,
   hangs,
   hangsOnCreate,
   hangsOnLoad,
@@ -36,6 +39,8 @@ enum class Fault {
   otherThread,
   otherVersion,
   ownView,  // nothing is wrong with it
+  playerSlotsSwapped,
+  runtimeSlotsSwapped,
   shortRecord,
   slotsSwapped,
   throws,
@@ -64,6 +69,10 @@ class Router final : public IUCFMsgRouter {
       return UCF_OK;
     if (command && message == MM_MEDIASTREAMING_CMD_MEDIA_FORMAT && kFault == Fault::shortRecord)
       static_cast<tagMSMediaFormat*>(wParam)->dwFormatSize -= 4;
+    if (command && message == MM_MEDIASTREAMING_CMD_REGISTER && kFault == Fault::fieldMoved)
+      moveContent(static_cast<tagMSRegisterInfo*>(wParam));
+    if (command && message == MM_MEDIASTREAMING_CMD_MEDIA_DATA && kFault == Fault::fieldWrong)
+      static_cast<tagMSDataStructure*>(wParam)->dwTimestamp *= 1000;  // microseconds
     if (command && message == MM_MEDIASTREAMING_CMD_SOURCE_STATUS && kFault == Fault::otherThread) {
       UCFResult result = UCF_OK;
       std::thread([&] { result = pass(); }).join();
@@ -76,6 +85,12 @@ class Router final : public IUCFMsgRouter {
   IUCFMsgRouter* host = nullptr;
 
  private:
+  // As if both were declared the other way round, and the padding with them.
+  static void moveContent(tagMSRegisterInfo* record) {
+    const auto content = static_cast<std::uint64_t>(record->eMediaContent);
+    record->eMediaContent = static_cast<MM_MEDIASTREAMING_MEDIACONTENENT>(record->dwDuration);
+    record->dwDuration = content;
+  }
   static void atUnregister() {
     if (kFault == Fault::crashes) std::raise(SIGSEGV);
     if (kFault == Fault::endsTheProgram) {
@@ -122,12 +137,16 @@ class Container final : public IUCFContainerBase {
 // They outlive the objects that call them.
 std::vector<std::unique_ptr<Container>> containers;
 
-// The table of an object's first face, with what lies in front of it.
-constexpr std::size_t kInFront = 2;
-constexpr std::size_t kSlots = 34;
-std::array<void*, kInFront + kSlots> table;
+// The tables that have taken the place of the faces' own; they stay as long as the module.
+std::list<SlotTable> tables;
+SlotTable& changed(void* face, std::size_t slots) { return tables.emplace_back(face, slots); }
+
+// What stands at a slot of the object's first face in the place of the module's own function.
 using Release = void (*)(void* object);
+using Notify = std::int32_t (*)(void* object, unsigned int code, unsigned long p1,
+                                unsigned long p2);
 Release realRelease = nullptr;
+Notify realNotify = nullptr;
 
 void releaseAndCall(void* object) {
   realRelease(object);
@@ -137,14 +156,29 @@ void releaseAndCall(void* object) {
 }
 void releaseNothing(void* /*object*/) {}
 
+// Who asks for the player gets one whose operations are exchanged.
+std::int32_t notifyAndExchange(void* object, unsigned int code, unsigned long p1,
+                               unsigned long p2) {
+  constexpr unsigned int kGetPlayer = 12;
+  static void* exchanged = nullptr;
+  const std::int32_t result = realNotify(object, code, p1, p2);
+  if (code != kGetPlayer) return result;
+  auto* const player = *reinterpret_cast<void**>(p1);
+  if (std::exchange(exchanged, player) != player) changed(player, 45).exchange(3, 4);
+  return result;
+}
+
 void changeTable(IUCFObjectBase* object) {
-  auto& slots = *reinterpret_cast<void***>(object);
-  std::copy_n(slots - kInFront, table.size(), table.begin());
+  SlotTable& slots = changed(object, 34);
   realRelease = reinterpret_cast<Release>(slots[1]);
-  slots = &table[kInFront];
-  if (kFault == Fault::slotsSwapped) std::swap(slots[3], slots[4]);
+  realNotify = reinterpret_cast<Notify>(slots[32]);
+  if (kFault == Fault::slotsSwapped) slots.exchange(3, 4);
   if (kFault == Fault::callsAfterTheEnd) slots[1] = reinterpret_cast<void*>(&releaseAndCall);
   if (kFault == Fault::neverEnds) slots[1] = reinterpret_cast<void*>(&releaseNothing);
+  if (kFault == Fault::playerSlotsSwapped) slots[32] = reinterpret_cast<void*>(&notifyAndExchange);
+  void* runtime = nullptr;
+  object->GetUCFInterface(UCF_IID_OBJECT_RUNTIME, &runtime);
+  if (kFault == Fault::runtimeSlotsSwapped) changed(runtime, 18).exchange(0, 8);
 }
 
 }  // namespace

@@ -24,6 +24,7 @@ constexpr Meaning kSubjects[] = {
     {R"(variantsHeld)",
      "variants that the container has filled and that FreeVariant (slot 6) has not "
      "given back"},
+    {R"(sent\()", "the samples routed to the host (RouteMessage, uMsg 2000)"},
     {R"(host\.samples)", "pictures and sound blocks routed to the host (RouteMessage, uMsg 2000)"},
     {R"(host\.elsewhere)", "calls of the host on other threads than the main one"},
     {R"(eChannelType)", "eChannelType of a record, the side of the stream that it comes from"},
@@ -62,6 +63,9 @@ constexpr Meaning kWords[] = {
      "RouteMessage uMsg 5, tagMSRenderUpdate: dwUpdateKind, nViewKind, hRender"},
     {"volume .*", "RouteMessage uMsg 7, tagMSVolumeInfo: wVolumeLevel"},
     {"query .*", "RouteMessage uMsg 9, tagQuery: nQueryType, dwResult"},
+    {"sample .*",
+     "RouteMessage uMsg 2000, tagMSDataStructure: nMediaType, dwTimestamp, bReserved, dwDataLength "
+     "bytes of pData, dwFormatLength bytes of pFormat"},
     {"from .*", "RouteMessage from another module than MODULE_TYPE_SVS"},
 };
 
@@ -73,6 +77,11 @@ std::string inOneLine(const std::string& text) {
 
 std::string subjectOf(const std::string& expression) {
   std::smatch slot;
+  if (std::regex_search(expression, slot, std::regex(R"(^(told|call<.*>)\((\d+))"))) {
+    const char* const what =
+        slot[1] == "told" ? "what the player view is told by" : "the result of";
+    return what + (" slot " + slot[2].str()) + " of the player";
+  }
   if (std::regex_search(expression, slot, std::regex(R"(callSlot<.*>\((\w+)\S*, (\d+))"))) {
     const std::string of = slot[1] == "table" ? "object" : slot[1].str();
     return "the result of slot " + slot[2].str() + " of the " + of;
