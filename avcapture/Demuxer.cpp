@@ -13,7 +13,8 @@ namespace avcapture {
 
 namespace {
 
-constexpr std::chrono::milliseconds kOpenPatience{4500};
+// With opening, with a seek, and with each packet, whatever number of reads that takes.
+constexpr std::chrono::milliseconds kPatienceAltogether{4500};
 constexpr std::chrono::milliseconds kRetryDelay{5};
 // A seek that lands behind its target goes back by this much, doubled each time.
 constexpr std::int64_t kFirstStepBack = kMicrosecondsPerSecond;
@@ -25,9 +26,22 @@ constexpr std::int64_t kMostReordering = kMicrosecondsPerSecond;
 constexpr std::size_t kMostPeekedBytes = std::size_t{64} << 20;
 constexpr auto kLeastTime = std::numeric_limits<std::int64_t>::min();
 constexpr auto kGreatestTime = std::numeric_limits<std::int64_t>::max();
-// A packet that begins that far from where the one before it ended belongs to another recording.
+// A packet that begins that far from where the one before it ended belongs to another recording,
+// or is damaged.
 constexpr std::int64_t kLeapBack = kMicrosecondsPerSecond / 2;
 constexpr std::int64_t kLeapAhead = 10 * kMicrosecondsPerSecond;
+
+// While it lives, what the thread does has to be done within our patience.
+class Deadline {
+ public:
+  explicit Deadline(SideThread& disk) : disk_(disk) { disk_.setPatience(kPatienceAltogether); }
+  ~Deadline() { disk_.setPatience(std::nullopt); }
+  Deadline(const Deadline&) = delete;
+  Deadline& operator=(const Deadline&) = delete;
+
+ private:
+  SideThread& disk_;
+};
 
 bool isCoverArt(const AVStream& stream) {
   return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
@@ -157,7 +171,7 @@ int Demuxer::isInterrupted(void* self) {
 
 bool Demuxer::open(const std::string& path) {
   setUpFfmpegLog();
-  disk_.setPatience(kOpenPatience);
+  const Deadline deadline(disk_);
   if (!input_.open(path)) return false;
   error_ = AVERROR_INVALIDDATA;
   const AVInputFormat* known = formatOf(input_.context(), path);
@@ -172,7 +186,8 @@ bool Demuxer::open(const std::string& path) {
   format_.reset(format);
   if (!headerTellsAll(*format)) error_ = findStreamInfo(*format);
   if (error_ < 0) return false;
-  disk_.setPatience(std::nullopt);
+  mayLeap_ = (format->iformat->flags & AVFMT_TS_DISCONT) != 0;
+  end_ = av_sat_add64(startOf(*format), durationMicroseconds());
   video_ = bestStream(streamsOf(*format), AVMEDIA_TYPE_VIDEO);
   audio_ = bestStream(streamsOf(*format), AVMEDIA_TYPE_AUDIO);
   return true;
@@ -180,7 +195,7 @@ bool Demuxer::open(const std::string& path) {
 
 std::string Demuxer::failure() const {
   if (const int error = input_.error()) return fileFailure(error);
-  if (error_ == AVERROR_EXIT) return "interrupted";
+  if (error_ == AVERROR_EXIT) return disk_.interrupted() ? "interrupted" : "takes too long to read";
   if (error_ == AVERROR(ENOMEM)) return "out of memory";
   return error_ == 0 || error_ == AVERROR_EOF ? std::string() : "damaged, or of an unknown format";
 }
@@ -216,7 +231,11 @@ PictureSize Demuxer::pictureSize() const {
 }
 
 PacketPtr Demuxer::read() {
-  if (peeked_.empty()) return readFile();
+  if (error_ == AVERROR_EXIT) return nullptr;  // given up, until the next seek
+  if (peeked_.empty()) {
+    const Deadline deadline(disk_);
+    return readFile();
+  }
   PacketPtr packet = std::move(peeked_.front());
   peeked_.pop_front();
   return packet;
@@ -236,7 +255,8 @@ PacketPtr Demuxer::readFile() {
     }
     const AVStream* stream = format_->streams[packet->stream_index];
     if (stream == video_ || stream == audio_) {
-      if ((format_->iformat->flags & AVFMT_TS_DISCONT) != 0) fold(*packet);
+      boundTimes(*packet);
+      fold(*packet);
       return packet;
     }
     av_packet_unref(packet.get());
@@ -244,29 +264,49 @@ PacketPtr Demuxer::readFile() {
   return nullptr;
 }
 
-// Joins what follows a leap of the timestamps to what came before it.
+// Joins what follows a leap of the timestamps to what came before it. Where the format allows for
+// no leaps, only one to far beyond the end is one, and the way back from there: a gap within the
+// file is its own, however long.
 void Demuxer::fold(AVPacket& packet) {
   if (packet.dts == AV_NOPTS_VALUE) return;
   const AVStream* stream = format_->streams[packet.stream_index];
-  std::optional<std::int64_t>& expected = expected_[stream == video_ ? 0 : 1];
+  const std::size_t which = stream == video_ ? 0 : 1;
+  std::int64_t& folded = folded_[mayLeap_ ? 0 : which];
+  std::optional<std::int64_t>& expected = expected_[which];
   const std::int64_t begin = rescaled(packet.dts, stream->time_base, kMicroseconds);
-  const std::int64_t gap = expected ? av_sat_sub64(av_sat_add64(begin, folded_), *expected) : 0;
-  if (gap < -kLeapBack || gap > kLeapAhead) {
-    folded_ = av_sat_sub64(folded_, gap);
+  const std::int64_t gap = expected ? av_sat_sub64(av_sat_add64(begin, folded), *expected) : 0;
+  const bool back = gap < -kLeapBack && (mayLeap_ || folded != 0);
+  const bool ahead = gap > kLeapAhead && (mayLeap_ || begin > av_sat_add64(end_, kLeapAhead));
+  if (back || ahead) {
+    folded = av_sat_sub64(folded, gap);
     leapt_ = true;
   }
   const std::int64_t length = rescaled(packet.duration, stream->time_base, kMicroseconds);
-  expected = av_sat_add64(av_sat_add64(begin, folded_), length);
-  const std::int64_t shift = rescaled(folded_, kMicroseconds, stream->time_base);
+  expected = av_sat_add64(av_sat_add64(begin, folded), length);
+  const std::int64_t shift = rescaled(folded, kMicroseconds, stream->time_base);
   packet.dts = av_sat_add64(packet.dts, shift);
   if (packet.pts != AV_NOPTS_VALUE) packet.pts = av_sat_add64(packet.pts, shift);
+}
+
+// What would wait until far beyond the end to be shown, or stay for as long, is damaged: when or
+// for how long is unknown then, which decoders make up for.
+void Demuxer::boundTimes(AVPacket& packet) const {
+  if (packet.dts == AV_NOPTS_VALUE) return;
+  const AVRational base = format_->streams[packet.stream_index]->time_base;
+  const std::int64_t left =
+      std::max<std::int64_t>(0, av_sat_sub64(end_, rescaled(packet.dts, base, kMicroseconds)));
+  const std::int64_t most = rescaled(av_sat_add64(left, kLeapAhead), kMicroseconds, base);
+  if (durationMicroseconds() > 0 && packet.duration > most) packet.duration = 0;
+  if (packet.pts != AV_NOPTS_VALUE && av_sat_sub64(packet.pts, packet.dts) > most) {
+    packet.pts = AV_NOPTS_VALUE;
+  }
 }
 
 bool Demuxer::reposition(std::int64_t microseconds) {
   error_ = 0;
   input_.clearError();
   peeked_.clear();
-  folded_ = 0;
+  folded_ = {};
   leapt_ = false;
   expected_ = {};
   const std::int64_t target = av_sat_add64(startOf(*format_), microseconds);
@@ -302,14 +342,19 @@ bool Demuxer::startsAtOrBefore(std::int64_t microseconds) {
 }
 
 void Demuxer::seek(std::int64_t microseconds) {
+  const Deadline deadline(disk_);
   // Where there is a picture, sound is read from its key frame on.
   std::int64_t from =
       std::max<std::int64_t>(0, microseconds - (video_ == nullptr ? kSoundLeadIn : 0));
   for (std::int64_t back = kFirstStepBack;; back *= 2) {
     const bool sought = reposition(from);
-    if (from <= 0 || (sought && startsAtOrBefore(microseconds))) return;
+    const bool found = from <= 0 || (sought && startsAtOrBefore(microseconds));
+    if (disk_.givenUp()) break;
+    if (found) return;
     from = std::max<std::int64_t>(0, microseconds - back);
   }
+  peeked_.clear();
+  error_ = AVERROR_EXIT;
 }
 
 }  // namespace avcapture

@@ -87,6 +87,7 @@ class Demuxer {
   static int isInterrupted(void* self);
   PacketPtr readFile();
   void fold(AVPacket& packet);
+  void boundTimes(AVPacket& packet) const;
   bool reposition(std::int64_t microseconds);
   bool rewindBytes();
   bool startsAtOrBefore(std::int64_t microseconds);
@@ -98,11 +99,14 @@ class Demuxer {
   const AVStream* video_ = nullptr;
   const AVStream* audio_ = nullptr;
   std::deque<PacketPtr> peeked_;  // read by seek, to be handed out first
-  // Where timestamps may leap: what is added to them, and when the next packet of picture and sound
-  // should begin. In microseconds of the container.
-  std::int64_t folded_ = 0;
-  std::atomic<bool> leapt_{false};
+  // Where timestamps leap: what is added to those of picture and sound, together where the format
+  // allows for leaps, else to each its own; and when the next packet of each should begin. In
+  // microseconds of the container.
+  bool mayLeap_ = false;
+  std::int64_t end_ = 0;  // as the file says; its beginning where it does not
+  std::array<std::int64_t, 2> folded_{};
   std::array<std::optional<std::int64_t>, 2> expected_;
+  std::atomic<bool> leapt_{false};
 };
 
 }  // namespace avcapture

@@ -82,7 +82,7 @@ std::int64_t SideThread::run(Operation operation) {
   const platform::Lock lock(shared.mutex);
   leftBehind_ = leftBehind_ && shared.ticket < lastTicket_;
   if (shared.interrupted) return AVERROR_EXIT;
-  if (leftBehind_) return AVERROR(ETIMEDOUT);
+  if (leftBehind_ || givenUp()) return AVERROR(ETIMEDOUT);
   shared.queue.emplace_back(++lastTicket_, std::move(operation));
   shared.wanted.notifyOne();
   Patience patience(kPatience);

@@ -1,6 +1,7 @@
 #include "tests/avcapture/FaultyDisk.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -21,6 +22,7 @@ struct Disk {
   std::set<int> descriptors;  // of the file that is meant
   int opens = 0, reads = 0, met = 0, hanging = 0;
   bool hang = false;
+  Access hangAt = Access::kRead;
 };
 Disk& disk() {
   static Disk& instance = *new Disk;  // for threads that outlive the program's statics
@@ -49,9 +51,10 @@ int faultsMet() {
   return disk().met;
 }
 
-void setHanging(bool on) {
+void setHanging(bool on, Access at) {
   const std::lock_guard lock(disk().mutex);
   disk().hang = on;
+  disk().hangAt = at;
   disk().changed.notify_all();
 }
 
@@ -62,9 +65,16 @@ int hanging() {
 
 namespace {
 
+void hangIfWanted(Access at, std::unique_lock<std::mutex>& lock) {
+  ++disk().hanging;
+  disk().changed.wait(lock, [at] { return !disk().hang || disk().hangAt != at; });
+  --disk().hanging;
+}
+
 int openFile(const char* path, int flags, unsigned mode) {
   std::unique_lock lock(disk().mutex);
   const bool meant = path == disk().plan.path;
+  if (meant) hangIfWanted(Access::kOpen, lock);
   if (meant && strikes(disk(), disk().plan.opens, disk().opens++, 0)) return -1;
   const int descriptor = static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
   if (descriptor >= 0 && meant) disk().descriptors.insert(descriptor);
@@ -72,16 +82,25 @@ int openFile(const char* path, int flags, unsigned mode) {
   return descriptor;
 }
 
+int statFile(int descriptor, struct stat* status) {
+  {
+    std::unique_lock lock(disk().mutex);
+    if (disk().descriptors.count(descriptor) > 0) hangIfWanted(Access::kStat, lock);
+  }
+  return static_cast<int>(::syscall(SYS_fstat, descriptor, status));
+}
+
 ssize_t readFile(int descriptor, void* buffer, std::size_t size, off_t at) {
+  std::function<void()> late;
   {
     std::unique_lock lock(disk().mutex);
     if (disk().descriptors.count(descriptor) > 0) {
-      ++disk().hanging;
-      disk().changed.wait(lock, [] { return !disk().hang; });
-      --disk().hanging;
+      hangIfWanted(Access::kRead, lock);
+      late = disk().plan.late;
       if (strikes(disk(), disk().plan.reads, disk().reads++, disk().plan.firstRead)) return -1;
     }
   }
+  if (late) late();
   return ::syscall(SYS_pread64, descriptor, buffer, size, at);
 }
 
@@ -98,6 +117,10 @@ extern "C" {
   const unsigned mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, unsigned) : 0;
   va_end(arguments);
   return avcapture::test::openFile(path, flags, mode);
+}
+
+[[gnu::visibility("default")]] int fstat(int descriptor, struct stat* status) noexcept {
+  return avcapture::test::statFile(descriptor, status);
 }
 
 [[gnu::visibility("default")]] ssize_t pread(int descriptor, void* buffer, std::size_t size,
