@@ -170,6 +170,22 @@ TEST(Validator, DrivesAnObjectThatHasAViewOfItsOwn) {
   EXPECT_GT(driven, 20);
 }
 
+TEST(Validator, TakesItsRandomRunsFromTheSeed) {
+  // The steps that the failing run was shrunk to.
+  const auto stepsFrom = [](const std::string& seed) {
+    const auto run = validate("losesVolume", {"--json", "--only", "ModelTest", "--seed", seed});
+    const auto results = nlohmann::json::parse(run.out, nullptr, false);
+    const std::string reason = results["cases"][0]["reasons"][0];
+    const std::size_t end = reason.find(" (max_success=5000 seed=" + seed + ")");
+    EXPECT_NE(end, std::string::npos) << reason;
+    return reason.substr(0, end);
+  };
+  const std::string steps = stepsFrom("7");
+  EXPECT_THAT(steps, testing::HasSubstr("in a random run of {show 0}, {volume 0}, as listener, "));
+  EXPECT_EQ(stepsFrom("7"), steps);
+  EXPECT_NE(stepsFrom("8"), steps);
+}
+
 TEST(Validator, ShowsTheLastLinesOfACaseThatDidNotPass) {
   const auto run = validate("endsTheProgram", {"--only", "ContractTest.ReleaseEndsInOrder"});
   EXPECT_THAT(run.out, testing::HasSubstr("\n           > in line 8000\n1 case: 1 crashed\n"));

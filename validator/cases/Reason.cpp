@@ -39,7 +39,6 @@ constexpr Meaning kSubjects[] = {
     {R"(Module::loaded\(\)\.error)", "what dlopen says"},
     {R"(Module::loaded\(\)\.symbol)", "the address of an exported name"},
     {R"(constant)", "the text of an exported constant"},
-    {R"(^does$)", "a random run of steps does what the model says"},
 };
 
 // The words by which the recording host keeps what it is asked.
@@ -191,11 +190,12 @@ std::string sentence(const Assertion& assertion) {
 
 std::string reasonOf(const std::string& message) {
   static const std::regex kTrace(R"(\n?Google Test trace:\n)");
+  static const std::regex kFailed("^Failed\n");
   static const std::regex kPlace(R"((^|\n)[^\n:]*:\d+: )");
   std::smatch trace;
-  std::string text = message;
+  std::string text = std::regex_replace(message, kFailed, "");
   std::string around;
-  if (std::regex_search(message, trace, kTrace)) {
+  if (const std::string whole = text; std::regex_search(whole, trace, kTrace)) {
     text = trace.prefix();
     around = " (with " + inOneLine(std::regex_replace(trace.suffix().str(), kPlace, "$1")) + ")";
   }
