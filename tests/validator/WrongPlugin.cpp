@@ -40,6 +40,7 @@ enum class Fault {
   otherVersion,
   ownView,  // nothing is wrong with it
   playerSlotsSwapped,
+  registersNowhere,
   runtimeSlotsSwapped,
   shortRecord,
   slotsSwapped,
@@ -64,16 +65,19 @@ class Router final : public IUCFMsgRouter {
   UCFResult RouteMessage(enumMODULE_TYPE from, enumMODULE_TYPE to, unsigned long type,
                          unsigned long message, void* wParam, void* lParam) override {
     const bool command = to != MODULE_TYPE_CONF && type == SVS_MSG_MS_COMMAND;
+    const auto wrong = [&](unsigned long at, Fault fault) {
+      return command && message == at && kFault == fault;
+    };
     const auto pass = [&] { return host->RouteMessage(from, to, type, message, wParam, lParam); };
-    if (command && message == MM_MEDIASTREAMING_CMD_VOLUME && kFault == Fault::losesVolume)
-      return UCF_OK;
-    if (command && message == MM_MEDIASTREAMING_CMD_MEDIA_FORMAT && kFault == Fault::shortRecord)
+    if (wrong(MM_MEDIASTREAMING_CMD_VOLUME, Fault::losesVolume)) return UCF_OK;
+    if (wrong(MM_MEDIASTREAMING_CMD_REGISTER, Fault::registersNowhere)) return 1;
+    if (wrong(MM_MEDIASTREAMING_CMD_MEDIA_FORMAT, Fault::shortRecord))
       static_cast<tagMSMediaFormat*>(wParam)->dwFormatSize -= 4;
-    if (command && message == MM_MEDIASTREAMING_CMD_REGISTER && kFault == Fault::fieldMoved)
+    if (wrong(MM_MEDIASTREAMING_CMD_REGISTER, Fault::fieldMoved))
       moveContent(static_cast<tagMSRegisterInfo*>(wParam));
-    if (command && message == MM_MEDIASTREAMING_CMD_MEDIA_DATA && kFault == Fault::fieldWrong)
+    if (wrong(MM_MEDIASTREAMING_CMD_MEDIA_DATA, Fault::fieldWrong))
       static_cast<tagMSDataStructure*>(wParam)->dwTimestamp *= 1000;  // microseconds
-    if (command && message == MM_MEDIASTREAMING_CMD_SOURCE_STATUS && kFault == Fault::otherThread) {
+    if (wrong(MM_MEDIASTREAMING_CMD_SOURCE_STATUS, Fault::otherThread)) {
       UCFResult result = UCF_OK;
       std::thread([&] { result = pass(); }).join();
       return result;

@@ -58,6 +58,8 @@ constexpr Row kRows[] = {
     {"otherVersion", "Bundle.AnswersBeforeAnyObjectExists", "failed",
      "what UCFGetInterfaceVersion answers: expected 5, got 4 [ModuleCases.cpp:"},
     {"playerSlotsSwapped", "PlayerSlots.OfTheControls", "failed", "the result of slot "},
+    {"registersNowhere", "ContractTest.APresenterStartsStepByStep", "failed",
+     "RouteMessage uMsg 0, tagMSRegisterInfo"},
     {"runtimeSlotsSwapped", "ObjectTest.TheTablesOfTheOtherFacesReachTheSameObject", "failed",
      "the host is asked and told"},
     {"shortRecord", "ContractTest.FormatsAndSamplesFlowOnceTheChannelIsJoined", "failed",
