@@ -48,10 +48,16 @@ struct Mistake {
 
 const std::vector<Mistake> kMistakes = {
     {"none", {}},
+    {"tells what changes nothing", {}},
+    {"answers created", {}},
+    {"answers joined", {}},
+    {"refuses in its own words", {}},
+    {"refuses what nobody asks", {}},
     {"does not ask the version", {"version-asked"}},
     {"does not initialize", {"initialize-first"}},
     {"exports from a thread", {"exports-on-main-thread"}},
     {"no file name", {"create-arguments"}},
+    {"throws", {"nothing-thrown"}},
     {"cleans up too early", {"cleanup-last"}},
     {"does not clean up", {"cleanup-last"}},
     {"calls from a thread", {"calls-on-main-thread"}},
@@ -92,7 +98,8 @@ const std::vector<Mistake> kMistakes = {
     {"writes into samples", {"records-untouched"}},
     {"keeps a sample", {"samples-return"}},
     {"unknown message", {"known-messages"}},
-    {"status without meaning", {"status-fields"}},
+    {"status without a record", {"status-fields"}},
+    {"pictures without a size", {"status-fields"}},
     {"joins before it creates", {"channel-order"}},
     {"draws after withdrawal", {"render-withdrawn"}},
     {"none", {"cleanup-last"}, SIGKILL},
@@ -123,6 +130,13 @@ TEST_F(HostValidatorTest, EachMistakeIsCaughtByItsName) {
       }
     }
   }
+}
+
+TEST_F(HostValidatorTest, ItIsAPlugInItself) {
+  const support::Finished checked =
+      support::run({MEETING_PROGRAM, "validate", VALIDATE_HOST_BUNDLE, "--level", "2"});
+  EXPECT_EQ(checked.status, 0) << checked.out;
+  EXPECT_EQ(checked.out.find("skipped  "), std::string::npos) << checked.out;
 }
 
 TEST_F(HostValidatorTest, AMeetingIsAGoodHost) {

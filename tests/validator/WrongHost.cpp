@@ -23,6 +23,7 @@ void show(Host& host) {
   tagUCFRect rect{0, 0, 640, 360};
   platform::View* const view = makes("no view") ? nullptr : host.view.get();
   host.shown = host.object->CreateActiveUI(view, &rect) == UCF_OK;
+  if (host.shown) host.object->OnSetActive(1);
   if (makes("shows twice")) host.object->CreateActiveUI(host.view.get(), &rect);
   if (makes("calls from a thread")) onAnotherThread([&] { host.object->OnSetActive(1); });
   if (makes("tells from a thread"))
@@ -33,16 +34,42 @@ void open(Host& host, const contract::Module& module) {
   char file[] = "movie";
   const UCFResult created = module.createInstance(
       &host, nullptr, 0, makes("no file name") ? nullptr : file, nullptr, 0, &host.object);
+  if (created != UCF_OK && makes("throws")) return;
   if (created != UCF_OK) std::exit(1);
   host.findFaces();
   show(host);
+}
+
+// A value that is listed nowhere.
+template <class Record>
+void tellUnlisted(const Host& host, unsigned long status, std::uint32_t Record::*field) {
+  Record record{};
+  record.head = {1001, 1};
+  record.*field = 9;
+  host.tell(ROUTE_TYPE_MEDIASTREAMING, status, &record);
+}
+
+void tellWhatChangesNothing(const Host& host) {
+  host.tell(ROUTE_TYPE_NB, 9);
+  host.tell(ROUTE_TYPE_MEDIASTREAMING, 1);
+  host.tellChannel(1);
+  tellUnlisted(host, MM_MEDIASTREAMING_MSSTATUS_CHANNEL_STATUS, &tagMSChannelStatus::dwStatus);
+  tellUnlisted(host, MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_STATUS,
+               &tagMSPlayStatus::dwPlayStatus);
+  tellUnlisted(host, MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION, &tagMSVideoInfo::dwInfoKind);
 }
 
 void share(Host& host) {
   host.tell(ROUTE_TYPE_SESSION, SESSION_MSG_JOIN_CONFIRM);
   host.other->tell(ROUTE_TYPE_SESSION, SESSION_MSG_JOIN_CONFIRM);
   if (makes("unknown message")) host.tell(ROUTE_TYPE_SESSION, 77);
-  if (makes("status without meaning")) host.tellChannel(9);
+  if (makes("tells what changes nothing")) tellWhatChangesNothing(host);
+  if (makes("status without a record"))
+    host.tell(ROUTE_TYPE_MEDIASTREAMING, MM_MEDIASTREAMING_MSSTATUS_CHANNEL_STATUS);
+  if (makes("pictures without a size")) {
+    tagMSVideoInfo info{};
+    host.tell(ROUTE_TYPE_MEDIASTREAMING, MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION, &info);
+  }
   platform::RunLoop& loop = platform::RunLoop::main();
   loop.runUntil(loop.now() + std::chrono::seconds(60));
 }
@@ -50,6 +77,7 @@ void share(Host& host) {
 void close(Host& host) {
   if (makes("lets the view die")) host.view.reset();
   host.objectRuntime = nullptr;
+  if (host.shown) host.object->OnKillActive();
   if (host.shown) host.object->DestroyActiveUI();
   IUCFMsgRouter* const router = std::exchange(host.objectRouter, nullptr);
   host.object->Release();
@@ -81,7 +109,7 @@ int main(int argc, char** argv) {
   open(presenter, module);
   Host third(kListener + 1);
   third.other = &presenter;
-  if (makes("misdirects commands")) open(*(listener.other = &third), module);
+  if (makes("misdirects commands") || makes("throws")) open(*(listener.other = &third), module);
   open(listener, module);
   listener.other = &presenter;
   if (makes("exports from a thread")) onAnotherThread([&] { module.deleteInstance(nullptr); });

@@ -9,6 +9,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -83,7 +84,9 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
       *out = static_cast<IUCFMsgRouter*>(router);
     }
     if (*out == nullptr && makes("serves everything")) *out = this;
-    return *out != nullptr ? UCF_OK : UCF_E_NOINTERFACE;
+    if (makes("throws") && user_ > kListener) throw std::runtime_error("no interface");
+    if (*out != nullptr) return UCF_OK;
+    return makes("refuses in its own words") ? UCF_E_INVALID_ARG : UCF_E_NOINTERFACE;
   }
   void FreeVariant(tagUCFVariant* variant) override {
     if (variant->vt != UCFVT_STR) return;
@@ -128,19 +131,14 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
     published.bytes = static_cast<unsigned char*>(data);
     if (!makes("does not copy"))
       published.bytes = reinterpret_cast<unsigned char*>(published.copy->data());
+    other->hear(id, published);
     return UCF_OK;
   }
   std::uint32_t RequestParameterData(std::int32_t id) override {
     if (id == UCF_QUERY_OWN_DOCUMENT) return presents() || !makes("disowns the document");
     if (id == UCF_QUERY_LIVE_MEETING) return 1;
     const auto found = other->published_.find(static_cast<std::uint32_t>(id));
-    if (found == other->published_.end()) return 0;
-    platform::dispatchOnMainThread([this, data = *found] {
-      const auto& [dataId, published] = data;
-      if (objectRuntime != nullptr)
-        objectRuntime->OnParameterData(dataId, published.bytes,
-                                       static_cast<unsigned int>(published.copy->size()));
-    });
+    if (found != other->published_.end()) hear(found->first, found->second);
     return 0;
   }
   std::uint32_t GetCurrentRole() override {
@@ -155,8 +153,10 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
     *out = kPresenter;
     return UCF_OK;
   }
-  UCFResult SetItemState(std::uint32_t, std::uint32_t, std::uint32_t) override {
-    return makes("no items") ? UCF_E_INVALID_ARG : UCF_OK;
+  UCFResult SetItemState(std::uint32_t item, std::uint32_t state, std::uint32_t) override {
+    const bool asked = state == 0 ? shown || item == UCF_ITEM_800 : item <= UCF_ITEM_801;
+    const bool refused = makes("refuses what nobody asks") ? !asked : makes("no items");
+    return refused ? UCF_E_INVALID_ARG : UCF_OK;
   }
 
   // --- router ---
@@ -167,6 +167,8 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
       *static_cast<std::uint64_t*>(lParam) = 1;
       return makes("refuses ids") ? 0 : 1;
     }
+    if (type == SVS_MSG_START_SESSION) started_ = true;
+    if (type == SVS_MSG_STOP_SESSION && !started_ && makes("refuses what nobody asks")) return 0;
     return type == SVS_MSG_MS_COMMAND ? command(uMsg, wParam) : 1;
   }
 
@@ -189,11 +191,12 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
       case MM_MEDIASTREAMING_CMD_QUERY: {
         auto& query = *static_cast<tagQuery*>(record);
         if (makes("writes into the question")) query.reserved[0] = 1;
+        if (query.nQueryType == MM_MEDIASTREAMING_QUERY_CHANNEL_STATUS) return answer(query);
         return query.nQueryType == MM_MEDIASTREAMING_QUERY_PLAY_ALLOWED;
       }
       case MM_MEDIASTREAMING_CMD_REGISTER:
         if (makes("writes into requests")) ++static_cast<tagMSRegisterInfo*>(record)->dwDuration;
-        if (presents()) openChannels();
+        openChannel();
         return makes("refuses to register") ? 0 : 1;
       case MM_MEDIASTREAMING_CMD_MEDIA_FORMAT:
         if (makes("writes into formats"))
@@ -207,18 +210,29 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
         if (static_cast<const tagMSSourceStatus*>(record)->eStatus == MM_MEDIASTREAMING_STOP)
           platform::RunLoop::main().stop();
         return 1;
+      case MM_MEDIASTREAMING_CMD_MUTE_STATUS:
+        return makes("refuses what nobody asks") ? 0 : 1;
       default:
         return 1;
     }
   }
 
-  void openChannels() {
-    for (Host* host : {this, other})
-      platform::dispatchOnMainThread([host] {
-        if (!makes("joins before it creates"))
-          host->tellChannel(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
-        host->tellChannel(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
-      });
+  // What a question about the channel has told a listener, no message tells it again.
+  UCFResult answer(tagQuery& query) {
+    if (makes("answers joined"))
+      query.dwChannelStatus = MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS;
+    told_ = makes("answers joined") || makes("answers created");
+    return told_;
+  }
+
+  // The presenter creates the channel for both; each joins it when it registers.
+  void openChannel() {
+    platform::dispatchOnMainThread([this] {
+      if (presents() && !makes("joins before it creates"))
+        for (const Host* host : {this, other})
+          if (!host->told_) host->tellChannel(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+      tellChannel(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+    });
   }
 
   UCFResult setRender(std::uint64_t handle) {
@@ -247,10 +261,20 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
     std::shared_ptr<std::string> copy;
     unsigned char* bytes = nullptr;
   };
+  void hear(std::uint32_t id, const Published& published) {
+    platform::dispatchOnMainThread([this, id, published] {
+      if (objectRuntime != nullptr)
+        objectRuntime->OnParameterData(id, published.bytes,
+                                       static_cast<unsigned int>(published.copy->size()));
+    });
+  }
+
   const std::uint32_t user_;
   SlotTable containerTable_{static_cast<IUCFContainerBase*>(this), 21};
   SlotTable runtimeTable_{static_cast<IUCFContainerRuntime*>(this), 38};
   int asked_ = 0;
+  bool started_ = false;
+  bool told_ = false;
   std::list<std::string> texts_;
   std::map<std::uint32_t, tagUCFVariant> shared_;
   std::map<std::uint32_t, Published> published_;

@@ -25,6 +25,7 @@ constexpr Entry kChecks[] = {
     {"exports-on-main-thread", "the module's own state needs no lock", "no export was called"},
     {"create-arguments", "an object has a container, and a presenter a file",
      "no object was created"},
+    {"nothing-thrown", "a host's exception does not cross the contract", "no object was created"},
     {"cleanup-last", "nothing of the module is used once it has been cleaned up",
      "the module was never initialized"},
     {"calls-on-main-thread", "an object's state needs no lock", "no object was called"},

@@ -16,6 +16,7 @@ enum class Check {
   initializeFirst,
   exportsOnMainThread,
   createArguments,
+  nothingThrown,
   cleanupLast,
   callsOnMainThread,
   messagesOnMainThread,

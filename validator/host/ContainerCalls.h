@@ -29,7 +29,7 @@ class ContainerCalls {
   void checkFilePath(bool needed);
   void checkSharedProperties();
   void checkIdentity(bool presents) const;
-  void setItemStates(bool on);
+  void setItemState(std::uint32_t item, std::uint32_t state);
   void publish(const tagStmMediaInfo& info);
   void requestMediaInfo();
   // Sends the question to the presenter, and to everybody, if commands may be sent.

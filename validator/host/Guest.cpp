@@ -1,6 +1,7 @@
 #include "validator/host/Guest.h"
 
 #include <string>
+#include <utility>
 
 #include "platform/RunLoop.h"
 #include "validator/host/StatusChecks.h"
@@ -31,7 +32,7 @@ Guest::Guest(IUCFContainerBase& container, UCFCtx context)
   view_->addSubview(render_);
   container_.checkFilePath(presents_ && context == 0);
   container_.checkIdentity(presents_ && live_);
-  if (presents_) router_->tell(SVS_MSG_START_SESSION);
+  router_->tell(SVS_MSG_START_SESSION);
 }
 
 bool Guest::enter(Check thread) const {
@@ -89,27 +90,37 @@ void Guest::checkAfterEnd() const {
          "a picture was drawn into a view after it had been withdrawn");
 }
 
-UCFResult Guest::IsReleaseOnKillActive(UCFUsageMode /*mode*/) {
-  enter();
+// --- the host's items ---
+
+UCFResult Guest::IsReleaseOnKillActive(UCFUsageMode mode) {
+  if (enter()) keepsItems_ = mode == UCF_USAGE_KEEP_ITEM_STATES;
   return 0;
 }
 
 UCFResult Guest::OnSetActive(unsigned char /*active*/) {
-  enter();
+  if (enter() && live_) container_.setItemState(UCF_ITEM_801, 0);
   return UCF_OK;
 }
 
 UCFResult Guest::OnKillActive() {
-  enter();
+  if (!enter() || !live_ || keepsItems_) return UCF_OK;
+  container_.setItemState(UCF_ITEM_800, 1);
+  container_.setItemState(UCF_ITEM_801, 1);
   return UCF_OK;
 }
+
+void Guest::resetItems() {
+  if (!live_ || keepsItems_) return;
+  for (std::uint32_t item = UCF_ITEM_800; item <= UCF_ITEM_803; ++item)
+    container_.setItemState(item, 0);
+}
+
+// --- the view ---
 
 UCFResult Guest::DrawInactiveUI(void* /*parentView*/, tagUCFRect* /*rect*/) {
   enter();
   return UCF_OK;
 }
-
-// --- the view ---
 
 UCFResult Guest::CreateActiveUI(void* parentView, tagUCFRect* rect) {
   if (!enter()) return UCF_E_CREATE_FAILED;
@@ -121,18 +132,19 @@ UCFResult Guest::CreateActiveUI(void* parentView, tagUCFRect* rect) {
   view_->setFrame(rectOf(*rect));
   render_->setFrame(view_->frame());
   showIn(*static_cast<platform::View*>(parentView));
-  if (live_) container_.setItemStates(true);
-  if (!shownBefore_) {
-    shownBefore_ = true;
-    container_.checkSharedProperties();
-    router_->askSessionProbe();
-    if (!presents_) {
-      router_->askChannelStatus();
-      container_.askWhetherJoinFailed();
-    }
-  }
+  if (live_) container_.setItemState(UCF_ITEM_800, 0);
+  if (!std::exchange(shownBefore_, true)) showFirst();
   if (!presents_ && (joined_ || !live_)) attachRender();
   return UCF_OK;
+}
+
+void Guest::showFirst() {
+  container_.checkSharedProperties();
+  router_->askSessionProbe();
+  if (presents_) return;
+  if (live_) onChannelAnswered(router_->askChannelStatus());
+  container_.requestMediaInfo();
+  container_.askWhetherJoinFailed();
 }
 
 void Guest::showIn(platform::View& parent) {
@@ -155,7 +167,7 @@ UCFResult Guest::DestroyActiveUI() {
   if (!active_) return UCF_OK;
   active_ = false;
   checkViewKept();
-  if (live_) container_.setItemStates(false);
+  resetItems();
   if (rendered_) {
     if (registered_) router_->sourceStatus(channel(), MM_MEDIASTREAMING_PD_INACTIVE);
     withdrawRender();
@@ -217,8 +229,11 @@ void Guest::checkHeard() const {
 
 void Guest::OnParameterData(unsigned int id, unsigned char* data, unsigned int length) {
   if (!enter()) return;
-  if (id == STM_PARAMETER_MEDIA_INFO) awaitsMediaInfo_ = false;
   checkParameterData(id, data, length);
+  if (id != STM_PARAMETER_MEDIA_INFO) return;
+  awaitsMediaInfo_ = false;
+  mediaKnown_ = true;
+  registerListener();
 }
 
 void Guest::OnUserRoleChanged(unsigned int role) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 
 #include "platform/View.h"
 #include "ucf/IUCFObjectBase.h"
@@ -79,6 +80,8 @@ class Guest final : public IUCFObjectBase,
   // Every call comes by here first; false for one that must not touch anything.
   bool enter(Check thread = Check::callsOnMainThread) const;
 
+  void resetItems();
+  void showFirst();
   // Places the object's view into one of the host's.
   void showIn(platform::View& parent);
   void checkViewKept() const;
@@ -89,11 +92,13 @@ class Guest final : public IUCFObjectBase,
   // What follows from messages (GuestMessages.cpp).
   void onSession(unsigned long message);
   void onChannelStatus(std::uint32_t status);
+  void onChannelAnswered(std::optional<std::uint32_t> status);
   void onChannelCreated();
   void onChannelJoined();
   void onChannelLost();
   void checkOrderOfStatus(unsigned long uMsg, const void* record) const;
   void later(void (Guest::*work)());
+  void registerListener();
   void startSharing();
   void play();
   void endPlaying();
@@ -106,12 +111,14 @@ class Guest final : public IUCFObjectBase,
   std::atomic<bool> released_{false};
   bool active_ = false;
   bool shownBefore_ = false;
+  bool keepsItems_ = false;  // the host's item states are left alone
   bool registered_ = false;
   bool created_ = false;  // the channel
   bool joined_ = false;
   bool played_ = false;
   bool awaitsMediaInfo_ = false;
-  bool rendered_ = false;  // the listener's view is with the host
+  bool mediaKnown_ = false;  // to a listener, since the channel was created last
+  bool rendered_ = false;    // the listener's view is with the host
   bool withdrawn_ = false;
   struct Heard {
     bool forOne = false;

@@ -55,9 +55,7 @@ void Guest::later(void (Guest::*work)()) {
 }
 
 void Guest::startSharing() {
-  if (!live_) return;
-  if (!presents_) return container_.requestMediaInfo();
-  if (registered_) return;
+  if (!live_ || !presents_ || registered_) return;
   router_->askSessionProbe();
   container_.publish({.nDurationMs = kMovieMs,
                       .nMediaContent = MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO,
@@ -74,19 +72,37 @@ void Guest::onChannelStatus(std::uint32_t status) {
       return onChannelCreated();
     case MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS:
       return onChannelJoined();
-    default:
+    case MM_MEDIA_STREAMING_CHANNEL_STATUS_REGISTER_FAILED:
       return onChannelLost();
+    default:
+      return;
   }
+}
+
+// The answer to a listener's question: the messages that led there have come before it was there.
+void Guest::onChannelAnswered(std::optional<std::uint32_t> status) {
+  if (status == MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM) created_ = true;
+  if (status == MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS)
+    created_ = joined_ = registered_ = true;
+  registerListener();
 }
 
 void Guest::onChannelCreated() {
   if (presents_)
     noteOrder(registered_, "the presenter's channel was created before it was registered");
+  else if (joined_)
+    registered_ = mediaKnown_ = false;  // created again
   created_ = true;
   joined_ = false;
   if (presents_ || !live_) return;
   awaitsMediaInfo_ = true;  // the presenter publishes it before its channel opens
   container_.requestMediaInfo();
+  registerListener();
+}
+
+// Once for each channel, when it has been created and what is shared is known.
+void Guest::registerListener() {
+  if (presents_ || !live_ || registered_ || !created_ || !mediaKnown_) return;
   registered_ = true;
   router_->registerChannel(channel(), kMovieMs / 1000);
   router_->sourceStatus(channel(), MM_MEDIASTREAMING_PD_ACTIVE);
@@ -105,11 +121,11 @@ void Guest::onChannelJoined() {
   }
   if (rendered_) router_->updateRender(reinterpret_cast<std::uint64_t>(render_.get()));
   router_->volume(255);
-  router_->mute(false);
 }
 
 void Guest::onChannelLost() {
   created_ = joined_ = false;
+  if (!presents_) registered_ = mediaKnown_ = false;
   router_->expectRefusals();
 }
 

@@ -103,11 +103,18 @@ HOSTCHECK_API UCFResult UCFCleanup() {
 HOSTCHECK_API UCFResult UCFCreateInstance(IUCFContainerBase* container, char* /*name*/,
                                           UCFCtx context, void* fileName, void* /*reserved*/,
                                           unsigned char /*reserved2*/, IUCFObjectBase** out) {
+  using hostcheck::Check;
   if (!hostcheck::onMainThread()) return UCF_E_CREATE_FAILED;
-  const auto guest = hostcheck::Module::shared().create(container, context, fileName, out);
-  if (!guest) return UCF_E_CREATE_FAILED;
-  *out = guest.get();
-  return UCF_OK;
+  try {
+    const auto guest = hostcheck::Module::shared().create(container, context, fileName, out);
+    hostcheck::note(Check::nothingThrown, true, "");
+    if (!guest) return UCF_E_CREATE_FAILED;
+    *out = guest.get();
+    return UCF_OK;
+  } catch (...) {
+    hostcheck::note(Check::nothingThrown, false, "the host threw while an object was created");
+    return UCF_E_CREATE_FAILED;
+  }
 }
 
 HOSTCHECK_API UCFResult UCFDeleteInstance(IUCFObjectBase* /*object*/) {

@@ -114,15 +114,12 @@ void RouterCalls::askSessionProbe() {
   ask(query);
 }
 
-void RouterCalls::askChannelStatus() {
+std::optional<std::uint32_t> RouterCalls::askChannelStatus() {
   tagQuery query{};
   query.nQueryType = MM_MEDIASTREAMING_QUERY_CHANNEL_STATUS;
   query.dwResult = ids_.sourceID;
-  if (!ask(query)) return;
-  Findings::shared().note(
-      Check::queryAnswers,
-      query.dwChannelStatus <= MM_MEDIA_STREAMING_CHANNEL_STATUS_REGISTER_FAILED,
-      "query 0: no such channel status: " + std::to_string(query.dwChannelStatus));
+  if (!ask(query)) return std::nullopt;
+  return query.dwChannelStatus;
 }
 
 bool RouterCalls::askPlayAllowed() {
@@ -190,12 +187,6 @@ void RouterCalls::volume(std::uint16_t level) {
   auto record = about<tagMSVolumeInfo>(MM_MEDIASTREAMING_CHANNEL_LISTENER, ids_);
   record.wVolumeLevel = level;
   request(MM_MEDIASTREAMING_CMD_VOLUME, record);
-}
-
-void RouterCalls::mute(bool muted) {
-  auto record = about<tagMSMuteInfo>(MM_MEDIASTREAMING_CHANNEL_LISTENER, ids_);
-  record.eMuteStatus = static_cast<MM_MEDIASTREAMING_MUTESTATUS>(muted ? 1 : 0);
-  request(MM_MEDIASTREAMING_CMD_MUTE_STATUS, record);
 }
 
 void RouterCalls::sample(tagMSDataStructure record) {

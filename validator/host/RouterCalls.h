@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "mmp/RequestRecords.h"
@@ -25,7 +26,8 @@ class RouterCalls {
   // SVS_MSG_START_SESSION and others that carry nothing.
   void tell(unsigned long type);
   void askSessionProbe();
-  void askChannelStatus();
+  // Empty if the host does not know.
+  std::optional<std::uint32_t> askChannelStatus();
   bool askPlayAllowed();
 
   void registerChannel(MM_MEDIASTREAMING_CHANNLE_TYPE channel, std::uint64_t duration);
@@ -37,7 +39,6 @@ class RouterCalls {
   void setRender(std::uint64_t view);
   void updateRender(std::uint64_t view);
   void volume(std::uint16_t level);
-  void mute(bool muted);
   // One picture or block of sound, its format behind pFormat.
   void sample(tagMSDataStructure record);
 

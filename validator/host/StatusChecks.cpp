@@ -35,11 +35,7 @@ bool isSessionMessage(unsigned long uMsg) {
   }
 }
 
-bool isStatus(unsigned long uMsg) {
-  return uMsg == MM_MEDIASTREAMING_MSSTATUS_VIDEOQUALITY_INDICATE ||
-         (uMsg >= MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION &&
-          uMsg <= MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION);
-}
+constexpr unsigned long kStatusOfNobody = 1;
 
 bool isKnown(unsigned long type, unsigned long uMsg) {
   switch (type) {
@@ -48,7 +44,7 @@ bool isKnown(unsigned long type, unsigned long uMsg) {
     case ROUTE_TYPE_NB:
       return true;
     case ROUTE_TYPE_MEDIASTREAMING:
-      return isStatus(uMsg);
+      return uMsg <= MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION;
     default:
       return false;
   }
@@ -60,23 +56,33 @@ bool isChannelStatus(std::uint32_t status) {
          status == MM_MEDIA_STREAMING_CHANNEL_STATUS_REGISTER_FAILED;
 }
 
+// What is not listed changes nothing.
+bool isListed(unsigned long uMsg, const void* record) {
+  switch (uMsg) {
+    case MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_STATUS:
+      return static_cast<const tagMSPlayStatus*>(record)->dwPlayStatus <= SVS_REST_MOVIE_INVALID;
+    case MM_MEDIASTREAMING_MSSTATUS_CHANNEL_STATUS:
+      return isChannelStatus(static_cast<const tagMSChannelStatus*>(record)->dwStatus);
+    case MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION:
+      return static_cast<const tagMSVideoInfo*>(record)->dwInfoKind ==
+             MM_MEDIASTREAMING_VIDEO_INFO_SIZE;
+    default:
+      return true;
+  }
+}
+
 bool hasMeaning(unsigned long uMsg, const void* record) {
   switch (uMsg) {
     case MM_MEDIASTREAMING_MSSTATUS_VIDEOQUALITY_INDICATE: {
       const float fps = static_cast<const tagMSVideoQuality*>(record)->fFps;
       return std::isfinite(fps) && fps >= 0;
     }
-    case MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_STATUS:
-      return static_cast<const tagMSPlayStatus*>(record)->dwPlayStatus <= SVS_REST_MOVIE_INVALID;
-    case MM_MEDIASTREAMING_MSSTATUS_CHANNEL_STATUS:
-      return isChannelStatus(static_cast<const tagMSChannelStatus*>(record)->dwStatus);
     case MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION: {
       const auto& info = *static_cast<const tagMSVideoInfo*>(record);
-      return info.dwInfoKind == MM_MEDIASTREAMING_VIDEO_INFO_SIZE && info.wWidth > 0 &&
-             info.wHeight > 0;
+      return info.wWidth > 0 && info.wHeight > 0;
     }
     default:
-      return true;  // any position
+      return true;  // any position, and what is listed
   }
 }
 
@@ -87,9 +93,11 @@ bool checkMessage(unsigned long type, unsigned long uMsg, const void* wParam) {
             "no such message: type " + std::to_string(type) + ", " + std::to_string(uMsg)))
     return false;
   if (type != ROUTE_TYPE_MEDIASTREAMING) return true;
+  if (uMsg == kStatusOfNobody) return false;
   if (!note(Check::statusFields, wParam != nullptr,
             "status " + std::to_string(uMsg) + " came without a record"))
     return false;
+  if (!isListed(uMsg, wParam)) return false;
   return note(Check::statusFields, hasMeaning(uMsg, wParam),
               "status " + std::to_string(uMsg) + " holds a value that means nothing");
 }

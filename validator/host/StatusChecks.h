@@ -7,7 +7,7 @@
 
 namespace hostcheck {
 
-// False for a message that must not be looked into.
+// False for a message that must not be looked into, or changes nothing.
 bool checkMessage(unsigned long type, unsigned long uMsg, const void* wParam);
 // Answers the question that comes with a command; its receiver is empty if another module has sent
 // it.
