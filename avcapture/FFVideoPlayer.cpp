@@ -149,6 +149,7 @@ void FFVideoPlayer::startPlaying(platform::Object* sender) {
   const State before = state_;
   if (before == State::kDead || before == State::kPlaying || !engineIsFit()) return;
   state_ = State::kPlaying;
+  setBroken(false);
   if (before == State::kAtEnd) {
     generation_ = engine_->playFromStart();
   } else {
@@ -179,6 +180,7 @@ void FFVideoPlayer::onStop(platform::Object* sender) {
   if (state_ == State::kDead) return;
   if (engine_) {
     state_ = State::kStopped;
+    setBroken(false);
     generation_ = engine_->rewind();
   }
   if (delegate_ != nullptr) delegate_->onStop(orElse(sender, *this));
@@ -195,6 +197,7 @@ void FFVideoPlayer::seek(float seconds) {
   const double limit = end > 0 ? end : static_cast<double>(kMostMicroseconds);
   generation_ = engine_->seek(static_cast<std::int64_t>(std::clamp(wanted, 0.0, limit)), true);
   if (state_ == State::kAtEnd) state_ = State::kPaused;
+  setBroken(false);
 }
 
 void FFVideoPlayer::onChangeVolume(int volume) {
@@ -230,9 +233,10 @@ void FFVideoPlayer::handle(EngineEvent event, std::uint32_t generation) {
   if (generation != generation_ || state_ == State::kDead) return;  // overtaken by a seek
   if (event == EngineEvent::kEnded) {
     if (state_ == State::kPlaying) movieEnded();
-  } else if (delegate_ != nullptr) {
-    delegate_->onSkip(this);
+    return;
   }
+  setBroken(!failure().empty());
+  if (delegate_ != nullptr) delegate_->onSkip(this);
 }
 
 // While it plays that is the end; otherwise it shows when the user wants something of it. The news
@@ -244,6 +248,7 @@ void FFVideoPlayer::engineGaveUp() {
 void FFVideoPlayer::movieEnded() {
   state_ = State::kAtEnd;
   engine_->finish();
+  setBroken(!failure().empty());
   if (delegate_ != nullptr) delegate_->onStop(this);
 }
 

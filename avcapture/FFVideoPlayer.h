@@ -8,6 +8,7 @@
 #include "avcapture/Engine.h"
 #include "avcapture/KTVideoPlayer.h"
 #include "avcapture/PlayerContainerView.h"
+#include "avcapture/StatusPicture.h"
 
 namespace avcapture {
 
@@ -64,7 +65,7 @@ class FFVideoPlayer final : public KTVideoPlayer {
   void showEmbedControlbar(const platform::Value& show) override;
   bool controlbarShown() override { return container_->controlBar().shown(); }
   void setStatusViewType(const platform::Value& code) override;
-  int statusViewType() override { return statusViewType_; }
+  int statusViewType() override { return broken_ ? kStatusBroken : statusViewType_; }
 
   void deliverLatestImageAgain() override;
   void willDie() override;
@@ -75,6 +76,7 @@ class FFVideoPlayer final : public KTVideoPlayer {
 
   explicit FFVideoPlayer(const PlaybackOptions& options) : options_(options) {}
   void showStatus();
+  void setBroken(bool broken);
   void fillWindow(platform::View& home);
   std::shared_ptr<Engine> openEngine(const std::string& path);
   void attachToEngine();
@@ -108,6 +110,8 @@ class FFVideoPlayer final : public KTVideoPlayer {
   int mediaType_ = kMediaTypeNone;
   std::atomic<float> listenerDuration_{0};
   int statusViewType_ = 0;
+  bool broken_ =
+      false;  // the movie could not be read on; until somebody sets a status, or tries again
   bool nbrMode_ = false;
   bool active_ = false;
   bool presenter_ = true;

@@ -77,6 +77,7 @@ void FFVideoPlayer::fillWindow(platform::View& home) {
 
 void FFVideoPlayer::setStatusViewType(const platform::Value& code) {
   statusViewType_ = code.intValue();
+  broken_ = false;
   showStatus();
 }
 
@@ -86,8 +87,14 @@ void FFVideoPlayer::setMediaType(int type) {
 }
 
 void FFVideoPlayer::showStatus() {
-  const bool nothingToSee = statusViewType_ == kStatusSharing && mediaType() == kMediaTypeAudio;
-  container_->status().setCode(nothingToSee ? kStatusSoundOnly : statusViewType_);
+  const int code = statusViewType();
+  const bool nothingToSee = code == kStatusSharing && mediaType() == kMediaTypeAudio;
+  container_->status().setCode(nothingToSee ? kStatusSoundOnly : code);
+}
+
+void FFVideoPlayer::setBroken(bool broken) {
+  broken_ = broken;
+  showStatus();
 }
 
 void FFVideoPlayer::showEmbedControlbar(const platform::Value& show) {

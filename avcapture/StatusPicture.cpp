@@ -24,7 +24,7 @@ struct Look {
   Tone tone = Tone::kCalm;
 };
 
-constexpr std::array<Look, 18> kLooks{{
+constexpr std::array<Look, 19> kLooks{{
     {kStatusPicture, "Showing the movie", Cover::kNothing},
     {kStatusSoundOnly, "Sound only", Cover::kAll, Symbol::kNote},
     {4, "Sharing could not start", Cover::kAll, Symbol::kFailure, Tone::kFailure},
@@ -37,6 +37,8 @@ constexpr std::array<Look, 18> kLooks{{
     {102, "The file cannot be opened on this machine", Cover::kAll, Symbol::kFailure,
      Tone::kFailure},
     {103, "Getting ready to share", Cover::kMiddle, Symbol::kWait},
+    {kStatusBroken, "The movie cannot be played any further", Cover::kMiddle, Symbol::kFailure,
+     Tone::kFailure},
     {200, "Paused", Cover::kAll, Symbol::kPause},
     {201, "Paused", Cover::kMiddle, Symbol::kPause},
     {202, "Buffering", Cover::kMiddle, Symbol::kWait},

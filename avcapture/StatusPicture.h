@@ -10,6 +10,7 @@ namespace avcapture {
 inline constexpr int kStatusPicture = 1;    // a listener's movie itself shows
 inline constexpr int kStatusSoundOnly = 2;  // there is no picture to show
 inline constexpr int kStatusSharing = 5;    // a source's movie itself shows
+inline constexpr int kStatusBroken = 104;   // a source's movie ended before its end
 
 struct StatusPicture {
   platform::Rect frame;                            // in the view that it lies on, whole pixels

@@ -145,6 +145,7 @@ class AVUIProxy final : public platform::Object,
   void waitForAudioFormatDelivery() EXCLUDES(myLock);  // [audio delivery thread]
   void endAudioFormatDelivery() EXCLUDES(myLock);      // lets that one go on
   void reportStatus(std::int32_t listenerStatus);
+  void traceFailure();
 
   // Handlers of the observed notifications.
   void sharingViewModeDidChange(const platform::Notification& notification);

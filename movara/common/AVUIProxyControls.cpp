@@ -1,6 +1,7 @@
 // What the player view tells and asks, and what the client's notifications bring about.
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 #include "avcapture/KTVideoPlayer.h"
 #include "movara/common/AVUIProxy.h"
@@ -141,6 +142,7 @@ void AVUIProxy::renderMovie(bool rendered) {
     const bool empty = owner != nullptr && owner->mediaContent() == 0;
     result = empty ? kOpenedWithoutContent : kOpened;
   }
+  if (!rendered) traceFailure();
   notify(PLAYER_NOTIFY_OPEN_RESULT, result);
   queryFullscreen();
 }
@@ -152,14 +154,30 @@ void AVUIProxy::volumeChange(platform::Object* /*sender*/, const Value& volume) 
 
 void AVUIProxy::onPlay(platform::Object* /*sender*/) { reportStatus(kPlayerStatusPlaying); }
 void AVUIProxy::onPause(platform::Object* /*sender*/) { reportStatus(kPlayerStatusPaused); }
-void AVUIProxy::onStop(platform::Object* /*sender*/) { reportStatus(kPlayerStatusStopped); }
+
+void AVUIProxy::onStop(platform::Object* /*sender*/) {
+  traceFailure();
+  reportStatus(kPlayerStatusStopped);
+}
+
+// The platform learns only that it has stopped, or was not opened.
+void AVUIProxy::traceFailure() {
+  auto* const view = viewOf(player());
+  const std::string failure = view != nullptr ? view->failure() : std::string();
+  if (failure.empty()) return;
+  MacWarnTrace2(kTraceModule, "The movie cannot be played: %s, this = 0x%x ", failure.c_str(),
+                traceAddress(this));
+}
 
 void AVUIProxy::reportStatus(std::int32_t listenerStatus) {
   notify(PLAYER_NOTIFY_STATUS_CHANGED);
   if (!isSource()) setProperty(kAVMovieStatusProperty, listenerStatus);
 }
 
-void AVUIProxy::onSkip(platform::Object* /*sender*/) { notify(PLAYER_NOTIFY_SEEK_COMPLETE); }
+void AVUIProxy::onSkip(platform::Object* /*sender*/) {
+  traceFailure();
+  notify(PLAYER_NOTIFY_SEEK_COMPLETE);
+}
 
 // Asks the client for the opposite of the present state; the client changes the view mode.
 void AVUIProxy::toggleFullscreen(platform::Object* /*sender*/) {

@@ -66,11 +66,12 @@ enum class Cover { kNone, kMiddle, kAll };
 
 TEST_F(Appearance, EveryStatusHasItsOwnWordsAndPicture) {
   const std::pair<int, Cover> codes[] = {
-      {0, Cover::kNone},     {1, Cover::kNone},  {5, Cover::kNone},     {77, Cover::kNone},
-      {2, Cover::kAll},      {4, Cover::kAll},   {6, Cover::kMiddle},   {7, Cover::kAll},
-      {8, Cover::kAll},      {9, Cover::kAll},   {101, Cover::kAll},    {102, Cover::kAll},
-      {103, Cover::kMiddle}, {200, Cover::kAll}, {201, Cover::kMiddle}, {202, Cover::kMiddle},
-      {203, Cover::kAll},    {204, Cover::kAll}, {205, Cover::kMiddle}, {206, Cover::kAll},
+      {0, Cover::kNone},     {1, Cover::kNone},     {5, Cover::kNone},   {77, Cover::kNone},
+      {2, Cover::kAll},      {4, Cover::kAll},      {6, Cover::kMiddle}, {7, Cover::kAll},
+      {8, Cover::kAll},      {9, Cover::kAll},      {101, Cover::kAll},  {102, Cover::kAll},
+      {103, Cover::kMiddle}, {104, Cover::kMiddle}, {200, Cover::kAll},  {201, Cover::kMiddle},
+      {202, Cover::kMiddle}, {203, Cover::kAll},    {204, Cover::kAll},  {205, Cover::kMiddle},
+      {206, Cover::kAll},
   };
   std::set<std::string> pictures;
   for (const auto& [code, cover] : codes) {

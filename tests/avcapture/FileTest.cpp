@@ -8,6 +8,7 @@
 #include <system_error>
 #include <thread>
 
+#include "avcapture/StatusText.h"
 #include "tests/avcapture/FaultyDisk.h"
 #include "tests/avcapture/LeapingClock.h"
 #include "tests/avcapture/Support.h"
@@ -170,6 +171,7 @@ TEST_F(HangingDisk, ThatIsOnlySlowHoldsUpASeekNoLonger) {
   EXPECT_LT(reads, kMostReads);
   EXPECT_TRUE(sought());
   EXPECT_EQ(player->failure(), "the disk does not answer");
+  EXPECT_EQ(player->statusViewType(), 104);
 }
 
 TEST_F(HangingDisk, EndsTheMovieWithAReasonAndPlaysOnOnceItAnswers) {
@@ -179,6 +181,7 @@ TEST_F(HangingDisk, EndsTheMovieWithAReasonAndPlaysOnOnceItAnswers) {
   timed("refusing_ms", [&] { ended = ends(); });
   ASSERT_TRUE(ended);
   EXPECT_EQ(player->failure(), "the disk does not answer");
+  EXPECT_EQ(statusText(player->statusViewType()), "The movie cannot be played any further");
   EXPECT_EQ(hanging(), 1);
   EXPECT_LT(recorder->frames().size(), kPictures);
   setHanging(false);
@@ -187,6 +190,7 @@ TEST_F(HangingDisk, EndsTheMovieWithAReasonAndPlaysOnOnceItAnswers) {
   delegate.calls.clear();
   playToTheEnd();
   EXPECT_EQ(player->failure(), "");
+  EXPECT_EQ(player->statusViewType(), 0);
   EXPECT_EQ(recorder->frames().size(), kPictures);
 }
 

@@ -29,6 +29,7 @@ class FakeVideoPlayer final : public avcapture::KTVideoPlayer {
   int type = 3;
   bool accepts = true;
   bool refusedToPlay = false;
+  std::string broken;
   std::function<void()> whileOpening;
   std::function<void()> whileShowing;
   std::function<void()> whileDying;
@@ -76,6 +77,7 @@ class FakeVideoPlayer final : public avcapture::KTVideoPlayer {
   double fps() override { return frameRate; }
   int invalidImageBufferCount() override { return invalidBuffers; }
   avcapture::PlaybackStatistics statistics() override { return {}; }
+  std::string failure() override { return broken; }
   bool notAllowPlayStaus() override { return refusedToPlay; }
   int volume() override { return volumeNow; }
   int mediaType() override { return type; }

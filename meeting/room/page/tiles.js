@@ -11,6 +11,7 @@ const statusViews = {
   1: 'picture', 2: 'sound only', 4: 'not let in', 5: 'picture', 6: 'platform fails over',
   7: 'attendee limit reached', 8: 'stopped for bandwidth', 9: 'session left',
   101: 'file not opened', 102: 'file not opened', 103: 'waiting for the session',
+  104: 'cannot be played on',
   200: 'paused, sound only', 201: 'paused', 202: 'rebuffering', 203: 'waiting for the session',
   204: 'not let in', 205: 'presenter crashed', 206: 'movie invalid',
 };

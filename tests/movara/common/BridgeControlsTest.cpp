@@ -79,6 +79,21 @@ TEST_F(BridgeControls, ActionsReportThenListenersStoreTheStatus) {
   }
 }
 
+TEST_F(BridgeControls, TraceTellsWhatThePlatformDoesNotLearn) {
+  makeSource();
+  const std::function<void()> ends[] = {[this] { bridge->renderMovie(false); },
+                                        [this] { bridge->onStop(view); },
+                                        [this] { bridge->onSkip(view); }};
+  for (const char* reason : {"", "the disk does not answer"}) {
+    view->broken = reason;
+    for (const auto& end : ends) {
+      end();
+      EXPECT_EQ(count(takeTraceLines(), "W The movie cannot be played: " + view->broken),
+                view->broken.empty() ? 0 : 1);
+    }
+  }
+}
+
 TEST_F(BridgeControls, ClientsVolumeAndMutingAreKeptForAListener) {
   constexpr const char* kVolume = "LUMNBRSetVloumeNotification";
   constexpr const char* kMuted = "LUMNBRSetMutedNotification";
