@@ -238,5 +238,80 @@ TEST_F(AttendeeTest, SamplesComeWhileEverythingChanges) {
   EXPECT_EQ(observer_.pictures, observed) << "none after it was lost";
 }
 
+// A picture whose end lasts until it is let go: who puts another one in its place hangs in drawing.
+class Sticky {
+ public:
+  // Shown in the view from now on.
+  explicit Sticky(platform::View& view) {
+    auto image = std::make_shared<platform::Image>();
+    image->storage = std::shared_ptr<void>(this, [this](void*) {
+      hangs = true;
+      waitUntil(free);
+      hangs = false;
+    });
+    view.setContents(std::move(image));
+  }
+
+  static void waitUntil(const std::atomic<bool>& state) {
+    while (!state) std::this_thread::yield();
+  }
+
+  std::atomic<bool> hangs{false}, free{false};
+};
+
+TEST_F(AttendeeTest, SlowOnesHoldUpNeitherThePresenterNorOthers) {
+  constexpr std::uint64_t kPictures = 100;
+  Seat& hanging = attendee_;
+  Seat resting(platform_), quick(platform_);
+  resting.port->setDelay(std::chrono::hours(1));
+  Sticky sticky(*hanging.view);
+  for (Seat* seat : {&hanging, &resting, &quick}) {
+    watch(*seat);
+    join(*seat);
+  }
+  setStatus(MM_MEDIASTREAMING_PLAY, 0);
+  // The presenter's thread is this one: if it waited, nobody would ever let the slow one go.
+  sendPicture(1);
+  Sticky::waitUntil(sticky.hangs);
+  whenReceived(resting, 1);
+  whenReceived(quick, 1);
+  for (std::uint64_t n = 2; n <= kPictures; ++n) {
+    sendPicture(n);
+    EXPECT_EQ(whenReceived(quick, n).framesReceived, n);
+    step(40ms);
+  }
+  EXPECT_EQ(observer_.pictures, kPictures);
+  EXPECT_EQ(quick.port->statistics().framesLost, 0U);
+  EXPECT_EQ(quick.view->contents()->pixels[0], kPictures);
+  EXPECT_EQ(resting.port->statistics().framesReceived, 1U);
+  EXPECT_EQ(resting.port->statistics().framesLost, kPictures - 2) << "but for the newest";
+  EXPECT_EQ(hanging.port->statistics().framesReceived, 0U);
+  EXPECT_TRUE(sticky.hangs);
+  sticky.free = true;
+  EXPECT_EQ(whenReceived(hanging, 2).framesLost, kPictures - 2);
+  EXPECT_EQ(hanging.view->contents()->pixels[0], kPictures);
+}
+
+TEST_F(AttendeeTest, TakingTheViewAwayWaitsForThePictureThatIsBeingShown) {
+  Sticky sticky(*attendee_.view);
+  watch(attendee_);
+  join(attendee_);
+  sendPicture(1);
+  Sticky::waitUntil(sticky.hangs);
+  std::atomic<bool> taken{false};
+  std::thread freer([&] {
+    std::this_thread::sleep_for(50ms);  // who does not wait has taken it by then
+    EXPECT_FALSE(taken);
+    sticky.free = true;
+  });
+  showIn(*attendee_.port, nullptr);
+  EXPECT_FALSE(sticky.hangs) << "somebody still draws";
+  taken = true;
+  freer.join();
+  sendPicture(2);
+  whenReceived(attendee_, 2);
+  EXPECT_EQ(attendee_.view->contents()->pixels[0], 1);
+}
+
 }  // namespace
 }  // namespace meeting
