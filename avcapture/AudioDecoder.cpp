@@ -106,20 +106,22 @@ bool AudioDecoder::convert(AVFrame& frame) {
   samples_.resize(static_cast<std::size_t>(frame.nb_samples) * format.bytesPerFrame());
   std::uint8_t* out[1] = {samples_.data()};
   auto* in = const_cast<const std::uint8_t**>(frame.extended_data);
-  return swr_convert(resampler_.get(), out, frame.nb_samples, in, frame.nb_samples) ==
-         frame.nb_samples;
+  const int converted = swr_convert(resampler_.get(), out, frame.nb_samples, in, frame.nb_samples);
+  if (converted == AVERROR(ENOMEM)) throw std::bad_alloc();
+  return converted == frame.nb_samples;
 }
 
 bool AudioDecoder::rebuild(AVFrame& frame) {
   format_ = {frame.sample_rate, frame.ch_layout.nb_channels};
   sampleFormat_ = frame.format;
   SwrContext* resampler = nullptr;
-  const int made = swr_alloc_set_opts2(
-      &resampler, &frame.ch_layout, AV_SAMPLE_FMT_S16, frame.sample_rate, &frame.ch_layout,
-      static_cast<AVSampleFormat>(frame.format), frame.sample_rate, 0, nullptr);
+  int made = swr_alloc_set_opts2(&resampler, &frame.ch_layout, AV_SAMPLE_FMT_S16, frame.sample_rate,
+                                 &frame.ch_layout, static_cast<AVSampleFormat>(frame.format),
+                                 frame.sample_rate, 0, nullptr);
   resampler_.reset(resampler);
+  if (made >= 0) made = swr_init(resampler);
+  if (made < 0) resampler_.reset();  // half made, it would be taken for whole by the next frame
   if (made == AVERROR(ENOMEM)) throw std::bad_alloc();
-  if (made < 0 || swr_init(resampler) < 0) resampler_.reset();
   return resampler_ != nullptr;
 }
 

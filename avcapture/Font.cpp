@@ -41,15 +41,20 @@ FontFile findSansSerif() {
 
 class Font {
  public:
-  Font() {
+  // Where the font could not be opened, it is tried again: there may be a descriptor for it now.
+  cairo_font_face_t* face() {
+    if (face_ == nullptr) open();
+    return face_;
+  }
+
+ private:
+  void open() {
     const FontFile file = findSansSerif();
-    if (file.path.empty() || FT_Init_FreeType(&library_) != 0) return;
+    if (file.path.empty() || (library_ == nullptr && FT_Init_FreeType(&library_) != 0)) return;
     if (FT_New_Face(library_, file.path.c_str(), file.index, &outlines_) != 0) return;
     face_ = cairo_ft_font_face_create_for_ft_face(outlines_, 0);
   }
-  cairo_font_face_t* face() const { return face_; }
 
- private:
   // Kept to the end of the process, as long as Cairo may hold on to them.
   FT_Library library_ = nullptr;
   FT_Face outlines_ = nullptr;
@@ -59,7 +64,7 @@ class Font {
 }  // namespace
 
 cairo_font_face_t* textFont() {
-  static const Font font;
+  static Font font;
   return font.face();
 }
 

@@ -27,6 +27,11 @@ std::optional<Failure> refusal(JoinAnswer answer) {
   }
 }
 
+// Nothing, where memory ran out before there was a reason to tell.
+std::string inBrackets(const std::string& reason) {
+  return reason.empty() ? std::string() : " (" + reason + ")";
+}
+
 std::shared_ptr<platform::View> newView() { return std::make_shared<platform::View>(kViewFrame); }
 
 }  // namespace
@@ -163,7 +168,7 @@ std::optional<Failure> Document::startFailure() const {
     case kStatusViewOpenFailed:
     case kStatusViewOpenFailed2012:
       return Failure{ExitStatus::wrongFile,
-                     "not a media file: " + setup_.file + " (" + view->failure() + ")"};
+                     "not a media file: " + setup_.file + inBrackets(view->failure())};
     case kStatusViewFailed:
       return refusal(JoinAnswer::refuse);
     case kStatusViewLimit:

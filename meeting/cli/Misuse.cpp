@@ -68,6 +68,10 @@ std::string forgottenValue(const CLI::App& app, const std::vector<std::string>& 
     return word.size() > 2 && word.starts_with("--");
   };
   for (std::size_t i = 0; i < words.size(); ++i) {
+    if (isLong(words[i]) && words[i].ends_with('=')) {
+      const CLI::Option* empty = app.get_option_no_throw(words[i].substr(0, words[i].size() - 1));
+      if (empty != nullptr && !empty->get_type_name().empty()) return lacksValue(*empty);
+    }
     const CLI::Option* option = isLong(words[i]) ? app.get_option_no_throw(words[i]) : nullptr;
     if (option == nullptr || option->get_items_expected_max() == 0) continue;
     const auto values = static_cast<std::size_t>(option->get_type_size());

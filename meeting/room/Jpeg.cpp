@@ -12,11 +12,12 @@ namespace {
 constexpr int kQuality = 80;
 }  // namespace
 
-JpegEncoder::JpegEncoder() : compressor_(tjInitCompress(), tjDestroy) {}
+JpegEncoder::JpegEncoder() : compressor_(nullptr, tjDestroy) {}
 
 std::vector<unsigned char> JpegEncoder::encode(const platform::Image& image) {
   const int width = static_cast<int>(image.width);
   const int height = static_cast<int>(image.height);
+  if (compressor_ == nullptr) compressor_.reset(tjInitCompress());
   if (compressor_ == nullptr || width <= 0 || height <= 0) return {};
   unsigned long size = tjBufSize(width, height, TJSAMP_420);
   if (size == std::numeric_limits<unsigned long>::max()) return {};

@@ -1,5 +1,6 @@
 // The small parts of the engine: block cutting and the media clock.
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <csignal>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "avcapture/AudioDecoder.h"
+#include "avcapture/Font.h"
 #include "avcapture/MediaClock.h"
 #include "avcapture/SeekFilter.h"
 #include "avcapture/SideThread.h"
@@ -35,6 +37,17 @@ std::vector<Piece> cut(SoundFormat format, const std::vector<Piece>& pieces) {
   }
   while (auto block = cutter.take(true)) blocks.emplace_back(block->microseconds, block->frames());
   return blocks;
+}
+
+TEST(Font, IsOpenedOnceThereIsADescriptorForIt) {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  const rlimit none{.rlim_cur = 0, .rlim_max = limit.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  const auto* const before = textFont();
+  setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_EQ(before, nullptr);
+  EXPECT_NE(textFont(), nullptr);
 }
 
 TEST(BlockCutter, CutsToTwentyMilliseconds) {

@@ -116,6 +116,7 @@ TEST_F(UsageTest, WhatCannotBeReadIsSaidInASentence) {
       {"present x --attendees 65", "--attendees: not a whole number from 0 to 64: 65 (see "},
       {"present x --attendees 99999999999999999999",
        "--attendees: not a whole number from 0 to 64: 99999999999999999999 (see "},
+      {"present x --web=", "--web lacks its value, [PORT] (see present --help)"},
       {"present x --web=99999", "--web: not a whole number from 0 to 65535: 99999 (see "},
       {"present x --duration 0", "--duration: not a number from 0.001 to 1000000000: 0 (see "},
       {"present x --duration nan", "--duration: not a number from 0.001 to 1000000000: nan (see "},

@@ -1,5 +1,7 @@
 // What is thrown on the room's threads costs the picture or the visitor that it was thrown for.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <turbojpeg.h>
 
 #include <atomic>
 #include <map>
@@ -14,8 +16,32 @@
 #include "tests/room/FakeModel.h"
 #include "tests/room/RoomClient.h"
 
+namespace {
+std::atomic<int> compressorsToFail{0};
+}  // namespace
+
+// Takes the library's place in this program.
+extern "C" tjhandle tjInitCompress() {
+  if (compressorsToFail > 0) return --compressorsToFail, nullptr;
+  return reinterpret_cast<tjhandle (*)()>(::dlsym(RTLD_NEXT, "tjInitCompress"))();
+}
+
 namespace meeting {
 namespace {
+
+TEST(FailureTest, ACompressorThatCouldNotBeMadeIsMadeLater) {
+  compressorsToFail = 1;
+  std::atomic<int> empty{0};
+  std::atomic<int> made{0};
+  PictureEncoder encoder([&](const std::string&, const std::vector<unsigned char>& jpeg) {
+    ++(jpeg.empty() ? empty : made);
+  });
+  encoder.encode("view", {{8, 8}, {}});
+  EXPECT_TRUE(pumpUntil([&] { return empty == 1; }));
+  encoder.encode("view", {{8, 8}, {}});
+  EXPECT_TRUE(pumpUntil([&] { return empty == 2 || made == 1; }));
+  EXPECT_EQ(made, 1);
+}
 
 TEST(FailureTest, APictureThatFailsIsDroppedAndTheNextIsMade) {
   std::atomic<int> failed{0};
