@@ -36,6 +36,7 @@ enum class Fault {
   losesVolume,
   neverEnds,
   noCleanup,
+  otherModule,
   otherThread,
   otherVersion,
   ownView,  // nothing is wrong with it
@@ -68,6 +69,7 @@ class Router final : public IUCFMsgRouter {
     const auto wrong = [&](unsigned long at, Fault fault) {
       return command && message == at && kFault == fault;
     };
+    if (to == MODULE_TYPE_MMP && kFault == Fault::otherModule) to = enumMODULE_TYPE{3};
     const auto pass = [&] { return host->RouteMessage(from, to, type, message, wParam, lParam); };
     if (wrong(MM_MEDIASTREAMING_CMD_VOLUME, Fault::losesVolume)) return UCF_OK;
     if (wrong(MM_MEDIASTREAMING_CMD_REGISTER, Fault::registersNowhere)) return 1;

@@ -53,6 +53,8 @@ constexpr Row kRows[] = {
     {"neverEnds", "ContractTest.ReleaseEndsInOrder", "failed", "unregister"},
     {"noCleanup", "Bundle.HasTheFiveExports", "failed", "got NULL (UCFCleanup)"},
     {"noCleanup", "ContractTest.ReleaseEndsInOrder", "skipped", "an export is missing"},
+    {"otherModule", "ContractTest.APresenterStartsStepByStep", "failed",
+     "\\\"for 3\\\" (RouteMessage to a module that is neither "},
     {"otherThread", "ContractTest.CallsItsHostOnTheMainThread", "failed",
      "\\\"status 3 0\\\" (RouteMessage uMsg 2, tagMSSourceStatus: eStatus, lPosition)"},
     {"otherVersion", "Bundle.AnswersBeforeAnyObjectExists", "failed",

@@ -66,6 +66,7 @@ constexpr Meaning kWords[] = {
      "RouteMessage uMsg 2000, tagMSDataStructure: nMediaType, dwTimestamp, bReserved, dwDataLength "
      "bytes of pData, dwFormatLength bytes of pFormat"},
     {"from .*", "RouteMessage from another module than MODULE_TYPE_SVS"},
+    {"for .*", "RouteMessage to a module that is neither MODULE_TYPE_MMP nor MODULE_TYPE_CONF"},
 };
 
 std::string inOneLine(const std::string& text) {

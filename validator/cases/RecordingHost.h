@@ -155,6 +155,9 @@ class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, pub
       *static_cast<std::uint64_t*>(lParam) = kSourceID;
       return say("ids " + std::to_string(type));
     }
+    if (to != MODULE_TYPE_MMP) {
+      say("for " + std::to_string(to));
+    }
     if (type != SVS_MSG_MS_COMMAND) {
       return say("session " + std::to_string(type));
     }
