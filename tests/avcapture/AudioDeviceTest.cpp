@@ -13,6 +13,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -20,6 +21,8 @@
 #include <utility>
 #include <vector>
 
+#include "avcapture/AudioDevice.h"
+#include "avcapture/LoadedPart.h"
 #include "tests/platform/TemporaryFolder.h"
 
 namespace avcapture {
@@ -157,6 +160,30 @@ TEST(AudioDevice, OneThatWasUnpluggedIsOpenedAnewAfterAPause) {
   EXPECT_EQ(::access(other.c_str(), F_OK), 0);
 }
 
+// Does not come back from playing until it is let go.
+class Hanging final : public AudioDevice {
+ public:
+  void play(const SoundBlock& /*block*/, int /*volume*/) override {
+    while (!free) std::this_thread::yield();
+  }
+  void pause() override { ++pauses; }
+  void clear() override { ++clears; }
+
+  static inline std::atomic<bool> free{false};
+  static inline std::atomic<int> pauses{0}, clears{0};
+};
+
+// Seeks go on: what each of them asked for would wait.
+TEST(AudioDevice, OneThatHangsIsAskedOnceToForget) {
+  const std::unique_ptr<AudioDevice> device = openAudioDevice();
+  play(*device, 1);
+  for (int i = 0; i < 1000; ++i) device->clear();
+  Hanging::free = true;
+  device->pause();  // comes after all of them
+  while (Hanging::pauses == 0) std::this_thread::yield();
+  EXPECT_EQ(Hanging::clears, 1);
+}
+
 TEST(AudioDevice, ThreadsComeAndGoWithoutTakingItFromEachOther) {
   // The dummy driver has but one device.
   ::setenv("SDL_AUDIODRIVER", "disk", 1);
@@ -175,6 +202,14 @@ TEST(AudioDevice, ThreadsComeAndGoWithoutTakingItFromEachOther) {
   EXPECT_EQ(sounding, 40);
 }
 
+AudioDevice* makeHanging() { return new Hanging; }
+
 }  // namespace
+
+// In place of the part that brings the machine's own device.
+void* findMaker(const char* /*library*/, const char* maker) {
+  const bool ofDevices = std::strcmp(maker, "makeAudioDevice") == 0;
+  return ofDevices ? reinterpret_cast<void*>(&makeHanging) : nullptr;
+}
 
 }  // namespace avcapture

@@ -41,9 +41,10 @@ TEST_F(AppStateTest, PlayerStateComesBackAsTheContainerKeptIt) {
 TEST_F(AppStateTest, OpeningMakesThePlayerOnceAndReportsFalseWhenItWorked) {
   takeTraceLines();
   EXPECT_FALSE(app->RenderFileName("/m/talk.mov"));
-  EXPECT_THAT(takeTraceLines()[1],
-              testing::MatchesRegex("I CMovaraApp::RenderFileName, m_pAVRender address = "
-                                    "0x[0-9a-f]{1,8}, this = 0x[0-9a-f]{1,8} "));
+  const auto lines = takeTraceLines();
+  ASSERT_GE(lines.size(), 2U);
+  EXPECT_THAT(lines[1], testing::MatchesRegex("I CMovaraApp::RenderFileName, m_pAVRender address = "
+                                              "0x[0-9a-f]{1,8}, this = 0x[0-9a-f]{1,8} "));
   ASSERT_TRUE(FakeFramework::view);
   const auto first = FakeFramework::view;
   EXPECT_TRUE(first->asset);
