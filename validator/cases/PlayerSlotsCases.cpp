@@ -73,8 +73,10 @@ CONTRACT_CASE(PlayerSlots, OfTheViewAndItsPlace, slots,
               "the player's slots: view, place and movie") {
   createActive();
   EXPECT_FALSE(call<bool>(17));
-  call<void>(18, 1);
-  EXPECT_TRUE(call<bool>(17));
+  for (const int fullscreen : {1, 0, 1}) {
+    call<void>(18, fullscreen);
+    EXPECT_EQ(call<bool>(17), fullscreen == 1);
+  }
   EXPECT_THAT(told(19), ElementsAre("deactive"));
   EXPECT_FALSE(call<bool>(32));
   EXPECT_THAT(told(20), ElementsAre("attachToSuperView 1", "active"));
