@@ -1,6 +1,7 @@
 #include "meeting/Suggestion.h"
 
 #include <algorithm>
+#include <cctype>
 #include <numeric>
 #include <utility>
 
@@ -28,16 +29,24 @@ std::size_t distance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
+std::string inLowerCase(std::string text) {
+  for (char& letter : text)
+    letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+  return text;
+}
+
 std::string nearest(std::string_view typed, const std::vector<std::string>& known) {
+  const std::string wanted = inLowerCase(std::string(typed));
   constexpr std::size_t kLongest = 64;  // beyond that it is no slip
   std::string found;
-  std::size_t least = std::max<std::size_t>(typed.size() / 3, 1) + 1;
-  for (const std::string& word : known) {
-    const bool begun = typed.size() > 3 && word.compare(0, typed.size(), typed) == 0;
-    const std::size_t far = begun ? 0 : typed.size() > kLongest ? least : distance(typed, word);
+  std::size_t least = std::max<std::size_t>(wanted.size() / 3, 1) + 1;
+  for (const std::string& each : known) {
+    const std::string name = inLowerCase(each);
+    const bool begun = wanted.size() > 3 && name.starts_with(wanted);
+    const std::size_t far = begun ? 0 : wanted.size() > kLongest ? least : distance(wanted, name);
     if (far >= least) continue;
     least = far;
-    found = word;
+    found = each;
   }
   return found;
 }

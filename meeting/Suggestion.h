@@ -7,7 +7,10 @@
 
 namespace meeting {
 
-// The word among `known` that is nearest to `typed`, or begins with it; empty when none is near.
+std::string inLowerCase(std::string text);
+
+// The word among `known` that is nearest to `typed`, or begins with it, whatever the case of
+// either; empty when none is near.
 std::string nearest(std::string_view typed, const std::vector<std::string>& known);
 
 // " (did you mean TEXT?)"; empty without a text.

@@ -67,12 +67,6 @@ std::string sectionOfLevels() {
   return text;
 }
 
-std::string inLowerCase(std::string text) {
-  for (char& letter : text)
-    letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
-  return text;
-}
-
 bool isMeant(const std::string& word, const Case& what) {
   return inLowerCase(what.name).find(inLowerCase(word)) != std::string::npos;
 }
@@ -97,7 +91,7 @@ std::string suggestedCase(const std::string& word, const std::vector<Case>& case
   std::string name = suggestion(word, names);
   if (!name.empty()) return name;
   std::transform(parts.begin(), parts.end(), parts.begin(), inLowerCase);
-  return suggestion(inLowerCase(word), parts);
+  return suggestion(word, parts);
 }
 
 // The cases that the words choose, or which of the words means none.
