@@ -6,6 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "meeting/MessageBytes.h"
+
 namespace meeting {
 
 namespace {
@@ -20,24 +22,27 @@ bool contains(const std::string_view* begin, const std::string_view* end, std::s
   return std::find(begin, end, word) != end;
 }
 
-std::string_view valueOf(const Fields& fields, std::string_view name) {
+std::string valueOf(const Fields& fields, std::string_view name) {
   for (const auto& [each, value] : fields)
-    if (each == name) return value;
+    if (each == name) return value.text();
   return {};
 }
 
 bool isSample(const PassedMessage& message) { return message.kind() == MessageKind::sample; }
+
+const char* mediumOf(std::string_view type) {
+  return type == "MM_MEDIASTREAMING_MEDIATYPE_AUDIO" ? "sound" : "picture";
+}
 
 // Which of a participant's lanes a message belongs to: each sample has one of its own. Empty for a
 // message that is not compared.
 std::string laneOf(const PassedMessage& message, const Fields& fields) {
   const std::string_view name = message.name();
   if (contains(std::begin(kByTheClock), std::end(kByTheClock), name)) return {};
-  const std::string_view type = valueOf(fields, isSample(message) ? "nMediaType" : "eMediaType");
-  if (type.empty() && name != kWithPictures) return "message ";
-  const std::string medium = type == "MM_MEDIASTREAMING_MEDIATYPE_AUDIO" ? "sound " : "picture ";
-  return medium +
-         (isSample(message) ? "at " + std::string(valueOf(fields, "dwTimestamp")) : "format ");
+  const std::string type = valueOf(fields, isSample(message) ? "nMediaType" : "eMediaType");
+  if (type.empty() && name != kWithPictures) return "message";
+  const std::string medium = mediumOf(type);
+  return medium + (isSample(message) ? " at " + valueOf(fields, "dwTimestamp") : " format");
 }
 
 // Left out: when it was, and whether a picture is shown once more.
@@ -46,107 +51,170 @@ bool isTime(std::string_view name, const Fields& fields) {
   return name == "bReserved";
 }
 
-// A lane's messages, and what is compared of them.
-struct Lane {
-  using Entry = std::pair<const PassedMessage*, std::string>;
-  std::vector<Entry> messages;
-  std::map<std::string, std::size_t> handles;  // in the order in which they appeared
+// What recordings of former programs do not say: between which modules messages were routed, and to
+// whom commands were sent.
+struct Told {
+  bool modules = false;
+  bool users = false;
 
-  void add(const PassedMessage& message, const Fields& fields, bool withModules) {
-    std::string text = std::string(directionName(message.direction())) + ' ' + message.name() +
-                       (message.taken ? "" : " not taken");
-    if (const auto& modules = message.message.modules; modules && withModules)
-      text += ' ' + std::to_string(modules->from) + ' ' + std::to_string(modules->to);
-    for (const auto& [name, value] : fields) {
-      if (isTime(name, fields)) continue;
-      const bool handle = value.starts_with("0x") && value != "0x0";
-      const std::size_t known = handles.size();
-      text += ' ' + name + '=' +
-              (handle ? std::to_string(handles.emplace(value, known).first->second) : value);
+  explicit Told(const std::vector<PassedMessage>& messages) {
+    for (const PassedMessage& each : messages) {
+      modules = modules || each.message.modules;
+      users = users || each.message.toUser;
     }
-    messages.emplace_back(&message, std::move(text));
+  }
+  Told operator&(const Told& other) const {
+    Told both = *this;
+    both.modules = modules && other.modules;
+    both.users = users && other.users;
+    return both;
   }
 };
 
-using Lanes = std::map<std::pair<std::string, std::string>, Lane>;  // by participant and name
+struct Entry {
+  const PassedMessage* message;
+  std::string said;   // what is compared of its head and fields
+  std::string bytes;  // and of its bytes, which may say more
 
-Lanes lanesOf(const std::vector<PassedMessage>& messages, bool withModules) {
-  Lanes lanes;
-  for (const PassedMessage& message : messages) {
-    const Fields fields = message.fields();
-    const std::string lane = laneOf(message, fields);
-    if (!lane.empty()) lanes[{message.participant, lane}].add(message, fields, withModules);
+  bool operator==(const Entry& other) const { return said == other.said && bytes == other.bytes; }
+};
+
+// A lane's messages, and what is compared of them.
+struct Lane {
+  std::vector<Entry> messages;
+  std::map<std::string, std::size_t> handles;  // in the order in which they appeared
+
+  bool holdsSamples() const { return !messages.empty() && isSample(*messages.front().message); }
+  void add(const PassedMessage& message, const Fields& fields, const Told& told) {
+    std::string said = std::string(directionName(message.direction())) + ' ' + message.name() +
+                       (message.taken ? "" : " not taken");
+    if (const auto& modules = message.message.modules; modules && told.modules)
+      said += ' ' + std::to_string(modules->from) + ' ' + std::to_string(modules->to);
+    if (const auto& user = message.message.toUser; user && told.users)
+      said += ' ' + std::to_string(*user);
+    for (const auto& [name, value] : fields) {
+      if (isTime(name, fields)) continue;
+      const std::string text = value.text();
+      const bool handle = text.starts_with("0x") && text != "0x0";
+      const std::size_t known = handles.size();
+      said += ' ' + name + '=' +
+              (handle ? std::to_string(handles.emplace(text, known).first->second) : text);
+    }
+    messages.push_back({&message, std::move(said), comparableBytes(message)});
   }
-  return lanes;
-}
+};
 
-// Recordings of former programs do not say between which modules messages were routed.
-bool haveModules(const std::vector<PassedMessage>& messages) {
-  return std::any_of(messages.begin(), messages.end(),
-                     [](const PassedMessage& message) { return message.message.modules; });
-}
+// The samples of one medium.
+struct Flow {
+  std::size_t samples = 0;
+  const PassedMessage* first = nullptr;
 
-bool holdsSamples(const Lane& lane) {
-  return !lane.messages.empty() && isSample(*lane.messages.front().first);
-}
+  void add(const PassedMessage& message) {
+    if (samples++ == 0) first = &message;
+  }
+};
 
-// A lane that only one of two meetings has is empty in the other, but for a sample.
-void complete(Lanes& lanes, const Lanes& others) {
-  for (const auto& [key, lane] : others)
-    if (!holdsSamples(lane)) lanes[key];
-}
+using Key = std::pair<std::string, std::string>;  // participant and name
 
-bool sameText(const Lane::Entry& one, const Lane::Entry& other) {
-  return one.second == other.second;
-}
+struct Traffic {
+  std::map<Key, Lane> lanes;
+  std::map<Key, Flow> flows;
 
-std::optional<MessageDifference> compare(const Lane& one, const Lane& other) {
+  Traffic(const std::vector<PassedMessage>& messages, const Told& told) {
+    for (const PassedMessage& message : messages) {
+      const Fields fields = message.fields();
+      const std::string lane = laneOf(message, fields);
+      if (!lane.empty()) lanes[{message.participant, lane}].add(message, fields, told);
+      if (isSample(message))
+        flows[{message.participant, mediumOf(valueOf(fields, "nMediaType"))}].add(message);
+    }
+  }
+  // What only the other has is empty here; but a sample, which may have been dropped.
+  void complete(const Traffic& other) {
+    for (const auto& [key, lane] : other.lanes)
+      if (!lane.holdsSamples()) lanes[key];
+    for (const auto& [key, flow] : other.flows) flows[key];
+  }
+};
+
+std::optional<MessageDifference> compareMessages(const Lane& one, const Lane& other) {
   const auto [a, b] = std::mismatch(one.messages.begin(), one.messages.end(),
-                                    other.messages.begin(), other.messages.end(), sameText);
-  if (a == one.messages.end() && b == other.messages.end()) return std::nullopt;
+                                    other.messages.begin(), other.messages.end());
+  const bool ended = a == one.messages.end();
+  const bool otherEnded = b == other.messages.end();
+  if (ended && otherEnded) return std::nullopt;
   return MessageDifference{.participant = {},
-                           .what = std::to_string(a - one.messages.begin() + 1),
-                           .one = a == one.messages.end() ? nullptr : a->first,
-                           .other = b == other.messages.end() ? nullptr : b->first};
+                           .what = ' ' + std::to_string(a - one.messages.begin() + 1),
+                           .one = ended ? nullptr : a->message,
+                           .other = otherEnded ? nullptr : b->message,
+                           .inBytes = !ended && !otherEnded && a->said == b->said};
 }
 
 // Sound need not be the same to the bit before and after a seek, and which of them there is may be
 // a matter of time: one that both have is enough.
 std::optional<MessageDifference> compareSamples(const Lane& one, const Lane& other) {
   const auto same = std::find_first_of(one.messages.begin(), one.messages.end(),
-                                       other.messages.begin(), other.messages.end(), sameText);
+                                       other.messages.begin(), other.messages.end());
   if (same != one.messages.end()) return std::nullopt;
+  const Entry& a = one.messages.front();
+  const Entry& b = other.messages.front();
   return MessageDifference{.participant = {},
                            .what = {},
-                           .one = one.messages.front().first,
-                           .other = other.messages.front().first};
+                           .one = a.message,
+                           .other = b.message,
+                           .inBytes = a.said == b.said};
 }
 
-const PassedMessage& messageOf(const MessageDifference& difference) {
-  return difference.one != nullptr ? *difference.one : *difference.other;
+std::optional<MessageDifference> compare(const Lane& one, const Lane& other) {
+  return (one.holdsSamples() ? compareSamples : compareMessages)(one, other);
+}
+
+// A slow machine drops pictures, but does not lose nearly all of them.
+std::optional<MessageDifference> compare(const Flow& one, const Flow& other) {
+  constexpr std::size_t kFewer = 10;  // times
+  const auto [least, most] = std::minmax(one.samples, other.samples);
+  if (least * kFewer >= most) return std::nullopt;
+  return MessageDifference{.participant = {},
+                           .what = " samples, " + std::to_string(one.samples) + " and " +
+                                   std::to_string(other.samples) + " of them",
+                           .one = one.first,
+                           .other = other.first,
+                           .inBytes = false};
+}
+
+std::uint64_t numberOf(const MessageDifference& difference) {
+  return (difference.one != nullptr ? difference.one : difference.other)->number;
+}
+
+// The earliest of the differences of what both have.
+template <class Compared>
+std::optional<MessageDifference> firstOf(const std::map<Key, Compared>& these,
+                                         const std::map<Key, Compared>& others) {
+  std::optional<MessageDifference> first;
+  for (const auto& [key, one] : these) {
+    const auto other = others.find(key);
+    if (other == others.end()) continue;
+    auto difference = compare(one, other->second);
+    if (!difference || (first && numberOf(*first) <= numberOf(*difference))) continue;
+    difference->participant = key.first;
+    difference->what.insert(0, key.second);
+    first = std::move(difference);
+  }
+  return first;
 }
 
 }  // namespace
 
 std::optional<MessageDifference> firstDifference(const std::vector<PassedMessage>& one,
                                                  const std::vector<PassedMessage>& other) {
-  const bool withModules = haveModules(one) && haveModules(other);
-  Lanes lanes = lanesOf(one, withModules);
-  Lanes others = lanesOf(other, withModules);
-  complete(lanes, others);
-  complete(others, lanes);
-  std::optional<MessageDifference> first;
-  for (const auto& [key, lane] : lanes) {
-    const auto found = others.find(key);
-    if (found == others.end()) continue;
-    auto difference = (holdsSamples(lane) ? compareSamples : compare)(lane, found->second);
-    if (!difference || (first && messageOf(*first).number <= messageOf(*difference).number))
-      continue;
-    difference->participant = key.first;
-    difference->what.insert(0, key.second);
-    first = std::move(difference);
-  }
-  return first;
+  const Told told = Told(one) & Told(other);
+  Traffic these(one, told);
+  Traffic others(other, told);
+  these.complete(others);
+  others.complete(these);
+  // How many samples there were follows from the messages, as far as those differ.
+  auto first = firstOf(these.lanes, others.lanes);
+  return first ? first : firstOf(these.flows, others.flows);
 }
 
 }  // namespace meeting

@@ -63,7 +63,7 @@ void say(Fields& fields, const tagMSRegisterInfo& record, const RawMessage& /*me
   fields.emplace_back("eChannelType", channelTypeText(record.eChannelType));
   const bool source = record.eChannelType == MM_MEDIASTREAMING_CHANNEL_SOURCE;
   fields.emplace_back("dwDuration",
-                      source ? milliseconds(record.dwDuration) : number(record.dwDuration) + " s");
+                      source ? milliseconds(record.dwDuration) : number(record.dwDuration, "s"));
   fields.emplace_back("eMediaContent", mediaContentText(record.eMediaContent));
 }
 
@@ -77,9 +77,7 @@ void say(Fields& fields, const tagMSSourceStatus& record, const RawMessage& /*me
   fields.emplace_back("eChannelType", channelTypeText(record.eChannelType));
   fields.emplace_back("eStatus", sourceStatusText(record.eStatus));
   fields.emplace_back("lPosition", milliseconds(record.lPosition));
-  fields.emplace_back("dwSeekMark", record.dwSeekMark == MM_MEDIASTREAMING_SEEK_MARK
-                                        ? "MM_MEDIASTREAMING_SEEK_MARK"
-                                        : number(record.dwSeekMark));
+  fields.emplace_back("dwSeekMark", seekMarkText(record.dwSeekMark));
 }
 
 void say(Fields& fields, const tagMSMediaFormat& record, const RawMessage& message) {
@@ -94,7 +92,7 @@ void say(Fields& fields, const tagMSDataStructure& record, const RawMessage& mes
   fields.emplace_back("sourceID", number(record.sourceID));
   fields.emplace_back("nMediaType", mediaTypeText(record.nMediaType));
   fields.emplace_back("dwTimestamp", milliseconds(record.dwTimestamp));
-  fields.emplace_back("bReserved", record.bReserved != 0 ? "still" : "live");
+  fields.emplace_back("bReserved", word(record.bReserved != 0 ? "still" : "live"));
   fields.emplace_back("dwDataLength", bytes(record.dwDataLength));
   fields.emplace_back("dwFormatLength", bytes(record.dwFormatLength));
   addFormat(fields, message, record.nMediaType);
@@ -184,13 +182,14 @@ void say(Fields& fields, const JoinFailure& record, const RawMessage& /*message*
 
 void say(Fields& fields, const tagStmCommand& record, const RawMessage& message) {
   fields.emplace_back("dwLength", bytes(record.dwLength));
-  struct WithUser {
-    tagStmCommand header;
-    std::uint32_t user;
-  };
-  if (record.dwCommand != SVS_QUERY_JOINSEESION_FAILED_CMD) return;
-  if (const auto query = recordOf<WithUser>(message))
-    fields.emplace_back("user", number(query->user));
+  const auto payload = message.recordCopy().subspan(sizeof record);
+  // An identity: the first half of it is the user's id.
+  std::uint32_t userId = 0;
+  if (record.dwCommand == SVS_QUERY_JOINSEESION_FAILED_CMD && payload.size() >= 2 * sizeof userId) {
+    std::memcpy(&userId, payload.data(), sizeof userId);
+    fields.emplace_back("userId", number(userId));
+  }
+  if (!payload.empty()) fields.emplace_back("payload", word(hexadecimal(payload)));
 }
 
 void say(Fields& /*fields*/, const NoRecord& /*record*/, const RawMessage& /*message*/) {}

@@ -35,9 +35,13 @@ void MessageJournal::record(std::string_view participant, Direction direction,
 }
 
 void MessageJournal::recordCommand(std::string_view participant, Direction direction,
-                                   std::span<const unsigned char> command) {
+                                   std::span<const unsigned char> command,
+                                   std::optional<std::uint32_t> toUser) {
   const MessageKey key{MessageWay::command, direction, 0, commandOf(command)};
-  if (count(key)) pass(participant, true, RawMessage::data(key, command));
+  if (!count(key)) return;
+  RawMessage raw = RawMessage::data(key, command);
+  raw.toUser = toUser;
+  pass(participant, true, raw);
 }
 
 void MessageJournal::recordParameterData(std::string_view participant, Direction direction,

@@ -11,6 +11,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -47,9 +48,10 @@ class MessageJournal {
   void record(std::string_view participant, Direction direction, const Modules& modules,
               unsigned long type, unsigned long uMsg, const void* wParam, const void* lParam,
               UCFResult answer);
-  // A participant's command, or one that it gets.
+  // A participant's command to a user, or to SVS_USER_EVERYBODY; or one that it gets, without.
   void recordCommand(std::string_view participant, Direction direction,
-                     std::span<const unsigned char> command);
+                     std::span<const unsigned char> command,
+                     std::optional<std::uint32_t> toUser = std::nullopt);
   // Parameter data that a participant sets, or is told.
   void recordParameterData(std::string_view participant, Direction direction, std::uint32_t id,
                            std::span<const unsigned char> data);

@@ -14,6 +14,7 @@
 
 #include "meeting/MediaFile.h"
 #include "meeting/MessageText.h"
+#include "meeting/MessageValues.h"
 
 namespace meeting {
 
@@ -26,19 +27,6 @@ constexpr int kVersion = 1;
 constexpr std::size_t kLongestLine = 4096;  // ours have a few hundred characters
 constexpr std::size_t kHashDigits = 32;
 constexpr std::string_view kDigits = "0123456789abcdef";
-
-// ---- out
-
-std::string hexadecimal(std::span<const std::byte> bytes) {
-  std::string text;
-  for (const std::byte each : bytes) {
-    text += kDigits[std::to_integer<std::size_t>(each) >> 4U];
-    text += kDigits[std::to_integer<std::size_t>(each) & 0xFU];
-  }
-  return text;
-}
-
-// ---- in
 
 // Says what is wrong with a line.
 class Damage : public std::runtime_error {
@@ -107,6 +95,8 @@ RawMessage rawMessage(const json& line) {
   if (line.contains("fromModule"))
     raw.modules = {.from = static_cast<std::uint32_t>(countAt(line, "fromModule", kMost)),
                    .to = static_cast<std::uint32_t>(countAt(line, "toModule", kMost))};
+  if (line.contains("toUser"))
+    raw.toUser = static_cast<std::uint32_t>(countAt(line, "toUser", kMost));
   raw.length = static_cast<std::uint32_t>(countAt(line, "length", kMost));
   raw.recordBytes = bytesAt(line, "record", raw.record);
   raw.extraBytes = bytesAt(line, "pointed", raw.extra);
@@ -148,6 +138,8 @@ class Lines {
     if (file_.fail()) throw Damage("is longer than a message");
     return line.data();
   }
+  // Whether the last one lacks its line end, as when its writer was killed.
+  bool areCutOff() const { return file_.eof(); }
   std::uint64_t number() const { return number_; }
 
  private:
@@ -164,7 +156,7 @@ void readHead(Lines& lines) {
 
 void readMessages(Lines& lines, const std::function<bool(PassedMessage)>& take) {
   std::uint64_t number = 0;
-  for (auto text = lines.next(); text; text = lines.next()) {
+  for (auto text = lines.next(); text && !lines.areCutOff(); text = lines.next()) {
     const json line = documentOf(*text);
     if (line.contains("end")) {
       if (countAt(line, "end", number) != number) throw Damage("counts other messages");
@@ -195,12 +187,13 @@ std::string recordingLine(const PassedMessage& message) {
                     {"uMsg", raw.key.uMsg},
                     {"taken", message.taken},
                     {"length", raw.length},
-                    {"record", hexadecimal(std::span(raw.record).first(raw.recordBytes))},
-                    {"pointed", hexadecimal(std::span(raw.extra).first(raw.extraBytes))}};
+                    {"record", hexadecimal(raw.recordCopy())},
+                    {"pointed", hexadecimal(raw.extraCopy())}};
   if (raw.modules) {
     line["fromModule"] = raw.modules->from;
     line["toModule"] = raw.modules->to;
   }
+  if (raw.toUser) line["toUser"] = *raw.toUser;
   if (!message.hash.empty()) line["hash"] = message.hash;
   return lineOf(line);
 }

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <limits>
 
 #include "meeting/MessageFields.h"
-#include "meeting/MessageValues.h"
 #include "mmp/ParticipantRecords.h"
 #include "mmp/RequestRecords.h"
 #include "mmp/StatusRecords.h"
@@ -45,6 +45,10 @@ Pointed sourceId(const void* /*record*/, const void* lParam) {
 
 // ---- the known messages
 
+constexpr unsigned long kAnyNumber = std::numeric_limits<unsigned long>::max();
+
+Fields numberOf(const RawMessage& message) { return {{"uMsg", number(message.key.uMsg)}}; }
+
 struct Known {
   MessageKey key;
   const char* name;
@@ -81,6 +85,9 @@ constexpr std::size_t kSizeOf<NoRecord> = 0;
     ROUTED(toObject, ROUTE_TYPE_MEDIASTREAMING, name), #name, MessageKind::status, \
         kSizeOf<Record>, fieldsAs<Record>                                          \
   }
+// All of a family, whatever their numbers.
+#define FAMILY(type) \
+  { ROUTED(toObject, type, kAnyNumber), #type, MessageKind::session, kSizeOf<NoRecord>, numberOf }
 #define BETWEEN(way, id, Record)                                                            \
   {                                                                                         \
     {MessageWay::way, Direction::toObject, 0, id}, #id, MessageKind::data, kSizeOf<Record>, \
@@ -117,6 +124,7 @@ constexpr Known kKnown[] = {
     STATUS(MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_STATUS, tagMSPlayStatus),
     STATUS(MM_MEDIASTREAMING_MSSTATUS_CHANNEL_STATUS, tagMSChannelStatus),
     STATUS(MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION, tagMSVideoInfo),
+    FAMILY(ROUTE_TYPE_NB),
     BETWEEN(command, SVS_QUERY_JOINSEESION_FAILED_CMD, tagStmCommand),
     BETWEEN(command, SVS_JOINSESSION_FAILED_CMD, tagStmCommand),
     BETWEEN(parameterData, STM_PARAMETER_MEDIA_INFO, tagStmMediaInfo),
@@ -128,6 +136,7 @@ constexpr Known kKnown[] = {
 #undef REQUEST
 #undef SESSION
 #undef STATUS
+#undef FAMILY
 #undef BETWEEN
 
 static_assert(std::size(kKnown) <= kUnknownMessage);
@@ -145,10 +154,18 @@ std::uint8_t copyInto(std::array<std::byte, size>& target, const void* source, s
   return static_cast<std::uint8_t>(copied);
 }
 
-Fields unknownFields(const RawMessage& message) {
-  if (message.key.way == MessageWay::routed)
-    return {{"type", number(message.key.type)}, {"uMsg", number(message.key.uMsg)}};
-  return {{message.key.way == MessageWay::command ? "dwCommand" : "id", number(message.key.uMsg)}};
+// What tells an unknown message from others.
+Fields keyFields(const MessageKey& key) {
+  if (key.way == MessageWay::command) return {{"dwCommand", number(key.uMsg)}};
+  if (key.way == MessageWay::parameterData) return {{"id", number(key.uMsg)}};
+  const bool toHost = key.direction == Direction::toHost;
+  return {{"type", toHost ? number(key.type) : routeTypeText(key.type)},
+          {"uMsg", number(key.uMsg)}};
+}
+
+Fields recordFields(const RawMessage& message, const Known* entry) {
+  if (entry != nullptr) return entry->fields(message);
+  return message.key.way == MessageWay::command ? fieldsAs<tagStmCommand>(message) : Fields{};
 }
 
 }  // namespace
@@ -175,7 +192,8 @@ RawMessage RawMessage::data(const MessageKey& key, std::span<const unsigned char
 
 std::size_t messageIndex(const MessageKey& key) {
   const auto* found = std::find_if(std::begin(kKnown), std::end(kKnown), [&](const Known& entry) {
-    return entry.key.uMsg == key.uMsg && entry.key.type == key.type && entry.key.way == key.way &&
+    return (entry.key.uMsg == key.uMsg || entry.key.uMsg == kAnyNumber) &&
+           entry.key.type == key.type && entry.key.way == key.way &&
            (key.way != MessageWay::routed || entry.key.direction == key.direction);
   });
   return found == std::end(kKnown) ? kUnknownMessage
@@ -236,7 +254,11 @@ std::span<const std::byte> sampleData(const RawMessage& message) {
 
 Fields messageFields(const RawMessage& message) {
   const Known* entry = known(message.key);
-  Fields fields = entry != nullptr ? entry->fields(message) : unknownFields(message);
+  Fields fields = entry != nullptr ? Fields{} : keyFields(message.key);
+  const Fields said = recordFields(message, entry);
+  fields.insert(fields.end(), said.begin(), said.end());
+  if (said.empty() && message.recordBytes > 0)
+    fields.emplace_back("record", word(hexadecimal(message.recordCopy())));
   if (message.key.way != MessageWay::routed) fields.emplace_back("length", bytes(message.length));
   return fields;
 }

@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "meeting/MessageValues.h"
+
 namespace meeting {
 
 enum class Direction : std::uint8_t {
@@ -19,7 +21,7 @@ enum class Direction : std::uint8_t {
 };
 
 enum class MessageKind : std::uint8_t {
-  session,  // session messages, and requests to start and stop the session
+  session,  // session messages, those of ROUTE_TYPE_NB, requests to start and stop the session
   request,  // requests to the platform or the conference, but for media data
   sample,   // media data
   status,   // the platform's status messages
@@ -51,7 +53,7 @@ struct Modules {
   std::uint32_t to = 0;
 };
 
-using Fields = std::vector<std::pair<std::string, std::string>>;  // name and value, as text
+using Fields = std::vector<std::pair<std::string, Value>>;  // by their names
 
 // A message as it was copied while it passed: records and what they point to live for a call only.
 struct RawMessage {
@@ -59,7 +61,8 @@ struct RawMessage {
   static constexpr std::size_t kMaxExtra = 32;   // tMSAUDIOFORMATEX, the longest pointed to
 
   MessageKey key;
-  std::optional<Modules> modules;  // of a routed message, unless it was recorded without
+  std::optional<Modules> modules;       // of a routed message, unless it was recorded without
+  std::optional<std::uint32_t> toUser;  // of a command that is sent; SVS_USER_EVERYBODY: to all
   std::uint32_t length = 0;  // of a command or of parameter data, which may be longer than the copy
   std::uint8_t recordBytes = 0;  // copied of the record; 0: there was none
   std::uint8_t extraBytes = 0;   // copied of what the record points to, or of the second record
@@ -68,6 +71,9 @@ struct RawMessage {
 
   static RawMessage routed(const MessageKey& key, const void* wParam, const void* lParam);
   static RawMessage data(const MessageKey& key, std::span<const unsigned char> data);
+
+  std::span<const std::byte> recordCopy() const { return std::span(record).first(recordBytes); }
+  std::span<const std::byte> extraCopy() const { return std::span(extra).first(extraBytes); }
 };
 
 // Position of a message in the table of the known ones; kUnknownMessage for any other.
@@ -78,6 +84,9 @@ MessageKind messageKind(const MessageKey& key);
 const char* kindName(MessageKind kind);          // "session", "request", ...
 const char* directionName(Direction direction);  // "host" or "object", where it goes to
 const char* wayName(MessageWay way);             // "routed", "command", "parameterData"
+// What a message says, by the names that its record gives. Bytes that no field of a record holds,
+// as the record is unknown or too short, are one field, "record"; those behind a command's header
+// are "payload". Of either there are as many as were copied.
 Fields messageFields(const RawMessage& message);
 // The data of a sample, where its record says that they are; empty for any other message. As
 // trustworthy as the record.

@@ -22,7 +22,7 @@ struct PassedMessage {
   const char* name() const { return messageName(messageIndex(message.key)); }
   Fields fields() const {
     Fields all = messageFields(message);
-    if (!hash.empty()) all.emplace_back("hash", hash);
+    if (!hash.empty()) all.emplace_back("hash", word(hash));
     return all;
   }
 };

@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include "mmp/ParticipantRecords.h"
+
 namespace meeting {
 
 namespace {
@@ -36,7 +38,7 @@ std::uint32_t Runtime::GetRuntimeMode() { return setup_.mode; }
 UCFResult Runtime::SendDataToAll(void* data, std::uint32_t length, std::uint32_t /*reserved*/) {
   if (!isAcceptable(data, length)) return UCF_E_INVALID_ARG;
   const Bytes command = copyOf(data, length);
-  journal_.recordCommand(id_, Direction::toHost, command);
+  journal_.recordCommand(id_, Direction::toHost, command, SVS_USER_EVERYBODY);
   conference_.sendToAllBut(member_.userId(), command);
   return UCF_OK;
 }
@@ -45,7 +47,7 @@ UCFResult Runtime::SendDataToUser(void* data, std::uint32_t length, std::uint32_
                                   std::uint32_t /*reserved*/) {
   if (!isAcceptable(data, length)) return UCF_E_INVALID_ARG;
   const Bytes command = copyOf(data, length);
-  journal_.recordCommand(id_, Direction::toHost, command);
+  journal_.recordCommand(id_, Direction::toHost, command, userId);
   conference_.sendToUser(userId, command);
   return UCF_OK;
 }

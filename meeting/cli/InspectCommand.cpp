@@ -1,5 +1,6 @@
 // movara-meeting inspect
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstddef>
 #include <map>
 #include <memory>
@@ -9,10 +10,10 @@
 #include <set>
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "meeting/MessageBytes.h"
 #include "meeting/MessageDifference.h"
 #include "meeting/MessageRecording.h"
 #include "meeting/MessageText.h"
@@ -24,12 +25,13 @@ namespace meeting {
 namespace {
 
 const char* const kCompared =
-    R"(  Of each participant its messages in their order, with name, direction, answer and fields, apart
-  from them the formats of pictures and sound, and of the pictures and sound blocks that both
-  meetings carried those with the same timestamp, by sizes and hashes. Not what time decides: when
-  a message came, positions but those that are sought, what is said at intervals, and which
-  pictures still came before a pause or a seek. What differs first is printed, the message of the
-  first recording behind "-", that of the second behind "+"; nothing when nothing differs.)";
+    R"(  Of each participant its messages in their order, with name, direction, answer, fields and bytes,
+  apart from them the formats of pictures and sound, and of the pictures and sound blocks that both
+  meetings carried those with the same timestamp, by sizes and hashes; nearly all of them must not
+  be missing. Not what time decides: when a message came, positions but those that are sought, what
+  is said at intervals, and which pictures still came before a pause or a seek. What differs first
+  is printed, the message of the first recording behind "-", that of the second behind "+", and its
+  bytes where only they tell; nothing when nothing differs.)";
 
 struct Words {
   std::vector<std::string> files;
@@ -39,26 +41,34 @@ struct Words {
   bool diff = false;
 };
 
+// `word` is in lower case.
+bool hasWord(const char* name, const std::string& word) {
+  return !word.empty() && inLowerCase(name).find(word) != std::string::npos;
+}
+
 bool isMeant(const std::string& word, const PassedMessage& message) {
-  return word == message.participant || word == kindName(message.kind()) ||
-         (!word.empty() && std::string_view(message.name()).find(word) != std::string_view::npos);
+  return word == inLowerCase(message.participant) || word == kindName(message.kind()) ||
+         hasWord(message.name(), word);
 }
 
 // Whether there are such messages, though none may have passed.
 bool isOfTheLanguage(const std::string& word) {
   for (const MessageKind kind : kMessageKinds)
     if (word == kindName(kind)) return true;
-  for (std::size_t i = 0; !word.empty() && i <= kUnknownMessage; ++i)
-    if (std::string_view(messageName(i)).find(word) != std::string_view::npos) return true;
+  for (std::size_t i = 0; i <= kUnknownMessage; ++i)
+    if (hasWord(messageName(i), word)) return true;
   return false;
 }
 
-// Chooses messages by the words, and notes which of them meant any.
+// Chooses messages by the words, in any case, and notes which of them meant any.
 class Selection {
  public:
   explicit Selection(const Words& words) {
-    for (const std::string& word : words.only) only_[word] = false;
-    for (const std::string& word : words.without) without_[word] = false;
+    for (const std::string& word : words.only) only_[inLowerCase(word)].typed = word;
+    for (const std::string& word : words.without) {
+      Word& without = without_[inLowerCase(word)];
+      without = {.typed = word, .isRight = isOfTheLanguage(inLowerCase(word))};
+    }
     for (const MessageKind kind : kMessageKinds) known_.insert(kindName(kind));
   }
 
@@ -69,26 +79,37 @@ class Selection {
     return !means(without_, message) && wanted;
   }
 
+  // Whether no word can be wrong any more.
+  bool isRight() const { return areRight(only_) && areRight(without_); }
+
   // A wrong word must not look like a meeting in which nothing passed, nor be passed over.
   Outcome outcome() const {
-    for (const auto& [word, met] : only_)
-      if (!met) return unknown("--only", word);
-    for (const auto& [word, met] : without_)
-      if (!met && !isOfTheLanguage(word)) return unknown("--without", word);
+    for (const auto& [word, only] : only_)
+      if (!only.isRight) return unknown("--only", only.typed);
+    for (const auto& [word, without] : without_)
+      if (!without.isRight) return unknown("--without", without.typed);
     return {};
   }
 
  private:
-  using Met = std::map<std::string, bool>;  // a word, and whether it meant a message
+  struct Word {
+    std::string typed;
+    bool isRight = false;  // it has meant a message, or may
+  };
+  using Chosen = std::map<std::string, Word>;  // by the word in lower case
 
-  static bool means(Met& words, const PassedMessage& message) {
+  static bool means(Chosen& words, const PassedMessage& message) {
     bool any = false;
-    for (auto& [word, met] : words) {
+    for (auto& [word, chosen] : words) {
       if (!isMeant(word, message)) continue;
-      met = true;
+      chosen.isRight = true;
       any = true;
     }
     return any;
+  }
+  static bool areRight(const Chosen& words) {
+    return std::all_of(words.begin(), words.end(),
+                       [](const auto& entry) { return entry.second.isRight; });
   }
   // The word and, of a message's name, its parts.
   void learn(const std::string& word) {
@@ -101,24 +122,33 @@ class Selection {
                                              suggestion(word, {known_.begin(), known_.end()})});
   }
 
-  Met only_;
-  Met without_;
+  Chosen only_;
+  Chosen without_;
   std::set<std::string> known_;
 };
 
+// Only the recording knows its participants: lines wait until no word can be wrong, lest they are
+// followed by the refusal of one.
 Outcome show(const Words& words, std::ostream& out) {
   Selection selection(words);
+  std::string waiting;
   const auto failure = readRecording(words.files.front(), [&](const PassedMessage& message) {
     if (selection.has(message))
-      out << (words.json ? lineOf(messageAsJson(message)) : messageAsText(message)) << '\n';
+      waiting += (words.json ? lineOf(messageAsJson(message)) : messageAsText(message)) + '\n';
+    if (selection.isRight()) out << std::exchange(waiting, {});
     return out.good();
   });
-  if (failure) return outcomeOf(*failure);
+  if (failure) {
+    out << waiting;
+    return outcomeOf(*failure);
+  }
   return out.good() ? selection.outcome() : Outcome{};
 }
 
-void print(std::ostream& out, const char* sign, const PassedMessage* message) {
-  out << sign << (message != nullptr ? messageAsText(*message) : " nothing more") << '\n';
+void print(std::ostream& out, const char* sign, const PassedMessage* message, bool bytes) {
+  out << sign << (message != nullptr ? messageAsText(*message) : " nothing more");
+  if (bytes) out << "  (" << comparableBytes(*message) << ')';
+  out << '\n';
 }
 
 Outcome compare(const Words& words, std::ostream& out) {
@@ -135,8 +165,8 @@ Outcome compare(const Words& words, std::ostream& out) {
   const auto difference = firstDifference(read[0], read[1]);
   if (!difference) return {};
   out << difference->participant << ", " << difference->what << ":\n";
-  print(out, "-", difference->one);
-  print(out, "+", difference->other);
+  print(out, "-", difference->one, difference->inBytes);
+  print(out, "+", difference->other, difference->inBytes);
   return {static_cast<int>(ExitStatus::negative), {}};
 }
 
@@ -150,7 +180,7 @@ Command::Run declare(CLI::App& app) {
   app.add_option(
          "--only", words->only,
          "Only messages with WORD: a participant, a kind (session, request, sample, status, "
-         "data), or a part of a name. May be given many times")
+         "data), or a part of a name, in any case. May be given many times")
       ->type_name("WORD")
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);

@@ -128,7 +128,7 @@ Payload statusText(const std::vector<ParticipantStatus>& participants) {
 }
 
 Payload messagesText(const std::vector<PassedMessage>& messages) {
-  return listText("messages", "entries", messages, messageAsJson);
+  return listText("messages", "entries", messages, messageAsReadableJson);
 }
 
 Payload answerText(std::int64_t action, const std::optional<std::string>& error) {

@@ -180,6 +180,16 @@ TEST_F(ProgramTest, TheSameScenarioGivesTheSameMessages) {
        {"eStatus=MM_MEDIASTREAMING_PAUSE", "eStatus=MM_MEDIASTREAMING_STOP"})
     EXPECT_NE(other.out.find(differing), std::string::npos) << other.out;
 
+  // What no field shows is told by its bytes.
+  std::string text = readFile(in("first"));
+  const std::size_t reserved = text.find("\",\"pointed\"", text.find("\"uMsg\":4"));
+  ASSERT_NE(reserved, text.npos);
+  text.replace(reserved - 2, 2, "ff");
+  std::ofstream(in("changed")) << text;
+  const Finished changed = meet({"inspect", "--diff", in("first"), in("changed")});
+  EXPECT_EQ(changed.status, 1) << changed.err;
+  EXPECT_NE(changed.out.find("ff, pointed=)\n"), std::string::npos) << changed.out;
+
   // Only what is asked for is shown.
   const Finished shown = meet({"inspect", in("first"), "--only", "CMD_VOLUME"});
   EXPECT_EQ(shown.status, 0) << shown.err;
@@ -194,6 +204,9 @@ TEST_F(ProgramTest, TheSameScenarioGivesTheSameMessages) {
   const Case cases[] = {
       {{"--only", "presnter"}, "--only: no message is or has presnter (did you mean presenter?)\n"},
       {{"--only", "presenter", "--only", "VOLMUE"}, "has VOLMUE (did you mean VOLUME?)\n"},
+      {{"--only", "volmue"}, "has volmue (did you mean VOLUME?)\n"},
+      {{"--only", "volume", "--only", "Presenter", "--without", "Sample"}, ""},
+      {{"--without", "presenter", "--without", "nosuch"}, "--without: no message is or has nosuch"},
       {{"--only", "attendee-3"}, "has attendee-3 (did you mean attendee-1?)\n"},
       {{"--only", ""}, "--only: no message is or has \n"},
       {{"--without", "smaple"}, "--without: no message is or has smaple (did you mean sample?)\n"},
@@ -208,6 +221,7 @@ TEST_F(ProgramTest, TheSameScenarioGivesTheSameMessages) {
     const Finished finished = meet(arguments);
     EXPECT_EQ(finished.status, *test.says == '\0' ? 0 : 2) << test.says << finished.err;
     EXPECT_EQ(finished.err.empty(), *test.says == '\0') << finished.err;
+    EXPECT_TRUE(finished.status == 0 || finished.out.empty()) << finished.out;
     EXPECT_NE(finished.err.find(test.says), std::string::npos) << finished.err;
   }
 }

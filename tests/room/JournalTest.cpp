@@ -30,7 +30,8 @@ constexpr Modules kFromPlatform{MODULE_TYPE_MMP, MODULE_TYPE_SVS};
 
 std::string text(const Fields& fields) {
   std::string text;
-  for (const auto& [name, value] : fields) text += (text.empty() ? "" : ", ") + name + "=" + value;
+  for (const auto& [name, value] : fields)
+    text += (text.empty() ? "" : ", ") + name + "=" + value.text();
   return text;
 }
 
@@ -74,6 +75,8 @@ tagMSDataStructure sample(std::uint8_t still, MM_MEDIASTREAMING_MEDIATYPE type, 
                           std::uint64_t formatBytes) {
   return {1001, 1, 40, still, {}, nullptr, 12, type, 0, format, formatBytes};
 }
+
+std::string zeros(std::size_t bytes) { return std::string(2 * bytes, '0'); }
 
 const std::string kIds = "sessionID=1001, sourceID=1, ";
 const std::string kFromSource = kIds + "eChannelType=MM_MEDIASTREAMING_CHANNEL_SOURCE";
@@ -170,8 +173,11 @@ std::vector<Case> cases() {
       STATUS(MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION,
              "dwInfoKind=MM_MEDIASTREAMING_VIDEO_INFO_SIZE, wWidth=640, wHeight=360",
              tagMSVideoInfo{kHead, 0, 640, 360}),
-      DATA(SVS_QUERY_JOINSEESION_FAILED_CMD, "dwLength=16 bytes, user=7, length=16 bytes",
-           command({16, 0, 0, 0, 2, 0, 0, 0, 7, 0, 0, 0, 0, 0, 0, 0})),
+      DATA(SVS_QUERY_JOINSEESION_FAILED_CMD,
+           "dwLength=16 bytes, userId=7, payload=0700000001000000, length=16 bytes",
+           command({16, 0, 0, 0, 2, 0, 0, 0, 7, 0, 0, 0, 1, 0, 0, 0})),
+      DATA(SVS_QUERY_JOINSEESION_FAILED_CMD, "dwLength=15 bytes, payload=07, length=9 bytes",
+           command({15, 0, 0, 0, 2, 0, 0, 0, 7})),
       DATA(SVS_QUERY_JOINSEESION_FAILED_CMD, "dwLength=8 bytes, length=8 bytes",
            command({8, 0, 0, 0, 2, 0, 0, 0})),
       DATA(SVS_JOINSESSION_FAILED_CMD, "dwLength=9 bytes, length=8 bytes",
@@ -180,15 +186,26 @@ std::vector<Case> cases() {
            "nDurationMs=-1500 ms, nMediaContent=MM_MEDIASTREAMING_MEDIACONTENT_VIDEO, "
            "nMediaType=3, length=12 bytes",
            parameter(0, {0x24, 0xFA, 0xFF, 0xFF, 2, 0, 0, 0, 3, 0, 0, 0})),
-      DATA(STM_PARAMETER_MEDIA_INFO, "length=11 bytes",
+      DATA(STM_PARAMETER_MEDIA_INFO, "record=" + zeros(11) + ", length=11 bytes",
            parameter(0, std::vector<unsigned char>(11))),
       DATA(STM_PARAMETER_PROVIDER_CRASHED, "length=0 bytes", parameter(1, {})),
-      DATA(UNKNOWN, "dwCommand=0, length=3 bytes", command({1, 2, 3})),
-      DATA(UNKNOWN, "id=500, length=100 bytes", parameter(500, std::vector<unsigned char>(100))),
+      DATA(STM_PARAMETER_PROVIDER_CRASHED, "record=ff, length=1 bytes", parameter(1, {0xFF})),
+      DATA(UNKNOWN, "dwCommand=0, record=010203, length=3 bytes", command({1, 2, 3})),
+      DATA(UNKNOWN, "dwCommand=9, dwLength=10 bytes, payload=abcd, length=10 bytes",
+           command({10, 0, 0, 0, 9, 0, 0, 0, 0xAB, 0xCD})),
+      DATA(UNKNOWN, "id=500, record=" + zeros(72) + ", length=100 bytes",
+           parameter(500, std::vector<unsigned char>(100))),
       ROUTED(UNKNOWN, request, "type=0, uMsg=8", Direction::toHost, SVS_MSG_MS_COMMAND, 8, kHead),
-      ROUTED(UNKNOWN, status, "type=2, uMsg=6", Direction::toObject, ROUTE_TYPE_MEDIASTREAMING, 6,
-             kHead),
-      ROUTED(UNKNOWN, session, "type=0, uMsg=2", Direction::toObject, ROUTE_TYPE_SESSION, 2),
+      ROUTED(UNKNOWN, status, "type=ROUTE_TYPE_MEDIASTREAMING, uMsg=6", Direction::toObject,
+             ROUTE_TYPE_MEDIASTREAMING, 6, kHead),
+      ROUTED(UNKNOWN, status, "type=ROUTE_TYPE_MEDIASTREAMING, uMsg=1", Direction::toObject,
+             ROUTE_TYPE_MEDIASTREAMING, 1),
+      ROUTED(UNKNOWN, session, "type=ROUTE_TYPE_SESSION, uMsg=2", Direction::toObject,
+             ROUTE_TYPE_SESSION, 2),
+      ROUTED(UNKNOWN, status, "type=3, uMsg=2", Direction::toObject, 3, 2),
+      ROUTED(ROUTE_TYPE_NB, session, "uMsg=0", Direction::toObject, ROUTE_TYPE_NB, 0),
+      ROUTED(ROUTE_TYPE_NB, session, "uMsg=5", Direction::toObject, ROUTE_TYPE_NB, 5, kHead),
+      ROUTED(UNKNOWN, request, "type=1, uMsg=5", Direction::toHost, ROUTE_TYPE_NB, 5),
   };
 }
 

@@ -17,6 +17,7 @@
 #include "meeting/MessageLog.h"
 #include "meeting/MessageRecording.h"
 #include "meeting/MessageText.h"
+#include "mmp/ParticipantRecords.h"
 #include "mmp/RequestRecords.h"
 #include "mmp/StatusRecords.h"
 #include "tests/platform/TemporaryFolder.h"
@@ -46,7 +47,7 @@ class RecordingTest : public testing::Test {
                            MM_MEDIASTREAMING_RENDER_ATTACH, 0xBEEF, 0};
     request("attendee-1", MM_MEDIASTREAMING_CMD_SET_RENDER, &render);
     tagMSSourceStatus status{kChannelHead, MM_MEDIASTREAMING_CHANNEL_SOURCE, MM_MEDIASTREAMING_PLAY,
-                             700, MM_MEDIASTREAMING_SEEK_MARK};
+                             -700, MM_MEDIASTREAMING_SEEK_MARK};
     request("presenter", MM_MEDIASTREAMING_CMD_SOURCE_STATUS, &status);
     std::array<char, 5> sound{"abcd"};
     tagMSDataStructure sample{
@@ -54,6 +55,7 @@ class RecordingTest : public testing::Test {
         0,    nullptr, 0};
     request("presenter", MM_MEDIASTREAMING_CMD_MEDIA_DATA, &sample);
     const std::array<unsigned char, 8> command{8, 0, 0, 0, 3, 0, 0, 0};
+    journal.recordCommand("presenter", Direction::toHost, command, SVS_USER_EVERYBODY);
     journal.recordCommand("attendee-1", Direction::toObject, command);
     const tagMSPlayPosition position{kChannelHead, 1500};
     journal.record("attendee-1", Direction::toObject, {MODULE_TYPE_MMP, MODULE_TYPE_SVS},
@@ -100,34 +102,58 @@ TEST_F(RecordingTest, IsReadBackWhole) {
       "sourceID=1\n"
       "     3     1.500  presenter    SVS->MMP   MM_MEDIASTREAMING_CMD_SOURCE_STATUS  "
       "eChannelType=MM_MEDIASTREAMING_CHANNEL_SOURCE, eStatus=MM_MEDIASTREAMING_PLAY, "
-      "lPosition=700 ms, dwSeekMark=MM_MEDIASTREAMING_SEEK_MARK, sessionID=1001, sourceID=1\n"
+      "lPosition=-700 ms, dwSeekMark=MM_MEDIASTREAMING_SEEK_MARK, sessionID=1001, sourceID=1\n"
       "     4     1.500  presenter    SVS->MMP   MM_MEDIASTREAMING_CMD_MEDIA_DATA  "
       "nMediaType=MM_MEDIASTREAMING_MEDIATYPE_AUDIO, dwTimestamp=40 ms, bReserved=live, "
       "dwDataLength=5 bytes, dwFormatLength=0 bytes, hash=90a8b09af125002ba51b2d408009ba0d, "
       "sessionID=1001, "
       "sourceID=1\n"
-      "     5     1.500  attendee-1   <-         SVS_JOINSESSION_FAILED_CMD  dwLength=8 bytes, "
+      "     5     1.500  presenter    ->all      SVS_JOINSESSION_FAILED_CMD  dwLength=8 bytes, "
       "length=8 bytes\n"
-      "     6     1.500  attendee-1   SVS<-MMP   MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION  "
+      "     6     1.500  attendee-1   <-         SVS_JOINSESSION_FAILED_CMD  dwLength=8 bytes, "
+      "length=8 bytes\n"
+      "     7     1.500  attendee-1   SVS<-MMP   MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_POSITION  "
       "dwPosition=1500 ms, sessionID=1001, sourceID=1\n");
 }
 
 TEST_F(RecordingTest, OfAFormerProgramIsReadAsWell) {
   std::ostringstream whole;
   whole << std::ifstream(file()).rdbuf();
-  static const std::regex kModules(R"re(,"(from|to)Module":\d+)re");
-  const std::string former = std::regex_replace(whole.str(), kModules, "");
-  ASSERT_EQ(whole.str().size() - former.size(),
-            5 * std::strlen(R"(,"fromModule":0,"toModule":1)") + 1);
+  static const std::regex kLater(R"re(,"(fromModule|toModule|toUser)":\d+)re");
+  const std::string former = std::regex_replace(whole.str(), kLater, "");
+  ASSERT_EQ(whole.str().size() - former.size(), 5 * std::strlen(R"(,"fromModule":0,"toModule":1)") +
+                                                    1 + std::strlen(R"(,"toUser":4294967295)"));
   std::ofstream(folder_ / "former.rec") << former;
   std::string failure;
   const Messages messages = read(folder_ / "former.rec", failure);
   EXPECT_EQ(failure, "");
-  ASSERT_EQ(messages.size(), 6U);
+  ASSERT_EQ(messages.size(), 7U);
   EXPECT_NE(messageAsText(messages[1]).find("  attendee-1   ->         MM_"), std::string::npos);
+  EXPECT_NE(messageAsText(messages[4]).find("  presenter    ->         SVS_"), std::string::npos);
   EXPECT_FALSE(messageAsJson(messages[1]).contains("fromModule"));
+  EXPECT_FALSE(messageAsJson(messages[4]).contains("toUser"));
   EXPECT_FALSE(firstDifference(messages, read()));
-  EXPECT_EQ(messageAsJson(read()[1])["toModule"], "MODULE_TYPE_MMP");
+}
+
+// Programs need not take figures apart.
+TEST_F(RecordingTest, FiguresInJsonAreNumbersAndNamesAreTexts) {
+  Messages all = read();
+  all[4].message.toUser = 2;
+  std::string fields;
+  for (const std::size_t i : {0U, 2U, 3U, 4U}) {
+    nlohmann::ordered_json message = messageAsJson(all[i]);
+    message.erase("seconds");
+    for (const char* same : {"number", "participant", "kind", "taken", "name"}) message.erase(same);
+    fields += lineOf(message) + '\n';
+  }
+  EXPECT_EQ(fields,
+            R"({"to":"object","fromModule":"MODULE_TYPE_CONF","toModule":77,"fields":{}}
+{"to":"host","fromModule":"MODULE_TYPE_SVS","toModule":"MODULE_TYPE_MMP","fields":{"sessionID":1001,"sourceID":1,"eChannelType":"MM_MEDIASTREAMING_CHANNEL_SOURCE","eStatus":"MM_MEDIASTREAMING_PLAY","lPosition":-700,"dwSeekMark":"MM_MEDIASTREAMING_SEEK_MARK"}}
+{"to":"host","fromModule":"MODULE_TYPE_SVS","toModule":"MODULE_TYPE_MMP","fields":{"sessionID":1001,"sourceID":1,"nMediaType":"MM_MEDIASTREAMING_MEDIATYPE_AUDIO","dwTimestamp":40,"bReserved":"live","dwDataLength":5,"dwFormatLength":0,"hash":"90a8b09af125002ba51b2d408009ba0d"}}
+{"to":"host","toUser":2,"fields":{"dwLength":8,"length":8}}
+)");
+  EXPECT_EQ(messageAsJson(read()[4])["toUser"], "SVS_USER_EVERYBODY");
+  EXPECT_EQ(messageAsReadableJson(all[2])["fields"]["lPosition"], "-700 ms");
 }
 
 // Sets the R that a message carries to what `change` makes of it.
@@ -137,6 +163,17 @@ void edit(PassedMessage& message, const std::function<void(R&)>& change) {
   std::memcpy(&record, message.message.record.data(), sizeof record);
   change(record);
   std::memcpy(message.message.record.data(), &record, sizeof record);
+}
+
+// Another block of sound.
+PassedMessage soundAt(std::uint64_t milliseconds, PassedMessage like) {
+  edit<tagMSDataStructure>(like, [&](auto& r) { r.dwTimestamp = milliseconds; });
+  return like;
+}
+
+// Without the numbers of samples, which stand behind a comma.
+std::string whatOf(const std::optional<MessageDifference>& found) {
+  return found ? found->participant + ", " + found->what.substr(0, found->what.find(',')) : "";
 }
 
 TEST_F(RecordingTest, TheFirstDifferenceIsFound) {
@@ -150,7 +187,19 @@ TEST_F(RecordingTest, TheFirstDifferenceIsFound) {
       {"", [](Messages& all) { all.pop_back(); }},             // how often positions are told
       {"", [](Messages& all) { std::swap(all[0], all[1]); }},  // of two participants
       {"", [](Messages& all) { edit<tagMSRenderInfo>(all[1], [](auto& r) { r.hRender = 7; }); }},
-      {"", [](Messages& all) { all.erase(all.begin() + 3); }},  // the other one was dropped
+      {"", [](Messages& all) { edit<tagMSDataStructure>(all[3], [](auto& r) { r.pData = &r; }); }},
+      {"", [](Messages& all) { all.insert(all.begin() + 3, 9, soundAt(80, all[3])); }},  // dropped
+      {"presenter, sound samples",
+       [](Messages& all) { all.insert(all.begin() + 3, 10, soundAt(80, all[3])); }},
+      {"presenter, sound samples", [](Messages& all) { all.erase(all.begin() + 3); }},
+      {"presenter, sound at 40 ms",
+       [](Messages& all) { edit<tagMSDataStructure>(all[3], [](auto& r) { r.padding0[6] = 1; }); }},
+      {"attendee-1, message 1",
+       [](Messages& all) { edit<tagMSRenderInfo>(all[1], [](auto& r) { r.reserved = 7; }); }},
+      {"presenter, message 3", [](Messages& all) { all[4].message.toUser = 2; }},
+      {"presenter, message 3",  // of an unknown command
+       [](Messages& all) { edit<tagStmCommand>(all[4], [](auto& r) { r.dwCommand = 9; }); }},
+      {"attendee-1, message 2", [](Messages& all) { all[5].message.recordBytes = 7; }},
       {"", [](Messages& all) { all.insert(all.begin() + 3, all[3])->hash.clear(); }},  // sent twice
       {"attendee-1, message 1",
        [](Messages& all) { edit<tagMSRenderInfo>(all[1], [](auto& r) { r.hRender = 0; }); }},
@@ -163,18 +212,19 @@ TEST_F(RecordingTest, TheFirstDifferenceIsFound) {
       {"",
        [](Messages& all) {
          for (auto& one : all) one.message.modules.reset();
+         all[4].message.toUser.reset();
        }},
       {"presenter, sound at 40 ms", [](Messages& all) { all[3].hash.clear(); }},
-      {"attendee-1, message 2", [](Messages& all) { all[4].message.length = 9; }},
+      {"attendee-1, message 2", [](Messages& all) { all[5].message.length = 9; }},
       {"attendee-1, message 1",
-       [](Messages& all) { all[1].participant = all[4].participant = std::string("attendee-2"); }},
+       [](Messages& all) { all[1].participant = all[5].participant = std::string("attendee-2"); }},
   };
   const Messages one = read();
   for (const Case& test : cases) {
     Messages other = one;
     test.change(other);
     for (const auto& found : {firstDifference(one, other), firstDifference(other, one)})
-      EXPECT_EQ(found ? found->participant + ", " + found->what : "", test.what);
+      EXPECT_EQ(whatOf(found), test.what);
   }
 }
 
@@ -196,14 +246,16 @@ TEST_F(RecordingTest, WhatIsDamagedIsRefusedInItsLine) {
       {"toModule", "module", "line 2 has no \"toModule\"", 0},
       {"\"way\":\"command\"", "\"way\":\"smoke\"", "line 6 \"way\" is none of its words", 4},
       {"\"participant\":\"att", "\"participant\":\"\\u001b", "\"participant\" is no text", 1},
+      {"\"toUser\":4", "\"toUser\":-4", "line 6 \"toUser\" is no number", 4},
       {"\"record\":\"e9", "\"record\":\"e", "line 3 \"record\" is not hexadecimal", 1},
+      {"\"toUser\":4", "\"toUser\":-4", "line 6 \"toUser\" is no number", 4},
       {"\"record\":\"e9", "\"record\":\"xx", "line 3 \"record\" is not hexadecimal", 1},
       {"\"hash\":\"", "\"hash\":\"x", "\"hash\" is ", 3},
       {"\"taken\":true", "\"taken\":1", "line 2 \"seconds\" or \"taken\"", 0},
       {"\"length\":8", "\"breadth\":8", "line 6 has no \"length\"", 4},
-      {"{\"end\":6}\n", "", "line 8 is missing: the meeting did not end in order", 6},
-      {"\"end\":6", "\"end\":5", "line 8 counts other messages", 6},
-      {"\"end\":6}\n", "\"end\":6}\n{}\n", "line 9 comes after the end", 6},
+      {"{\"end\":7}\n", "", "line 9 is missing: the meeting did not end in order", 7},
+      {"\"end\":7", "\"end\":5", "line 9 counts other messages", 7},
+      {"\"end\":7}\n", "\"end\":7}\n{}\n", "line 10 comes after the end", 7},
   };
   std::ostringstream whole;
   whole << std::ifstream(file()).rdbuf();
@@ -220,12 +272,16 @@ TEST_F(RecordingTest, WhatIsDamagedIsRefusedInItsLine) {
     expectRefused(text.replace(place, std::strlen(test.from), test.to), test.says, test.messages);
   }
   expectRefused(std::string(100'000, ' '), "longer than a message", 0);
-  // Cut off anywhere.
-  for (std::size_t length = 0; length + 1 < whole.str().size(); length += 17) {
-    const std::string text = whole.str().substr(0, length);
-    const bool between = whole.str()[length] == '\n';
-    const auto lines = std::count(text.begin(), text.end(), '\n') + (between ? 1 : 0);
-    expectRefused(text, lines == 0 ? "not a recording" : "damaged recording",
+  // Cut off anywhere, as when the program was killed: what is whole is shown.
+  const std::string all = whole.str();
+  for (std::size_t length = 0; length < all.size(); ++length) {
+    const bool atLineEnd = all[length] == '\n' || (length > 0 && all[length - 1] == '\n');
+    if (length % 17 != 0 && !atLineEnd) continue;
+    const std::string text = all.substr(0, length);
+    const auto lines = std::count(text.begin(), text.end(), '\n');
+    const std::string line = std::to_string(std::max(lines, 1L) + 1);
+    const std::string says = " line " + line + " is missing: the meeting did not end in order";
+    expectRefused(text, length < all.find('\n') ? "not a recording" : says.c_str(),
                   static_cast<std::size_t>(std::max(lines - 1, 0L)));
   }
 }
