@@ -100,6 +100,7 @@ void AudioDecoder::restart(std::int64_t target) {
 bool AudioDecoder::convert(AVFrame& frame) {
   const SoundFormat format{frame.sample_rate, frame.ch_layout.nb_channels};
   if (format.rate <= 0 || format.channels <= 0 || frame.nb_samples <= 0) return false;
+  if (format.rate > kMostSampleRate) return false;
   if ((!resampler_ || !(format == format_) || frame.format != sampleFormat_) && !rebuild(frame)) {
     return false;
   }

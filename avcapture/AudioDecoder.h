@@ -61,6 +61,7 @@ class AudioDecoder {
   void send(const AVPacket* packet);
   // The next block of what was fed; nothing when it takes another packet, or at the end.
   std::optional<SoundBlock> next();
+  bool wasInVain() const { return decoder_->wasInVain(); }
   bool finished() const { return drained_ && !decoded_ && cutter_.empty(); }
   // Starts over at a seek's target, in microseconds: sound before it is cut away. A target of 0
   // cuts nothing.

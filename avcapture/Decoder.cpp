@@ -41,6 +41,7 @@ std::unique_ptr<Decoder> Decoder::open(const AVStream& stream, const Timeline& t
 
 void Decoder::send(const AVPacket* packet, bool shown) {
   if (packet != nullptr && packet->size == 0) return;  // would be taken for the end
+  fed_ = fed_ || packet != nullptr;
   codec_->skip_frame =
       shown || !skipsSafely(codec_->codec_id) ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
   if (avcodec_send_packet(codec_.get(), packet) == AVERROR(ENOMEM)) throw std::bad_alloc();
@@ -51,6 +52,7 @@ FramePtr Decoder::receive() {
   for (int damaged = 0; damaged < kMostDamaged; ++damaged) {
     const int result = avcodec_receive_frame(codec_.get(), frame.get());
     if (result == 0) {
+      gave_ = true;
       completePts(*frame);
       return frame;
     }

@@ -24,6 +24,9 @@ class Decoder {
   // Forgets what was fed, for packets from elsewhere in the file.
   void flush();
 
+  // Whether nothing has ever come of what was fed.
+  bool wasInVain() const { return fed_ && !gave_; }
+
   const Timeline& timeline() const { return timeline_; }
 
  private:
@@ -34,6 +37,7 @@ class Decoder {
   CodecPtr codec_;
   Timeline timeline_;
   std::int64_t nextPts_;  // expected of the next frame
+  bool fed_ = false, gave_ = false;
 };
 
 // How many threads the picture's decoder gets; `wanted` 0 chooses.

@@ -48,7 +48,9 @@ bool isCoverArt(const AVStream& stream) {
 }
 
 bool isTooLarge(const AVStream& stream) {
-  return std::int64_t{stream.codecpar->width} * stream.codecpar->height > kMostPixels;
+  const AVCodecParameters& codec = *stream.codecpar;
+  return std::int64_t{codec.width} * codec.height > kMostPixels ||
+         std::max(codec.width, codec.height) > kMostSide || codec.sample_rate > kMostSampleRate;
 }
 
 // Decodes what it takes to know the streams, but no picture that is too large.
@@ -211,7 +213,8 @@ Timeline Demuxer::timeline(const AVStream& stream) const {
 }
 
 std::int64_t Demuxer::durationMicroseconds() const {
-  return format_->duration == AV_NOPTS_VALUE ? 0 : std::max<std::int64_t>(0, format_->duration);
+  if (format_->duration == AV_NOPTS_VALUE) return 0;
+  return std::clamp<std::int64_t>(format_->duration, 0, kMostMicroseconds);
 }
 
 double Demuxer::framesPerSecond() const {
@@ -302,13 +305,18 @@ void Demuxer::boundTimes(AVPacket& packet) const {
   }
 }
 
-bool Demuxer::reposition(std::int64_t microseconds) {
+// What was read, and what it showed.
+void Demuxer::forget() {
   error_ = 0;
   input_.clearError();
   peeked_.clear();
   folded_ = {};
   leapt_ = false;
   expected_ = {};
+}
+
+bool Demuxer::reposition(std::int64_t microseconds) {
+  forget();
   const std::int64_t target = av_sat_add64(startOf(*format_), microseconds);
   AVFormatContext* format = format_.get();
   return (microseconds <= 0 && rewindBytes()) ||
@@ -323,6 +331,23 @@ bool Demuxer::rewindBytes() {
   const int flags = format_->iformat->flags;
   return (flags & AVFMT_TS_DISCONT) != 0 && (flags & AVFMT_GENERIC_INDEX) == 0 &&
          av_seek_frame(format_.get(), -1, 0, AVSEEK_FLAG_BYTE) >= 0;
+}
+
+// An index of pictures leads to the first of them, which may be far behind the first sound.
+void Demuxer::rewind() {
+  reposition(0);
+  if (video_ == nullptr || audio_ == nullptr) return;
+  PacketPtr first = readFile();
+  if (!first) return;
+  const AVStream& stream = *format_->streams[first->stream_index];
+  const bool late = begins(*first, timeline(stream)) > kMostReordering;
+  peeked_.push_back(std::move(first));
+  if (!late) return;
+  forget();
+  if (av_seek_frame(format_.get(), audio_->index, timeline(*audio_).start, AVSEEK_FLAG_BACKWARD) <
+      0) {
+    reposition(0);
+  }
 }
 
 // Reads on to the first packet of the picture (of the sound, when there is none) that decoding can
@@ -347,8 +372,8 @@ void Demuxer::seek(std::int64_t microseconds) {
   std::int64_t from =
       std::max<std::int64_t>(0, microseconds - (video_ == nullptr ? kSoundLeadIn : 0));
   for (std::int64_t back = kFirstStepBack;; back *= 2) {
-    const bool sought = reposition(from);
-    const bool found = from <= 0 || (sought && startsAtOrBefore(microseconds));
+    if (from <= 0) rewind();
+    const bool found = from <= 0 || (reposition(from) && startsAtOrBefore(microseconds));
     if (disk_.givenUp()) break;
     if (found) return;
     from = std::max<std::int64_t>(0, microseconds - back);

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <optional>
 #include <string>
 
@@ -16,10 +17,10 @@
 
 namespace avcapture {
 
-// The latest movie time, a hundred years: clocks count nanoseconds, and have room for no more than
-// three hundred.
+// The latest movie time, 24.8 days: the last whole second that hosts can be told in milliseconds of
+// 32 bits with a sign.
 inline constexpr std::int64_t kMostMicroseconds =
-    std::int64_t{100} * 365 * 24 * 3600 * kMicrosecondsPerSecond;
+    std::int64_t{std::numeric_limits<std::int32_t>::max() / 1000} * kMicrosecondsPerSecond;
 
 // Movie time of a stream's timestamps: 0 where the container starts.
 struct Timeline {
@@ -57,7 +58,7 @@ class Demuxer {
   std::string failure() const;
 
   // The streams to play; null when there is none. Cover art is no picture, and what has more than
-  // kMostPixels is not played.
+  // kMostPixels, kMostSide or kMostSampleRate is not played.
   const AVStream* video() const { return video_; }
   const AVStream* audio() const { return audio_; }
   // Plays without that stream, whose decoder does not open.
@@ -88,7 +89,9 @@ class Demuxer {
   PacketPtr readFile();
   void fold(AVPacket& packet);
   void boundTimes(AVPacket& packet) const;
+  void forget();
   bool reposition(std::int64_t microseconds);
+  void rewind();
   bool rewindBytes();
   bool startsAtOrBefore(std::int64_t microseconds);
 

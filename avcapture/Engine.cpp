@@ -1,6 +1,7 @@
 #include "avcapture/Engine.h"
 
 #include <algorithm>
+#include <exception>
 #include <new>
 #include <system_error>
 #include <utility>
@@ -12,6 +13,9 @@ namespace avcapture {
 namespace {
 
 constexpr std::int64_t kUnknownFramePeriod = 40'000;  // microseconds
+// With opening; a little more than the disk has, whose reason is the better one.
+constexpr std::chrono::milliseconds kPatienceWithOpening{4700};
+
 MediaType typeOf(bool video, bool audio) {
   return static_cast<MediaType>((audio ? kMediaTypeAudio : 0) | (video ? kMediaTypeVideo : 0));
 }
@@ -30,11 +34,8 @@ std::shared_ptr<Engine> Engine::open(const std::string& path, const PlaybackOpti
                                      EngineOutputs outputs, std::string& failure) {
   try {
     std::shared_ptr<Engine> engine(new Engine(options, std::move(outputs)));
-    if (!engine->openFile(path)) {
-      failure = engine->demuxer_.failure();
-      if (failure.empty()) failure = "no picture or sound that can be played";
-      return nullptr;
-    }
+    failure = engine->openAside(path);
+    if (!failure.empty()) return nullptr;
     engine->startThreads();
     return engine;
   } catch (const std::bad_alloc&) {
@@ -50,6 +51,34 @@ Engine::Engine(const PlaybackOptions& options, EngineOutputs outputs)
     : options_(options), outputs_(std::move(outputs)) {}
 
 Engine::~Engine() { stop(); }
+
+// Some decoders take seconds over the first picture, without which nothing is known of the stream.
+// Their thread is left to end by itself, and keeps the engine meanwhile.
+std::string Engine::openAside(const std::string& path) {
+  struct Opening {
+    std::string path, failure;
+    std::exception_ptr thrown;
+  };
+  const auto opening = std::make_shared<Opening>(Opening{path, {}, nullptr});
+  SideThread aside("av-open", kPatienceWithOpening);
+  const std::int64_t result = aside.run([self = shared_from_this(), opening] {
+    try {
+      if (!self->openFile(opening->path)) {
+        opening->failure = self->demuxer_.failure();
+        if (opening->failure.empty()) opening->failure = "no picture or sound that can be played";
+      }
+    } catch (...) {
+      opening->thrown = std::current_exception();
+    }
+    return 0;
+  });
+  if (result != 0) {
+    demuxer_.interrupt();
+    return "takes too long to open";
+  }
+  if (opening->thrown) std::rethrow_exception(opening->thrown);
+  return opening->failure;
+}
 
 bool Engine::openFile(const std::string& path) {
   if (!demuxer_.open(path)) return false;
@@ -229,6 +258,11 @@ bool Engine::endIsNew() {
 
 void Engine::tellNewEnd() {
   if (endIsNew()) tell(EngineEvent::kEnded);
+}
+
+// What could not be read explains what could not be decoded.
+void Engine::endInVain(const char* reason) {
+  if (failure_.empty()) failure_ = reason;
 }
 
 void Engine::endStream(bool& ended) {

@@ -110,7 +110,8 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void detach(const platform::Object* sender) EXCLUDES(mutex_);
   // Ends sound, unless another one has been attached since.
   void stopSound(const platform::Object* sender) EXCLUDES(mutex_);
-  // Ends the threads; a decoder that takes long over a picture is left to end by itself.
+  // Ends the threads; one that takes long over a picture or a block of sound, but is in no call of
+  // the listener, is left to end by itself.
   void stop() EXCLUDES(mutex_);
 
   // Whether there was no memory to go on with. Plays no more, and its owner has been told.
@@ -122,7 +123,8 @@ class Engine : public std::enable_shared_from_this<Engine> {
   std::int64_t durationMicroseconds() const { return duration_.load(std::memory_order_relaxed); }
   int invalidImageBufferCount() const { return invalidImages_.load(std::memory_order_relaxed); }
   PlaybackStatistics statistics() const;
-  // Why the file could not be read on to its end since the last seek; empty when it could.
+  // Why the file could not be read on to its end since the last seek, or nothing of a stream be
+  // decoded; empty when it could.
   std::string failure();
 
  private:
@@ -144,13 +146,18 @@ class Engine : public std::enable_shared_from_this<Engine> {
   };
 
   Engine(const PlaybackOptions& options, EngineOutputs outputs);
+  // Why the file cannot be played; empty when it can.
+  std::string openAside(const std::string& path);
   bool openFile(const std::string& path);
 
   // Threads: EngineThreads.cpp
   void startThreads();
   void startThread(Which which, void (Engine::*body)());
   void run(Which which, void (Engine::*body)()) EXCLUDES(mutex_);
+  struct Worker;
+  std::shared_ptr<Worker> othersWorker(Which which);
   void join(Which which);
+  void joinOrLeaveBehind(Which which);
   void wakeAll();
   void resumeSound() EXCLUDES(mutex_);
 
@@ -159,6 +166,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void startClockWhenReady() REQUIRES(mutex_);
   bool starved() const REQUIRES(mutex_);
   void setPlaying() REQUIRES(mutex_);
+  void endInVain(const char* reason) REQUIRES(mutex_);
   bool endIsNew() REQUIRES(mutex_);
   // Tells the owner, without the mutex meanwhile, when everything has been played.
   void tellNewEnd() REQUIRES(mutex_);

@@ -70,7 +70,9 @@ void Engine::soundStep(SoundStage& stage, AudioDevice& device) {
   } else if (playing_ && stage.next) {
     if (reached(soundWake_, stage.next->microseconds)) deliverSound(stage, device);
   } else if (playing_ && !soundEnded_) {
-    if (reached(soundWake_, stage.end)) endStream(soundEnded_);
+    if (!reached(soundWake_, stage.end)) return;
+    if (audioDecoder_->wasInVain()) endInVain("no sound could be decoded");
+    endStream(soundEnded_);
   } else {
     soundWake_.wait(mutex_);
   }

@@ -20,9 +20,10 @@ namespace {
 constexpr std::array<const char*, 4> kThreadNames = {"av-demux", "av-decode", "av-picture",
                                                      "av-sound"};
 
-// A picture of 8192x8192 takes some codecs seconds, and a decoder can't be interrupted. Its thread
-// calls nobody and keeps what it needs, so that it may end by itself.
-constexpr std::chrono::milliseconds kPatienceWithDecoder{300};
+// A picture of 8192x8192 takes some codecs seconds, and turning and converting it too; they can't
+// be interrupted. Their thread calls nobody any more and keeps what it needs, so that it may end by
+// itself.
+constexpr std::chrono::milliseconds kPatienceAtEnd{300};
 
 }  // namespace
 
@@ -71,22 +72,37 @@ void Engine::wakeAll() {
   soundWake_.notifyAll();
 }
 
-void Engine::join(Which which) {
+// The worker whose end is to be waited for; null when there is none.
+std::shared_ptr<Engine::Worker> Engine::othersWorker(Which which) {
   // Messages served meanwhile may start another thread in its place.
-  const std::shared_ptr<Worker> worker = workers_[which];
-  if (!worker || !worker->thread.joinable()) return;
+  std::shared_ptr<Worker> worker = workers_[which];
+  if (!worker || !worker->thread.joinable()) return nullptr;
   if (worker->thread.get_id() == std::this_thread::get_id()) {
     worker->thread.detach();  // ends by itself as soon as it returns from the call that led here
-    return;
+    return nullptr;
   }
-  const auto ended = [&] { return !worker->running; };
-  if (which == kDecode) {
-    const auto until = std::chrono::steady_clock::now() + kPatienceWithDecoder;
-    platform::RunLoop::main().waitServingMessages(ended, until);
-  } else {
-    platform::RunLoop::main().waitServingMessages(ended);
-  }
+  return worker;
+}
+
+void Engine::join(Which which) {
+  const std::shared_ptr<Worker> worker = othersWorker(which);
+  if (!worker) return;
+  platform::RunLoop::main().waitServingMessages([&] { return !worker->running; });
   // A message served meanwhile may have been another stop.
+  if (worker->thread.joinable()) worker->thread.join();
+}
+
+// After quit_, when no call into a listener begins any more.
+void Engine::joinOrLeaveBehind(Which which) {
+  const std::shared_ptr<Worker> worker = othersWorker(which);
+  if (!worker) return;
+  const auto ended = [&] { return !worker->running; };
+  const auto calls = [&] { return calls_[which].sender != nullptr; };
+  const auto until = std::chrono::steady_clock::now() + kPatienceAtEnd;
+  platform::RunLoop::main().waitServingMessages(ended, until);
+  ++detaching_;
+  platform::RunLoop::main().waitServingMessages([&] { return ended() || !calls(); });
+  --detaching_;
   if (!worker->thread.joinable()) return;
   ended() ? worker->thread.join() : worker->thread.detach();
 }
@@ -100,7 +116,7 @@ void Engine::stop() {
     wakeAll();
   }
   demuxer_.interrupt();
-  for (std::size_t i = 0; i < kThreadCount; ++i) join(static_cast<Which>(i));
+  for (std::size_t i = 0; i < kThreadCount; ++i) joinOrLeaveBehind(static_cast<Which>(i));
 }
 
 void Engine::stopSound(const platform::Object* sender) {

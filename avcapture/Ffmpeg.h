@@ -41,6 +41,10 @@ FramePtr makeFrame();
 inline constexpr std::int64_t kMicrosecondsPerSecond = 1'000'000;
 // Of a picture, twice the largest that is usual: a few damaged bytes can ask for gigabytes.
 inline constexpr std::int64_t kMostPixels = std::int64_t{8192} * 8192;
+// Of a picture's side: hosts are told of it in 16 bits.
+inline constexpr int kMostSide = 0xFFFF;
+// Samples a second, twice what the fastest converters make: a block's memory grows with them.
+inline constexpr int kMostSampleRate = 1'536'000;
 inline constexpr AVRational kMicroseconds{1, 1'000'000};
 inline constexpr AVRational kMilliseconds{1, 1000};
 

@@ -14,8 +14,6 @@ namespace avcapture {
 
 namespace {
 
-// Disks that sleep take seconds to spin up; users take more than five for a hang.
-constexpr std::chrono::seconds kPatience{4};
 // Who ends us must not be held up by them.
 constexpr std::chrono::milliseconds kPatienceAtEnd{200};
 
@@ -33,7 +31,8 @@ struct SideThread::Shared {
   bool ended GUARDED_BY(mutex) = false;
 };
 
-SideThread::SideThread(const char* name) : shared_(std::make_shared<Shared>()) {
+SideThread::SideThread(const char* name, platform::Duration patience)
+    : shared_(std::make_shared<Shared>()), patience_(patience) {
   const SignalsBlocked blocked;
   thread_ = std::thread([shared = shared_, name] {
     pthread_setname_np(pthread_self(), name);
@@ -85,7 +84,7 @@ std::int64_t SideThread::run(Operation operation) {
   if (leftBehind_ || givenUp()) return AVERROR(ETIMEDOUT);
   shared.queue.emplace_back(++lastTicket_, std::move(operation));
   shared.wanted.notifyOne();
-  Patience patience(kPatience);
+  Patience patience(patience_);
   while (shared.ticket < lastTicket_ && !givenUp() && !patience.over()) {
     shared.done.waitUntil(shared.mutex, patience.nextLook());
   }

@@ -1,5 +1,6 @@
 #include "avcapture/VideoConverter.h"
 
+#include <algorithm>
 #include <new>
 
 extern "C" {
@@ -19,6 +20,7 @@ constexpr int kChromaUnset = -513;
 std::shared_ptr<Picture> VideoConverter::convert(AVFrame& decoded) {
   const AVFrame* frame = upright_.turn(decoded);
   if (frame == nullptr || frame->width <= 0 || frame->height <= 0) return nullptr;
+  if (std::max(frame->width, frame->height) > kMostSide) return nullptr;
   const Shape shape{frame->width, frame->height, frame->format, frame->colorspace,
                     frame->color_range};
   if ((!scaler_ || !(shape == shape_)) && !rebuild(shape)) return nullptr;
