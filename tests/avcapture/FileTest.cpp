@@ -156,14 +156,16 @@ TEST_F(HangingDisk, ThatIsOnlySlowHoldsUpASeekNoLonger) {
   setFaults({.path = path});
   open(path);
   ASSERT_TRUE(accepted);
-  std::atomic<int> reads{0};
+  std::atomic<int> reads{0}, underWay{0};
   ASSERT_TRUE(pumpUntil([this] { return player->renderView()->contents() != nullptr; }));
-  setFaults({.path = path, .late = [&reads] {
+  setFaults({.path = path, .late = [&reads, &underWay] {
                ++reads;
+               ++underWay;
                for (int i = 0; i < 7; ++i) {
                  leap(CLOCK_MONOTONIC, 1);
                  std::this_thread::sleep_for(std::chrono::milliseconds(20));
                }
+               --underWay;
              }});
   player->seek(3.5F);
   const auto sought = [this] { return delegate.count("skip") > 0; };
@@ -172,6 +174,8 @@ TEST_F(HangingDisk, ThatIsOnlySlowHoldsUpASeekNoLonger) {
   EXPECT_TRUE(sought());
   EXPECT_EQ(player->failure(), "the disk does not answer");
   EXPECT_EQ(player->statusViewType(), 104);
+  setFaults({});  // the clock leaps no more, not while we stop
+  while (underWay > 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 TEST_F(HangingDisk, EndsTheMovieWithAReasonAndPlaysOnOnceItAnswers) {
