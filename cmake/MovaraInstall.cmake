@@ -75,6 +75,11 @@ install(
   FILES_MATCHING
   PATTERN "*.h"
   PATTERN "*Impl.h" EXCLUDE)
+# What a log bundle of somebody else exports.
+install(
+  FILES lumtrace/lumtrace.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/movara/lumtrace
+  COMPONENT development)
 # Of the capture framework, the player view: a host presses its buttons and reads its status.
 install(
   FILES avcapture/AVURLAsset.h avcapture/AudioTypes.h avcapture/Export.h avcapture/KTVideoPlayer.h

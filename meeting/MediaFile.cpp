@@ -15,7 +15,7 @@ Failure cannotRead(const std::string& path, int error) {
           "cannot read " + path + ": " + std::generic_category().message(error)};
 }
 
-std::optional<Failure> checkMediaFile(const std::string& path) {
+std::optional<Failure> checkReadable(const std::string& path) {
   // Without O_NONBLOCK the end of a pipe would be waited for.
   const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (descriptor < 0) return cannotRead(path, errno);

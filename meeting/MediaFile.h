@@ -9,7 +9,7 @@
 namespace meeting {
 
 // Why the file cannot be shared, as far as the file system tells.
-std::optional<Failure> checkMediaFile(const std::string& path);
+std::optional<Failure> checkReadable(const std::string& path);
 
 // The failure to open a file, with the errno that says why.
 Failure cannotRead(const std::string& path, int error);

@@ -36,18 +36,6 @@ void serveMainLoopFor(platform::Duration duration) {
   loop.runUntil(loop.now() + duration);
 }
 
-std::optional<Failure> checkWritable(const std::string& path,
-                                     const std::vector<std::string>& media) {
-  if (path.empty()) return std::nullopt;
-  for (const std::string& file : media) {
-    std::error_code none;
-    if (std::filesystem::equivalent(path, file, none))
-      return Failure{ExitStatus::usage, "would overwrite the shared file: " + path};
-  }
-  if (std::ofstream(path, std::ios::app)) return std::nullopt;
-  return cannotWrite(path, errno);
-}
-
 }  // namespace
 
 Meeting::Meeting(Options options)
@@ -92,7 +80,7 @@ void Meeting::interrupt(int signal) {
 // Everything that can go wrong before anything has been started.
 std::optional<Failure> Meeting::prepare() {
   for (const std::string& file : options_.files)
-    if (auto failure = checkMediaFile(file)) return failure;
+    if (auto failure = checkReadable(file)) return failure;
   if (auto failure = prepareOutput()) return failure;
   auto loaded = PluginModule::load(options_.plugin);
   if (auto* failure = std::get_if<Failure>(&loaded)) return std::move(*failure);
@@ -117,9 +105,10 @@ std::optional<Failure> Meeting::openRoom() {
 }
 
 std::optional<Failure> Meeting::prepareOutput() {
-  for (const std::string& path :
-       {options_.reportFile, options_.frameMd5File, options_.recordFile, options_.messagesFile})
-    if (auto failure = checkWritable(path, options_.files)) return failure;
+  if (auto failure = checkOutputs(
+          {options_.reportFile, options_.frameMd5File, options_.recordFile, options_.messagesFile},
+          options_.files))
+    return failure;
   addLog(options_.recordFile, MessageLog::Form::recording);
   addLog(options_.messagesFile, MessageLog::Form::json);
   return std::nullopt;

@@ -3,15 +3,27 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <filesystem>
+#include <fstream>
 #include <system_error>
 #include <utility>
 
 namespace meeting {
 
 namespace {
+
 constexpr mode_t kForAll = 0666;  // less the umask
+
+bool isAmong(const std::vector<std::string>& files, const std::string& path) {
+  return std::any_of(files.begin(), files.end(), [&path](const std::string& file) {
+    std::error_code none;
+    return std::filesystem::equivalent(path, file, none);
+  });
 }
+
+}  // namespace
 
 OutputFile::OutputFile(int descriptor)
     : std::ostream(static_cast<std::streambuf*>(this)), owned_(false), descriptor_(descriptor) {
@@ -58,6 +70,22 @@ int OutputFile::sync() {
 Failure cannotWrite(const std::string& path, int error) {
   const std::string why = error == 0 ? "" : ": " + std::generic_category().message(error);
   return {ExitStatus::outputFailed, "cannot write " + path + why};
+}
+
+std::optional<Failure> checkOutputs(const std::vector<std::string>& paths,
+                                    const std::vector<std::string>& shared) {
+  std::vector<std::string> made;  // files; /dev/null takes any number of outputs
+  for (const std::string& path : paths) {
+    if (path.empty()) continue;
+    if (isAmong(shared, path))
+      return Failure{ExitStatus::usage, "would overwrite the shared file: " + path};
+    if (isAmong(made, path))
+      return Failure{ExitStatus::usage, "would write two outputs into one file: " + path};
+    if (!std::ofstream(path, std::ios::app)) return cannotWrite(path, errno);
+    std::error_code none;
+    if (std::filesystem::is_regular_file(path, none)) made.push_back(path);
+  }
+  return std::nullopt;
 }
 
 }  // namespace meeting

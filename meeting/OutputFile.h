@@ -2,9 +2,11 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <ostream>
 #include <streambuf>
 #include <string>
+#include <vector>
 
 #include "meeting/ExitStatus.h"
 
@@ -36,5 +38,10 @@ class OutputFile final : private std::streambuf, public std::ostream {
 
 // Says that a file could not be written, and why, if `error` is not 0.
 Failure cannotWrite(const std::string& path, int error);
+
+// Makes the files, where a path is not empty, unless one of them is shared, cannot be written, or
+// is another one, too; then it answers what is wrong.
+std::optional<Failure> checkOutputs(const std::vector<std::string>& paths,
+                                    const std::vector<std::string>& shared);
 
 }  // namespace meeting

@@ -1,17 +1,12 @@
 #include "meeting/PluginModule.h"
 
 #include <filesystem>
+#include <type_traits>
 #include <utility>
 
 namespace meeting {
 
 namespace {
-
-template <class Function>
-bool find(platform::Bundle& bundle, const char* name, Function& function) {
-  function = reinterpret_cast<Function>(bundle.functionPointer(name));
-  return function != nullptr;
-}
 
 std::string ownPlugIns() {
   const auto main = platform::Bundle::mainBundle();
@@ -40,14 +35,22 @@ std::shared_ptr<platform::Bundle> PluginModule::bundleAt(const std::string& path
   return platform::Bundle::create(ownPlugIns() + "/" + path);
 }
 
+Failure PluginModule::noBundle(const std::string& path) {
+  std::error_code none;
+  return std::filesystem::exists(path, none)
+             ? notAPlugin(path, "no bundle, nor the code of one")
+             : Failure{ExitStatus::noPlugin, "no plug-in at " + path};
+}
+
 std::variant<PluginModule, Failure> PluginModule::load(std::string path) {
   if (path.empty()) path = ownPlugIns() + "/movara.bundle";
   PluginModule module;
   module.bundle_ = bundleAt(path);
-  if (!module.bundle_) return Failure{ExitStatus::noPlugin, "no plug-in at " + path};
+  if (!module.bundle_) return noBundle(path);
   std::string error;
   if (!module.bundle_->load(&error)) return notAPlugin(path, error);
-  if (!module.findExports()) return notAPlugin(path, "an exported function is missing");
+  if (const char* missing = module.findExports())
+    return notAPlugin(path, std::string("an exported function is missing: ") + missing);
   const int version = module.getInterfaceVersion_();
   if (version != UCF_INTERFACE_VERSION)
     return notAPlugin(path, "interface version " + std::to_string(version) + " instead of " +
@@ -55,11 +58,18 @@ std::variant<PluginModule, Failure> PluginModule::load(std::string path) {
   return module;
 }
 
-bool PluginModule::findExports() {
-  return find(*bundle_, "UCFInitialize", initialize_) && find(*bundle_, "UCFCleanup", cleanup_) &&
-         find(*bundle_, "UCFCreateInstance", createInstance_) &&
-         find(*bundle_, "UCFDeleteInstance", deleteInstance_) &&
-         find(*bundle_, "UCFGetInterfaceVersion", getInterfaceVersion_);
+const char* PluginModule::findExports() {
+  const auto misses = [this](const char* name, auto& function) {
+    function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(
+        bundle_->functionPointer(name));
+    return function == nullptr;
+  };
+  if (misses("UCFInitialize", initialize_)) return "UCFInitialize";
+  if (misses("UCFCleanup", cleanup_)) return "UCFCleanup";
+  if (misses("UCFCreateInstance", createInstance_)) return "UCFCreateInstance";
+  if (misses("UCFDeleteInstance", deleteInstance_)) return "UCFDeleteInstance";
+  if (misses("UCFGetInterfaceVersion", getInterfaceVersion_)) return "UCFGetInterfaceVersion";
+  return nullptr;
 }
 
 IUCFObjectBase* PluginModule::createInstance(IUCFContainerBase& container, const std::string& name,

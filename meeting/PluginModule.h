@@ -17,6 +17,8 @@ class PluginModule {
   // The bundle in the folder `path`, or whose code is the file `path`, or of that name beside our
   // own plug-in when there is neither here; null when there is none of them.
   static std::shared_ptr<platform::Bundle> bundleAt(const std::string& path);
+  // What to say where bundleAt finds none.
+  static Failure noBundle(const std::string& path);
   // The plug-in of the bundle `path` (empty: movara.bundle in the program's plug-ins
   // folder), with every export found and the interface version checked.
   static std::variant<PluginModule, Failure> load(std::string path);
@@ -29,7 +31,8 @@ class PluginModule {
 
  private:
   PluginModule() = default;
-  bool findExports();
+  // The first that is missing; null when there are all.
+  const char* findExports();
 
   std::shared_ptr<platform::Bundle> bundle_;
   UCFInitializeFn initialize_ = nullptr;

@@ -95,7 +95,8 @@ void printCasesAsJson(std::ostream& out, const std::vector<Case>& cases) {
   print(out, all);
 }
 
-void printResultsAsJson(std::ostream& out, const std::vector<CaseResult>& results) {
+void printResultsAsJson(std::ostream& out, const std::string& bundle,
+                        const std::vector<CaseResult>& results) {
   Json counts = Json::object();
   for (const CaseOutcome outcome : kOutcomes) counts[wordOf(outcome)] = count(results, outcome);
   Json all = Json::array();
@@ -106,7 +107,7 @@ void printResultsAsJson(std::ostream& out, const std::vector<CaseResult>& result
     one["said"] = result.said;
     all.push_back(one);
   }
-  print(out, {{"counts", counts}, {"cases", all}});
+  print(out, {{"bundle", bundle}, {"counts", counts}, {"cases", all}});
 }
 
 }  // namespace validator

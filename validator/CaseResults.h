@@ -20,6 +20,7 @@ bool allWell(const std::vector<CaseResult>& results);
 
 // The same as JSON, ended lines.
 void printCasesAsJson(std::ostream& out, const std::vector<Case>& cases);
-void printResultsAsJson(std::ostream& out, const std::vector<CaseResult>& results);
+void printResultsAsJson(std::ostream& out, const std::string& bundle,
+                        const std::vector<CaseResult>& results);
 
 }  // namespace validator

@@ -164,7 +164,7 @@ Function find(void* module, const char* name) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3) return std::fputs("usage: minimal-host PLUGIN FILE\n", stderr), 2;
+  if (argc != 3 || !*argv[2]) return std::fputs("usage: minimal-host PLUGIN FILE\n", stderr), 2;
   void* const module = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
   if (!module) return std::fprintf(stderr, "minimal-host: %s\n", dlerror()), 1;
   const auto version = find<UCFGetInterfaceVersionFn>(module, "UCFGetInterfaceVersion");
@@ -193,7 +193,7 @@ int main(int argc, char** argv) {
   object->Release();
   find<UCFCleanupFn>(module, "UCFCleanup")();
   dlclose(module);
-  if (!failure.empty()) return std::fprintf(stderr, "minimal-host: %s\n", failure.c_str()), 1;
+  if (!failure.empty()) return std::fprintf(stderr, "%s: %s\n", argv[2], failure.c_str()), 1;
   std::printf("%u pictures, %u blocks of sound\n", router.pictures(), router.soundBlocks());
   return 0;
 }

@@ -4,7 +4,7 @@
 
 #include "mmp/Layout.h"
 
-// First 16 bytes of every record except the formats and tagQuery.
+// First 16 bytes of the records that name it; some others have fields of their own for these two.
 struct tagMSHead {
   std::uint64_t sessionID;
   std::uint64_t sourceID;

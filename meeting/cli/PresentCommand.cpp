@@ -8,6 +8,7 @@
 #include <ostream>
 #include <utility>
 
+#include "meeting/MediaFile.h"
 #include "meeting/Meeting.h"
 #include "meeting/OutputFile.h"
 #include "meeting/Report.h"
@@ -184,6 +185,8 @@ Command presentCommand(std::function<Outcome(const Options&, std::ostream&)> hol
     addPlayer(app, words->options);
     return [&app, words, hold](std::ostream& out) {
       words->options.room.open = app.count("--web") > 0;
+      if (!words->scenarioFile.empty())
+        if (const auto failure = checkReadable(words->scenarioFile)) return outcomeOf(*failure);
       const std::string wrong = complete(*words);
       if (!wrong.empty()) return outcomeOf({ExitStatus::usage, wrong + " (see present --help)"});
       return hold(words->options, out);

@@ -117,7 +117,7 @@ Outcome choose(const Words& words, std::vector<Case>& cases) {
 Outcome check(const CaseProgram& program, const std::vector<Case>& all,
               const std::vector<Case>& cases, const Words& words, std::ostream& out) {
   const auto bundle = PluginModule::bundleAt(words.plugin);
-  if (!bundle) return outcomeOf({ExitStatus::noPlugin, "no plug-in at " + words.plugin});
+  if (!bundle) return outcomeOf(PluginModule::noBundle(words.plugin));
   if (!std::filesystem::is_regular_file(bundle->executablePath()))
     return outcomeOf({ExitStatus::noPlugin, "not a plug-in: " + words.plugin + ": no code at " +
                                                 bundle->executablePath()});
@@ -137,9 +137,9 @@ Outcome check(const CaseProgram& program, const std::vector<Case>& all,
   const auto results = runCases(program, settings, all, cases, {show, print});
   const std::string summary = summaryOf(results);
   if (words.json)
-    printResultsAsJson(out, results);
+    printResultsAsJson(out, bundle->path(), results);
   else
-    out << summary << '\n';
+    out << bundle->path() << ": " << summary << '\n';
   if (allWell(results)) return {};
   return {static_cast<int>(ExitStatus::negative), {}};
 }
@@ -166,8 +166,11 @@ Outcome validate(const Words& words, std::ostream& out) {
 
 Command::Run declare(CLI::App& app) {
   const auto words = std::make_shared<Words>();
-  app.add_option("PLUGIN", words->plugin, "Plug-in bundle")->type_name("");
-  limit(app.add_option("--level", words->level, "How far to go; each level adds its cases"),
+  app.add_option("PLUGIN", words->plugin,
+                 "Plug-in bundle, or its code; a name alone may mean one beside movara.bundle")
+      ->type_name("");
+  limit(app.add_option("--level", words->level,
+                       "How far to go; each level adds its cases (default 10)"),
         "1..10", 1, 10);
   app.add_option("--only", words->only,
                  "Only cases with NAME, or a part of one, in theirs, in capital letters or small "
@@ -178,7 +181,7 @@ Command::Run declare(CLI::App& app) {
   app.add_flag("--list", words->list, "Show the cases instead of running them");
   app.add_flag("--json", words->json, "Results, or the list, for a program");
   limit(app.add_option("--seed", words->seed,
-                       "Of the random sequences; the same seed, the same steps"),
+                       "Of the random sequences; the same seed, the same steps (default 1)"),
         "N", std::int64_t{0}, std::numeric_limits<std::int64_t>::max());
   limit(app.add_option("--limit", words->limit,
                        "Time that a case may take before it counts as hung (default 60)"),
