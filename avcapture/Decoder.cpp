@@ -34,9 +34,10 @@ int decoderThreads(const AVCodecParameters& picture, int wanted) {
 
 std::unique_ptr<Decoder> Decoder::open(const AVStream& stream, const Timeline& timeline,
                                        int threads) {
-  CodecPtr codec = openDecoder(stream, threads);
+  auto buffers = std::make_unique<PictureBuffers>();
+  CodecPtr codec = openDecoder(stream, threads, *buffers);
   if (!codec) return nullptr;
-  return std::unique_ptr<Decoder>(new Decoder(std::move(codec), timeline));
+  return std::unique_ptr<Decoder>(new Decoder(std::move(buffers), std::move(codec), timeline));
 }
 
 void Decoder::send(const AVPacket* packet, bool shown) {

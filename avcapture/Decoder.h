@@ -6,6 +6,7 @@
 
 #include "avcapture/Demuxer.h"
 #include "avcapture/Ffmpeg.h"
+#include "avcapture/PictureBuffers.h"
 
 namespace avcapture {
 
@@ -30,10 +31,14 @@ class Decoder {
   const Timeline& timeline() const { return timeline_; }
 
  private:
-  Decoder(CodecPtr codec, const Timeline& timeline)
-      : codec_(std::move(codec)), timeline_(timeline), nextPts_(timeline.start) {}
+  Decoder(std::unique_ptr<PictureBuffers> buffers, CodecPtr codec, const Timeline& timeline)
+      : buffers_(std::move(buffers)),
+        codec_(std::move(codec)),
+        timeline_(timeline),
+        nextPts_(timeline.start) {}
   void completePts(AVFrame& frame);
 
+  std::unique_ptr<PictureBuffers> buffers_;
   CodecPtr codec_;
   Timeline timeline_;
   std::int64_t nextPts_;  // expected of the next frame

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "avcapture/PictureBuffers.h"
+
 extern "C" {
 #include <libavutil/log.h>
 }
@@ -48,7 +50,7 @@ FramePtr makeFrame() {
   return frame;
 }
 
-CodecPtr openDecoder(const AVStream& stream, int threads) {
+CodecPtr openDecoder(const AVStream& stream, int threads, PictureBuffers& buffers) {
   const AVCodec* codec = avcodec_find_decoder(stream.codecpar->codec_id);
   if (codec == nullptr) return nullptr;
   CodecPtr context(avcodec_alloc_context3(codec));
@@ -58,6 +60,7 @@ CodecPtr openDecoder(const AVStream& stream, int threads) {
   context->pkt_timebase = stream.time_base;
   context->thread_count = threads;
   context->max_pixels = kMostPixels;
+  buffers.serve(*context);
   if (avcodec_open2(context.get(), codec, nullptr) < 0) return nullptr;
   return context;
 }

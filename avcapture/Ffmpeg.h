@@ -48,9 +48,11 @@ inline constexpr int kMostSampleRate = 1'536'000;
 inline constexpr AVRational kMicroseconds{1, 1'000'000};
 inline constexpr AVRational kMilliseconds{1, 1000};
 
+class PictureBuffers;
+
 // Opens the decoder of a stream; null when there is none or it refuses. `threads` as
-// AVCodecContext::thread_count.
-CodecPtr openDecoder(const AVStream& stream, int threads);
+// AVCodecContext::thread_count. Its pictures lie in the buffers, which must outlive it.
+CodecPtr openDecoder(const AVStream& stream, int threads, PictureBuffers& buffers);
 
 // Silences FFmpeg's log, once. The environment variable MOVARA_FFMPEG_LOG sets another level by its
 // name: quiet, error, warning, info, verbose, debug.

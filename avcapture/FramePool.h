@@ -20,6 +20,8 @@ struct Picture {
   std::uint32_t milliseconds = 0;  // movie time
 };
 
+class BufferPool;
+
 class FramePool {
  public:
   FramePool();
@@ -27,8 +29,7 @@ class FramePool {
   std::shared_ptr<Picture> take(std::uint32_t width, std::uint32_t height);
 
  private:
-  struct Store;
-  std::shared_ptr<Store> store_;
+  std::shared_ptr<BufferPool> store_;
 };
 
 }  // namespace avcapture

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "avcapture/AudioDecoder.h"
+#include "avcapture/BufferPool.h"
 #include "avcapture/Font.h"
 #include "avcapture/MediaClock.h"
 #include "avcapture/SeekFilter.h"
@@ -48,6 +49,44 @@ TEST(Font, IsOpenedOnceThereIsADescriptorForIt) {
   setrlimit(RLIMIT_NOFILE, &limit);
   EXPECT_EQ(before, nullptr);
   EXPECT_NE(textFont(), nullptr);
+}
+
+// As many as `held` at a time, in `rounds`; the last ones are given back, too.
+void use(BufferPool& pool, std::size_t bytes, std::size_t held, int rounds) {
+  std::vector<BufferPool::Buffer> buffers;
+  for (int round = 0; round < rounds; ++round) {
+    for (std::size_t i = 0; i < held; ++i) {
+      buffers.push_back(pool.take(bytes));
+      std::memset(buffers.back().get(), 1, bytes);
+    }
+    while (!buffers.empty()) {
+      pool.giveBack(std::move(buffers.back()), bytes);
+      buffers.pop_back();
+    }
+  }
+}
+
+TEST(BufferPool, HoldsWhatTheLatestPicturesNeeded) {
+  constexpr std::size_t kBytes = 1000;
+  BufferPool pool;
+  use(pool, kBytes, 10, 1);
+  EXPECT_EQ(pool.idle(), 10U);
+  use(pool, kBytes, 2, 32);
+  EXPECT_EQ(pool.idle(), 2U);
+  use(pool, kBytes, 5, 100);
+  EXPECT_EQ(pool.idle(), 5U) << "what is needed again and again stays";
+  use(pool, kBytes + 1, 1, 1);
+  EXPECT_EQ(pool.idle(), 1U) << "of the latest size";
+  pool.giveBack(BufferPool().take(kBytes), kBytes);
+  EXPECT_EQ(pool.idle(), 1U) << "of no other";
+}
+
+TEST(BufferPool, ShowsNothingOfWhatMemoryHeldBefore) {
+  constexpr std::size_t kBytes = 100'000;
+  { const std::vector<std::uint8_t> before(kBytes, 7); }
+  const BufferPool::Buffer buffer = BufferPool().take(kBytes);
+  EXPECT_EQ(std::count(buffer.get(), buffer.get() + kBytes, 0), std::ptrdiff_t{kBytes});
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(buffer.get()) % BufferPool::kAlignment, 0U);
 }
 
 TEST(BlockCutter, CutsToTwentyMilliseconds) {
