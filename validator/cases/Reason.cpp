@@ -36,8 +36,6 @@ constexpr Meaning kSubjects[] = {
     {R"(RouteMessage\()", "the result of RouteMessage"},
     {R"(createInstance\()", "the result of UCFCreateInstance"},
     {R"(getInterfaceVersion\()", "what UCFGetInterfaceVersion answers"},
-    {R"(Module::loaded\(\)\.error)", "what dlopen says"},
-    {R"(Module::loaded\(\)\.symbol)", "the address of an exported name"},
     {R"(constant)", "the text of an exported constant"},
 };
 
