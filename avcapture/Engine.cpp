@@ -261,11 +261,8 @@ void Engine::tellNewEnd() {
 }
 
 // What could not be read explains what could not be decoded.
-void Engine::endInVain(const char* reason) {
-  if (failure_.empty()) failure_ = reason;
-}
-
-void Engine::endStream(bool& ended) {
+void Engine::endStream(bool& ended, const char* failure) {
+  if (failure != nullptr && failure_.empty()) failure_ = failure;
   ended = true;
   tellNewEnd();
 }

@@ -166,7 +166,6 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void startClockWhenReady() REQUIRES(mutex_);
   bool starved() const REQUIRES(mutex_);
   void setPlaying() REQUIRES(mutex_);
-  void endInVain(const char* reason) REQUIRES(mutex_);
   bool endIsNew() REQUIRES(mutex_);
   // Tells the owner, without the mutex meanwhile, when everything has been played.
   void tellNewEnd() REQUIRES(mutex_);
@@ -209,7 +208,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   // Whether movie time has got there; if not, waits until it does or something changes.
   bool reached(platform::CondVar& wake, std::int64_t microseconds) REQUIRES(mutex_);
   // Ends one stream, and the movie with it when it was the last.
-  void endStream(bool& ended) REQUIRES(mutex_);
+  void endStream(bool& ended, const char* failure = nullptr) REQUIRES(mutex_);
 
   // Constant once the threads run.
   const PlaybackOptions options_;

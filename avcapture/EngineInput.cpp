@@ -112,7 +112,6 @@ void Engine::decodeLoop() {
       if (drained && wanted) filter.finish(out);
     }
     if (drained && generation == generation_) {
-      if (videoDecoder_->wasInVain()) endInVain("no picture could be decoded");
       framesEnded_ = true;
       pictureWake_.notifyOne();
     }

@@ -31,7 +31,9 @@ void Engine::pictureStep(PictureStage& stage) {
   } else if (playing_ && stage.next) {
     playPicture(stage);
   } else if (playing_ && framesEnded_ && !pictureEnded_) {
-    if (reached(pictureWake_, stage.end)) endStream(pictureEnded_);
+    if (!reached(pictureWake_, stage.end)) return;
+    // The decoder's thread rests at the end.
+    endStream(pictureEnded_, videoDecoder_->wasInVain() ? "no picture could be decoded" : nullptr);
   } else {
     pictureWake_.wait(mutex_);
   }

@@ -71,8 +71,7 @@ void Engine::soundStep(SoundStage& stage, AudioDevice& device) {
     if (reached(soundWake_, stage.next->microseconds)) deliverSound(stage, device);
   } else if (playing_ && !soundEnded_) {
     if (!reached(soundWake_, stage.end)) return;
-    if (audioDecoder_->wasInVain()) endInVain("no sound could be decoded");
-    endStream(soundEnded_);
+    endStream(soundEnded_, audioDecoder_->wasInVain() ? "no sound could be decoded" : nullptr);
   } else {
     soundWake_.wait(mutex_);
   }
