@@ -18,7 +18,8 @@ namespace avcapture {
 namespace {
 
 int levelFromEnvironment() {
-  static constexpr std::array<std::pair<std::string_view, int>, 6> kLevels{{
+  static constexpr std::array<std::pair<std::string_view, int>, 7> kLevels{{
+      {"off", AV_LOG_QUIET},
       {"quiet", AV_LOG_QUIET},
       {"error", AV_LOG_ERROR},
       {"warning", AV_LOG_WARNING},
@@ -32,6 +33,7 @@ int levelFromEnvironment() {
     for (const auto& [name, level] : kLevels) {
       if (name == wanted) return level;
     }
+    av_log(nullptr, AV_LOG_ERROR, "MOVARA_FFMPEG_LOG: no such level: %s\n", wanted);
   }
   return AV_LOG_QUIET;
 }

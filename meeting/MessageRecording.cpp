@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <limits>
@@ -10,6 +11,7 @@
 #include <span>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "meeting/MediaFile.h"
@@ -204,6 +206,8 @@ std::optional<Failure> readRecording(const std::string& path,
                                      const std::function<bool(PassedMessage)>& take) {
   std::ifstream file(path);
   if (!file) return cannotRead(path, errno);
+  std::error_code unknown;
+  if (std::filesystem::is_directory(path, unknown)) return cannotRead(path, EISDIR);  // it opens
   Lines lines(file);
   try {
     readHead(lines);

@@ -115,7 +115,7 @@ Outcome CommandLine::run(std::vector<std::string> words, std::ostream& out) {
     std::vector<std::string> names;
     for (const auto& [known, run] : runs_) names.push_back(known);
     const std::string hint = *name == kHostCheck ? kHostCheckHint : suggestion(*name, names);
-    return wrongUsage("no such subcommand: " + *name + hint);
+    return wrongUsage("no such subcommand: " + *name + (hint.empty() ? " (see --help)" : hint));
   }
   joinFlagValues(words);
   if (name != words.end()) {

@@ -79,7 +79,7 @@ TEST_F(UsageTest, EachThingAUserCanGetWrongHasItsStatusAndOneLine) {
       {{"inspect", "--diff", "--json", "a", "b"}, 2, "--json"},
       {{"inspect", in("missing.rec")}, 3, "no such file"},
       {{"inspect", clip()}, 4, "not a recording"},
-      {{"inspect", folder_.string()}, 4, "not a recording"},
+      {{"inspect", folder_.string()}, 3, "Is a directory"},
   };
   const std::string help = meet({"--help"}).out;
   for (const Case& test : cases) {
@@ -105,6 +105,7 @@ TEST_F(UsageTest, WhatCannotBeReadIsSaidInASentence) {
   const Case cases[] = {
       {"", "a subcommand is required: "},
       {"-x", "no such option: -x (see --help)"},
+      {"help", "no such subcommand: help (see --help)"},
       {"present", "FILE is required (see present --help)"},
       {"present x --report", "--report lacks its value, FILE (see present --help)"},
       {"present x --report --quiet", "--report lacks its value, FILE (see present --help)"},
@@ -167,6 +168,19 @@ TEST_F(UsageTest, HelpAndVersionAreNoErrors) {
       EXPECT_NE(finished.out.find(part), std::string::npos) << finished.out;
     EXPECT_NE(finished.out.find("\n  movara-meeting " + arguments.front() + ' '), std::string::npos)
         << finished.out;
+  }
+}
+
+TEST_F(UsageTest, LevelsThatAreNoneAreNamed) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"MOVARA_TRACE_LEVEL=loud", "no such trace level: loud"},
+      {"MOVARA_FFMPEG_LOG=loud", "MOVARA_FFMPEG_LOG: no such level: loud"},
+  };
+  for (const auto& [setting, says] : cases) {
+    Process present({"env", setting, MEETING_PROGRAM, "present", redClip(), "--unpaced"});
+    const Finished finished = present.finish();
+    EXPECT_EQ(finished.status, 0) << finished.err;
+    EXPECT_NE(finished.err.find(says), std::string::npos) << setting << ": " << finished.err;
   }
 }
 
