@@ -144,38 +144,62 @@ TEST_F(HangingDisk, IsWaitedForNoLongerThanItTakesToNoticeWhileOpening) {
   }
 }
 
-// Of those that are as late as can be; machines that are busy may let some of them seem shorter.
-constexpr int kMostReads = 12;
+// Each answer comes just before the disk would be given up; what is asked for needs more of them
+// than anybody waits for. Nobody's time passes: the clock leaps while the disk is asked.
+class SlowDisk : public File {
+ protected:
+  // Of reads that are as late as can be; machines that are busy may let some of them seem shorter.
+  static constexpr int kMostReads = 12;
 
-// Each answer comes just before the disk would be given up; a seek needs more of them than anybody
-// waits for. Nobody's time passes: the clock leaps while the disk is asked.
-TEST_F(HangingDisk, ThatIsOnlySlowHoldsUpASeekNoLonger) {
-  path = clip("one_key.ts",
-              "-f lavfi -i testsrc2=s=320x240:r=25,noise=alls=100 -frames:v 100 -c:v mpeg2video "
-              "-q:v 2 -g 1000 -sc_threshold 1000000000");
-  setFaults({.path = path});
-  open(path);
-  ASSERT_TRUE(accepted);
-  std::atomic<int> reads{0}, underWay{0};
-  ASSERT_TRUE(pumpUntil([this] { return player->renderView()->contents() != nullptr; }));
-  setFaults({.path = path, .late = [&reads, &underWay] {
-               ++reads;
-               ++underWay;
-               for (int i = 0; i < 7; ++i) {
-                 leap(CLOCK_MONOTONIC, 1);
-                 std::this_thread::sleep_for(std::chrono::milliseconds(20));
-               }
-               --underWay;
-             }});
+  // Opens it while the disk still answers at once.
+  void openThenSlow(const std::string& movie) {
+    setFaults({.path = movie});
+    open(movie);
+    ASSERT_TRUE(accepted);
+    ASSERT_TRUE(pumpUntil([this] { return player->renderView()->contents() != nullptr; }));
+    setFaults({.path = movie, .late = [this] {
+                 ++reads_;
+                 ++underWay_;
+                 for (int i = 0; i < 7; ++i) {
+                   leap(CLOCK_MONOTONIC, 1);
+                   std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                 }
+                 --underWay_;
+               }});
+  }
+
+  void expectGivenUp(const std::string& news) {
+    const auto told = [this, &news] { return delegate.count(news) > 0; };
+    while (!told() && reads_ < kMostReads) pumpUntil(told);  // which goes by the leaping clock
+    EXPECT_LT(reads_, kMostReads);
+    EXPECT_TRUE(told());
+    EXPECT_EQ(player->failure(), "the disk does not answer");
+    EXPECT_EQ(player->statusViewType(), 104);
+  }
+
+  void TearDown() override {
+    setFaults({});  // the clock leaps no more, not while we stop
+    while (underWay_ > 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    File::TearDown();
+  }
+
+ private:
+  std::atomic<int> reads_{0}, underWay_{0};
+};
+
+TEST_F(SlowDisk, HoldsUpASeekNoLonger) {
+  openThenSlow(
+      clip("one_key.ts",
+           "-f lavfi -i testsrc2=s=320x240:r=25,noise=alls=100 -frames:v 100 -c:v mpeg2video "
+           "-q:v 2 -g 1000 -sc_threshold 1000000000"));
   player->seek(3.5F);
-  const auto sought = [this] { return delegate.count("skip") > 0; };
-  while (!sought() && reads < kMostReads) pumpUntil(sought);  // which goes by the leaping clock
-  EXPECT_LT(reads, kMostReads);
-  EXPECT_TRUE(sought());
-  EXPECT_EQ(player->failure(), "the disk does not answer");
-  EXPECT_EQ(player->statusViewType(), 104);
-  setFaults({});  // the clock leaps no more, not while we stop
-  while (underWay > 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  expectGivenUp("skip");
+}
+
+TEST_F(SlowDisk, HoldsUpAPictureNoLonger) {
+  openThenSlow(clip("large.nut", "-f lavfi -i testsrc2=s=1280x720:r=25 -frames:v 16 -c:v rawvideo"));
+  player->onStart(nullptr);
+  expectGivenUp("stop");
 }
 
 TEST_F(HangingDisk, EndsTheMovieWithAReasonAndPlaysOnOnceItAnswers) {
