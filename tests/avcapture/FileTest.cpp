@@ -197,7 +197,8 @@ TEST_F(SlowDisk, HoldsUpASeekNoLonger) {
 }
 
 TEST_F(SlowDisk, HoldsUpAPictureNoLonger) {
-  openThenSlow(clip("large.nut", "-f lavfi -i testsrc2=s=1280x720:r=25 -frames:v 16 -c:v rawvideo"));
+  openThenSlow(
+      clip("large.nut", "-f lavfi -i testsrc2=s=1280x720:r=25 -frames:v 16 -c:v rawvideo"));
   player->onStart(nullptr);
   expectGivenUp("stop");
 }
