@@ -116,13 +116,12 @@ void Engine::play() {
   if (!quit_) setPlaying();
 }
 
-std::uint32_t Engine::playFromStart() {
+void Engine::playFromStart() {
   const platform::Lock lock(mutex_);
   // In one step: a standing engine would deliver the first picture as a still.
   playing_ = !quit_;
-  const std::uint32_t generation = beginGeneration(0, false);
+  beginGeneration(0, false);
   if (playing_) setPlaying();
-  return generation;
 }
 
 void Engine::setPlaying() {
@@ -154,18 +153,18 @@ void Engine::finish() {
   position_ = duration_.load();
 }
 
-std::uint32_t Engine::seek(std::int64_t microseconds, bool notify) {
+void Engine::seek(std::int64_t microseconds, bool notify) {
   const platform::Lock lock(mutex_);
-  return beginGeneration(microseconds, notify);
+  beginGeneration(microseconds, notify);
 }
 
-std::uint32_t Engine::rewind() {
+void Engine::rewind() {
   const platform::Lock lock(mutex_);
   playing_ = false;
-  return beginGeneration(0, false);
+  beginGeneration(0, false);
 }
 
-std::uint32_t Engine::beginGeneration(std::int64_t microseconds, bool notify) {
+void Engine::beginGeneration(std::int64_t microseconds, bool notify) {
   ++generation_;
   target_ = microseconds;
   position_ = microseconds;
@@ -180,6 +179,10 @@ std::uint32_t Engine::beginGeneration(std::int64_t microseconds, bool notify) {
   seekPending_ = notify;
   stillWanted_ = !playing_;
   wakeAll();
+}
+
+std::uint32_t Engine::generation() {
+  const platform::Lock lock(mutex_);
   return generation_;
 }
 

@@ -79,18 +79,17 @@ class Engine : public std::enable_shared_from_this<Engine> {
   const MediaInfo& info() const { return info_; }
 
   void play() EXCLUDES(mutex_);
-  // Plays from the beginning. Returns as seek does.
-  std::uint32_t playFromStart() EXCLUDES(mutex_);
+  // Plays from the beginning.
+  void playFromStart() EXCLUDES(mutex_);
   // Stands still, and delivers the picture that shows as a still.
   void pause() EXCLUDES(mutex_);
   // Stands still where the movie ended.
   void finish() EXCLUDES(mutex_);
   // Goes to a movie time; while standing its picture is delivered as a still. `notify`: tell the
-  // owner when it has completed. A later seek replaces one that has not completed. Returns the
-  // number of the generation that it begins.
-  std::uint32_t seek(std::int64_t microseconds, bool notify) EXCLUDES(mutex_);
-  // Stands still at the beginning, whose picture is delivered as a still. Returns as seek does.
-  std::uint32_t rewind() EXCLUDES(mutex_);
+  // owner when it has completed. A later seek replaces one that has not completed.
+  void seek(std::int64_t microseconds, bool notify) EXCLUDES(mutex_);
+  // Stands still at the beginning, whose picture is delivered as a still.
+  void rewind() EXCLUDES(mutex_);
   // Delivers the picture that shows as a still, unless playing.
   void redeliver() EXCLUDES(mutex_);
   void setVolume(int volume) { volume_.store(volume, std::memory_order_relaxed); }
@@ -102,9 +101,8 @@ class Engine : public std::enable_shared_from_this<Engine> {
     AVStreamDataListener* listener = nullptr;
     platform::Object* sender = nullptr;
   };
-  // Takes the place of the one before, and gets sound again where that one has stopped it. Returns
-  // as seek does.
-  std::uint32_t attach(Listener listener) EXCLUDES(mutex_);
+  // Takes the place of the one before, and gets sound again where that one has stopped it.
+  void attach(Listener listener) EXCLUDES(mutex_);
   // No call into the sender's listener is under way or follows once these have returned, except one
   // that they are called from within. They serve main-thread messages while they wait.
   void detach(const platform::Object* sender) EXCLUDES(mutex_);
@@ -113,11 +111,16 @@ class Engine : public std::enable_shared_from_this<Engine> {
   // Ends the threads; one that takes long over a picture or a block of sound, but is in no call of
   // the listener, is left to end by itself.
   void stop() EXCLUDES(mutex_);
+  // As stop, but where a call of the listener does not end in time, as it can't when it waits for
+  // the very message that the caller is in: then answers false, and is to be asked again.
+  bool retire() EXCLUDES(mutex_);
 
   // Whether there was no memory to go on with. Plays no more, and its owner has been told.
   // [any-thread]
   bool hasGivenUp() const { return givenUp_.load(std::memory_order_relaxed); }
 
+  // Of what is played since the last seek; the number comes with what the owner is told.
+  std::uint32_t generation() EXCLUDES(mutex_);
   std::int64_t positionMicroseconds() const { return position_.load(std::memory_order_relaxed); }
   // Known for certain once the end has been seen.
   std::int64_t durationMicroseconds() const { return duration_.load(std::memory_order_relaxed); }
@@ -156,13 +159,14 @@ class Engine : public std::enable_shared_from_this<Engine> {
   void run(Which which, void (Engine::*body)()) EXCLUDES(mutex_);
   struct Worker;
   std::shared_ptr<Worker> othersWorker(Which which);
+  void askToEnd() EXCLUDES(mutex_);
   void join(Which which);
   void joinOrLeaveBehind(Which which);
   void wakeAll();
   void resumeSound() EXCLUDES(mutex_);
 
   // Generations, the clock and the end: Engine.cpp
-  std::uint32_t beginGeneration(std::int64_t microseconds, bool notify) REQUIRES(mutex_);
+  void beginGeneration(std::int64_t microseconds, bool notify) REQUIRES(mutex_);
   void startClockWhenReady() REQUIRES(mutex_);
   bool starved() const REQUIRES(mutex_);
   void setPlaying() REQUIRES(mutex_);

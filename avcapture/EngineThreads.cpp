@@ -24,6 +24,8 @@ constexpr std::array<const char*, 4> kThreadNames = {"av-demux", "av-decode", "a
 // be interrupted. Their thread calls nobody any more and keeps what it needs, so that it may end by
 // itself.
 constexpr std::chrono::milliseconds kPatienceAtEnd{300};
+// What a listener does is over much sooner, unless it waits for who waits for it.
+constexpr std::chrono::milliseconds kPatienceWithCalls{2000};
 
 }  // namespace
 
@@ -107,7 +109,7 @@ void Engine::joinOrLeaveBehind(Which which) {
   ended() ? worker->thread.join() : worker->thread.detach();
 }
 
-void Engine::stop() {
+void Engine::askToEnd() {
   {
     const platform::Lock lock(mutex_);
     quit_ = true;
@@ -116,6 +118,23 @@ void Engine::stop() {
     wakeAll();
   }
   demuxer_.interrupt();
+}
+
+bool Engine::retire() {
+  askToEnd();
+  ++detaching_;
+  const bool silent = platform::RunLoop::main().waitServingMessages(
+      [this] {
+        return std::ranges::all_of(calls_, [](const Call& call) { return call.sender == nullptr; });
+      },
+      std::chrono::steady_clock::now() + kPatienceWithCalls);
+  --detaching_;
+  if (silent) stop();
+  return silent;
+}
+
+void Engine::stop() {
+  askToEnd();
   for (std::size_t i = 0; i < kThreadCount; ++i) joinOrLeaveBehind(static_cast<Which>(i));
 }
 
@@ -153,7 +172,7 @@ void Engine::resumeSound() {
 
 // --- the listener ---
 
-std::uint32_t Engine::attach(Listener listener) {
+void Engine::attach(Listener listener) {
   bool silent = false;
   {
     const platform::Lock lock(mutex_);
@@ -161,8 +180,6 @@ std::uint32_t Engine::attach(Listener listener) {
     silent = !quit_ && hasAudio_ && soundQuit_;
   }
   if (silent) resumeSound();
-  const platform::Lock lock(mutex_);
-  return generation_;
 }
 
 void Engine::detach(const platform::Object* sender) {

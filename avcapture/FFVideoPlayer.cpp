@@ -76,14 +76,17 @@ std::shared_ptr<Engine> FFVideoPlayer::openEngine(const std::string& path) {
 
 // One that has given up plays no more: another takes its place, if there is memory for it now.
 bool FFVideoPlayer::engineIsFit() {
-  if (!engine_->hasGivenUp()) return true;
+  const auto worn = engine_;
+  if (!worn->hasGivenUp()) return true;
+  if (!worn->retire()) return false;  // its listener asks this view about it
+  // A message that was served meanwhile may have ended us, or put another in its place already.
+  if (state_ == State::kDead) return false;
+  if (engine_ != worn) return !engine_->hasGivenUp();
   try {
     std::shared_ptr<Engine> other = openEngine(movie_->path());
     if (!other) return false;
-    const std::int64_t position = engine_->positionMicroseconds();
-    engine_->stop();  // its threads ask this view about it
     engine_ = std::move(other);
-    if (position > 0) generation_ = engine_->seek(position, true);
+    if (worn->positionMicroseconds() > 0) engine_->seek(worn->positionMicroseconds(), true);
   } catch (const platform::Exception&) {
     return false;
   } catch (const std::bad_alloc&) {
@@ -91,7 +94,7 @@ bool FFVideoPlayer::engineIsFit() {
   }
   engine_->setVolume(volume_);
   attachToEngine();
-  return state_ != State::kDead;
+  return true;
 }
 
 void FFVideoPlayer::attachListener(Engine::Listener listener) {
@@ -100,16 +103,17 @@ void FFVideoPlayer::attachListener(Engine::Listener listener) {
 }
 
 void FFVideoPlayer::attachToEngine() {
-  if (engine_ && listener_.listener != nullptr) generation_ = engine_->attach(listener_);
+  const auto engine = engine_;
+  if (engine && listener_.listener != nullptr) engine->attach(listener_);
 }
 
 void FFVideoPlayer::detachListener(const platform::Object* sender) {
   if (listener_.sender == sender) listener_ = {};
-  if (engine_) engine_->detach(sender);
+  if (const auto engine = engine_) engine->detach(sender);
 }
 
 void FFVideoPlayer::stopSound(const platform::Object* sender) {
-  if (engine_) engine_->stopSound(sender);
+  if (const auto engine = engine_) engine->stopSound(sender);
 }
 
 void FFVideoPlayer::willDie() {
@@ -146,12 +150,12 @@ void FFVideoPlayer::startPlaying(platform::Object* sender) {
     }
   }
   // Any of these calls may have ended or started us.
-  const State before = state_;
-  if (before == State::kDead || before == State::kPlaying || !engineIsFit()) return;
-  state_ = State::kPlaying;
+  const auto mayPlay = [this] { return state_ != State::kDead && state_ != State::kPlaying; };
+  if (!mayPlay() || !engineIsFit() || !mayPlay()) return;
+  const State before = state_.exchange(State::kPlaying);
   setBroken(false);
   if (before == State::kAtEnd) {
-    generation_ = engine_->playFromStart();
+    engine_->playFromStart();
   } else {
     engine_->play();
   }
@@ -181,7 +185,7 @@ void FFVideoPlayer::onStop(platform::Object* sender) {
   if (engine_) {
     state_ = State::kStopped;
     setBroken(false);
-    generation_ = engine_->rewind();
+    engine_->rewind();
   }
   if (delegate_ != nullptr) delegate_->onStop(orElse(sender, *this));
 }
@@ -195,7 +199,7 @@ void FFVideoPlayer::seek(float seconds) {
   const double wanted = std::isnan(seconds) ? 0.0 : double{seconds} * kMicrosecondsPerSecond;
   // Without a known end, any movie time is taken.
   const double limit = end > 0 ? end : static_cast<double>(kMostMicroseconds);
-  generation_ = engine_->seek(static_cast<std::int64_t>(std::clamp(wanted, 0.0, limit)), true);
+  engine_->seek(static_cast<std::int64_t>(std::clamp(wanted, 0.0, limit)), true);
   if (state_ == State::kAtEnd) state_ = State::kPaused;
   setBroken(false);
 }
@@ -230,7 +234,7 @@ void FFVideoPlayer::deliverLatestImageAgain() {
 // --- what the engine tells ---
 
 void FFVideoPlayer::handle(EngineEvent event, std::uint32_t generation) {
-  if (generation != generation_ || state_ == State::kDead) return;  // overtaken by a seek
+  if (generation != engine_->generation() || state_ == State::kDead) return;  // a seek came after
   if (event == EngineEvent::kEnded) {
     if (state_ == State::kPlaying) movieEnded();
     return;

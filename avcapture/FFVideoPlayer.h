@@ -103,7 +103,6 @@ class FFVideoPlayer final : public KTVideoPlayer {
   // While full-screen: stands where the container view was, and is to be again.
   std::shared_ptr<platform::View> placeholder_;
   Engine::Listener listener_;
-  std::uint32_t generation_ = 1;  // of the engine, since the last seek
   bool playRefused_ = false;
   int volume_ = 100;
   int volumeBeforeMute_ = 100;

@@ -1,10 +1,11 @@
 // A listener that throws, and an engine that has given up for want of memory: what users can do
-// then.
+// then, and what becomes of it when they do more than one thing at a time.
 #include <gmock/gmock.h>
 
 #include <atomic>
 #include <functional>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 
@@ -93,6 +94,85 @@ TEST_F(GivenUp, LateNewsDoNotEndTheNextOne) {
   ASSERT_TRUE(player->isPlaying());
   ASSERT_TRUE(pumpUntil([this] { return delegate.count("stop") == 1; }));
   EXPECT_EQ(recorder->frames().size(), 25U);
+}
+
+// One delivery thread has given up, the other one is in a call of the listener.
+class GivenUpInACall : public PlayerTest {
+ public:
+  void SetUp() override {
+    open(standardClip());  // makes what the process keeps
+    PlayerTest::TearDown();
+    before_ = Footprint();
+    open(standardClip());
+    recorder->onAnnounced = [this] {
+      const int number = announced_++;
+      if (number == 0) throw std::bad_alloc();
+      inside_ = true;
+      while (number == 1 && !mayLeave) std::this_thread::yield();
+    };
+    player->onStart(nullptr);
+    while (!inside_ || player->failure() != "out of memory") std::this_thread::yield();
+  }
+  void TearDown() override {
+    mayLeave = true;
+    PlayerTest::TearDown();
+    EXPECT_TRUE(returnsTo(*before_));
+  }
+  bool plays() {
+    return player->isPlaying() && pumpUntil([this] { return delegate.count("stop") > 0; }) &&
+           recorder->frames().back().timestamp == 960 && player->failure().empty();
+  }
+
+  std::atomic<bool> mayLeave{false};
+
+ private:
+  std::optional<Footprint> before_;
+  std::atomic<int> announced_{0};
+  std::atomic<bool> inside_{false};
+};
+
+struct Wish {
+  const char* name;
+  void (*act)(KTVideoPlayer& player);
+  bool plays;  // in the end
+};
+
+class WishMeanwhile : public GivenUpInACall, public ::testing::WithParamInterface<Wish> {};
+
+// Who waits for the call serves messages, in which somebody wants something of the player, too.
+TEST_P(WishMeanwhile, LeavesOneEngineInPlace) {
+  platform::dispatchOnMainThread([this] {
+    mayLeave = true;
+    GetParam().act(*player);
+  });
+  player->onStart(nullptr);  // pauses
+  player->onStart(nullptr);
+  EXPECT_TRUE(mayLeave);
+  EXPECT_EQ(plays(), GetParam().plays);
+  EXPECT_EQ(delegate.count("play"), GetParam().plays ? 2 : 1);
+}
+
+const Wish kWishes[] = {
+    {"Play", [](KTVideoPlayer& player) { player.onStart(nullptr); }, true},
+    {"Seek", [](KTVideoPlayer& player) { player.seek(0.5F); }, true},
+    {"Still", [](KTVideoPlayer& player) { player.deliverLatestImageAgain(); }, true},
+    {"End", [](KTVideoPlayer& player) { player.willDie(); }, false},
+};
+INSTANTIATE_TEST_SUITE_P(Each, WishMeanwhile, ::testing::ValuesIn(kWishes),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+// As where a format is announced, which the thread waits for.
+TEST_F(GivenUpInACall, IsNotWaitedForWithinTheMessageThatTheCallWaitsFor) {
+  ASSERT_TRUE(pumpUntil([this] { return delegate.count("stop") == 1; }));
+  delegate.calls.clear();
+  platform::dispatchOnMainThread([this] {
+    player->onStart(nullptr);
+    EXPECT_FALSE(player->isPlaying());
+    mayLeave = true;
+  });
+  ASSERT_TRUE(pumpUntil([this] { return mayLeave.load(); }));
+  player->onStart(nullptr);
+  EXPECT_TRUE(plays());
 }
 
 }  // namespace
