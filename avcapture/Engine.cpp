@@ -50,7 +50,12 @@ std::shared_ptr<Engine> Engine::open(const std::string& path, const PlaybackOpti
 Engine::Engine(const PlaybackOptions& options, EngineOutputs outputs)
     : options_(options), outputs_(std::move(outputs)) {}
 
-Engine::~Engine() { stop(); }
+Engine::~Engine() {
+  stop();
+  for (const auto& worker : workers_) {
+    if (worker && worker->thread.joinable()) worker->thread.detach();  // the one that we end on
+  }
+}
 
 // Some decoders take seconds over the first picture, without which nothing is known of the stream.
 // Their thread is left to end by itself, and keeps the engine meanwhile.

@@ -74,16 +74,13 @@ void Engine::wakeAll() {
   soundWake_.notifyAll();
 }
 
-// The worker whose end is to be waited for; null when there is none.
+// The worker whose end is to be waited for; null when there is none. Our own ends as soon as it
+// returns from the call that led here, and is waited for by who comes next.
 std::shared_ptr<Engine::Worker> Engine::othersWorker(Which which) {
   // Messages served meanwhile may start another thread in its place.
   std::shared_ptr<Worker> worker = workers_[which];
   if (!worker || !worker->thread.joinable()) return nullptr;
-  if (worker->thread.get_id() == std::this_thread::get_id()) {
-    worker->thread.detach();  // ends by itself as soon as it returns from the call that led here
-    return nullptr;
-  }
-  return worker;
+  return worker->thread.get_id() == std::this_thread::get_id() ? nullptr : worker;
 }
 
 void Engine::join(Which which) {
@@ -157,6 +154,7 @@ void Engine::resumeSound() {
   join(kSound);
   {
     const platform::Lock lock(mutex_);
+    if (quit_ || !soundQuit_) return;  // a message served meanwhile was a stop, or came before us
     soundQuit_ = false;
     beginGeneration(position_, seekPending_);
   }

@@ -237,41 +237,6 @@ TEST_F(Lifetime, ReplacedSessionEndsAfterItsLastCall) {
   EXPECT_EQ(other->frames().size(), 99U);
 }
 
-TEST_F(Lifetime, SessionThatFollowsAnotherGetsPictureAndSound) {
-  const std::string path =
-      clip("plain.mkv",
-           "-f lavfi -i testsrc2=s=64x48:r=25 -f lavfi -i sine=f=440:r=44100 -t 1 -c:v libx264 "
-           "-c:a pcm_s16le");
-  const std::string whole = output({"ffmpeg", "-v", "error", "-i", path, "-f", "s16le", "-"});
-  using Follow = void (*)(Lifetime&, const std::shared_ptr<Recorder>&);
-  const Follow follows[] = {
-      [](Lifetime& test, const std::shared_ptr<Recorder>& next) {
-        test.session.reset();
-        test.session = sessionOn(test.player, next);
-      },
-      [](Lifetime& test, const std::shared_ptr<Recorder>& next) {
-        test.session = sessionOn(test.player, next);  // the old one ends afterwards
-      },
-      [](Lifetime& test, const std::shared_ptr<Recorder>& next) {
-        test.session->stopAudioDeliverThreadIfNeed();
-        test.session = sessionOn(test.player, next);
-        test.session->stopAudioDeliverThreadIfNeed();
-        test.session = sessionOn(test.player, next);
-      },
-  };
-  for (const Follow follow : follows) {
-    const auto next = std::make_shared<Recorder>();
-    delegate.calls.clear();
-    open(path);
-    follow(*this, next);
-    playToTheEnd();
-    EXPECT_TRUE(recorder->pcm().empty());
-    EXPECT_TRUE(next->pcm() == whole) << next->pcm().size();
-    EXPECT_GE(next->frames().size(), 25U);
-    TearDown();
-  }
-}
-
 TEST_F(Lifetime, OwnerMayEndItWhileItAsksToPlay) {
   delegate.embedded = true;
   for (std::function<void()> Delegate::*const asked :
@@ -321,21 +286,6 @@ TEST_F(Lifetime, TwoDocumentsPlayWithSoundAndOnePausesTheOther) {
   EXPECT_EQ(firstSound->pcm().size(), recorder->pcm().size());
   first->willDie();
   ::unsetenv("SDL_AUDIODRIVER");
-}
-
-// Sound comes back in the middle of the movie, from where it is.
-TEST_F(Lifetime, SoundFollowsTheMovieWhenItsThreadComesBack) {
-  openPaced(standardClip());
-  player->onStart(nullptr);
-  ASSERT_TRUE(pumpUntil([&] { return player->currentTime() > 0.2F; }));
-  session.reset();
-  const auto next = std::make_shared<Recorder>();
-  session = sessionOn(player, next);
-  ASSERT_TRUE(pumpUntil([&] { return delegate.count("stop") > 0; }));
-  ASSERT_FALSE(next->soundTimes().empty());
-  EXPECT_GE(next->soundTimes().front(), 200U);
-  EXPECT_GE(next->soundTimes().back(), 960U);
-  EXPECT_EQ(delegate.count("stop"), 1);
 }
 
 }  // namespace
