@@ -161,7 +161,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   std::shared_ptr<Worker> othersWorker(Which which);
   void askToEnd() EXCLUDES(mutex_);
   void join(Which which);
-  void joinOrLeaveBehind(Which which);
+  void joinOrLeaveBehind(Which which, platform::TimePoint patience);
   void wakeAll();
   void resumeSound() EXCLUDES(mutex_);
 

@@ -22,7 +22,7 @@ constexpr std::array<const char*, 4> kThreadNames = {"av-demux", "av-decode", "a
 
 // A picture of 8192x8192 takes some codecs seconds, and turning and converting it too; they can't
 // be interrupted. Their thread calls nobody any more and keeps what it needs, so that it may end by
-// itself.
+// itself. All of them together have this time to end in.
 constexpr std::chrono::milliseconds kPatienceAtEnd{300};
 // What a listener does is over much sooner, unless it waits for who waits for it.
 constexpr std::chrono::milliseconds kPatienceWithCalls{2000};
@@ -92,13 +92,12 @@ void Engine::join(Which which) {
 }
 
 // After quit_, when no call into a listener begins any more.
-void Engine::joinOrLeaveBehind(Which which) {
+void Engine::joinOrLeaveBehind(Which which, platform::TimePoint patience) {
   const std::shared_ptr<Worker> worker = othersWorker(which);
   if (!worker) return;
   const auto ended = [&] { return !worker->running; };
   const auto calls = [&] { return calls_[which].sender != nullptr; };
-  const auto until = std::chrono::steady_clock::now() + kPatienceAtEnd;
-  platform::RunLoop::main().waitServingMessages(ended, until);
+  platform::RunLoop::main().waitServingMessages(ended, patience);
   ++detaching_;
   platform::RunLoop::main().waitServingMessages([&] { return ended() || !calls(); });
   --detaching_;
@@ -132,7 +131,10 @@ bool Engine::retire() {
 
 void Engine::stop() {
   askToEnd();
-  for (std::size_t i = 0; i < kThreadCount; ++i) joinOrLeaveBehind(static_cast<Which>(i));
+  const auto patience = std::chrono::steady_clock::now() + kPatienceAtEnd;
+  for (std::size_t i = 0; i < kThreadCount; ++i) {
+    joinOrLeaveBehind(static_cast<Which>(i), patience);
+  }
 }
 
 void Engine::stopSound(const platform::Object* sender) {

@@ -1,15 +1,12 @@
 // What plays while something around it goes wrong: a clock leaps, the sound device is gone.
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <csignal>
 #include <cstdint>
-#include <cstdlib>
 
 #include "tests/avcapture/LeapingClock.h"
+#include "tests/avcapture/Loudspeaker.h"
 #include "tests/avcapture/Support.h"
 #include "tests/support/Sanitizers.h"
 
@@ -24,33 +21,6 @@ std::int64_t trueMilliseconds() {
   return time.tv_sec * 1000 + time.tv_nsec / 1'000'000;
 }
 
-// Where sound goes: through a pipe, which the device stands still for while nobody reads it.
-class Loudspeaker {
- public:
-  Loudspeaker() {
-    const std::string path = scratchPath("loudspeaker");
-    ::unlink(path.c_str());
-    EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0);
-    end_ = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    EXPECT_GT(::fcntl(end_, F_SETPIPE_SZ, 4096), 0);
-    ::setenv("SDL_DISKAUDIOFILE", path.c_str(), 1);
-    ::setenv("SDL_AUDIODRIVER", "disk", 1);
-  }
-  ~Loudspeaker() {
-    unplug();
-    ::unsetenv("SDL_AUDIODRIVER");
-  }
-  Loudspeaker(const Loudspeaker&) = delete;
-  Loudspeaker& operator=(const Loudspeaker&) = delete;
-  void unplug() {
-    if (end_ >= 0) ::close(end_);
-    end_ = -1;
-  }
-
- private:
-  int end_ = -1;
-};
-
 struct Mishap {
   const char* what;
   void (*happens)(Loudspeaker& loudspeaker);
@@ -58,7 +28,6 @@ struct Mishap {
 
 class Mishaps : public PlayerTest, public ::testing::WithParamInterface<Mishap> {
  public:
-  void SetUp() override { std::signal(SIGPIPE, SIG_IGN); }
   void TearDown() override {
     PlayerTest::TearDown();  // returns, whatever became of the device
     resetClocks();
@@ -67,7 +36,7 @@ class Mishaps : public PlayerTest, public ::testing::WithParamInterface<Mishap> 
   }
 
   const Footprint before;
-  Loudspeaker loudspeaker;
+  Loudspeaker loudspeaker{scratchPath("loudspeaker")};
 };
 
 // Not what is left all at once, not as if it had all been played, and not an hour later.

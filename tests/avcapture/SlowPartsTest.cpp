@@ -1,55 +1,13 @@
 // A part of FFmpeg that takes very long over a picture or a block of sound, as some do over huge
 // ones.
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 
-#include <atomic>
-#include <condition_variable>
-#include <mutex>
-
+#include "tests/avcapture/SlowParts.h"
 #include "tests/avcapture/Support.h"
-
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libswscale/swscale.h>
-}
 
 namespace avcapture::test {
 
 namespace {
-
-enum class Part { kNone, kPictureDecoder, kSoundDecoder, kConverter };
-
-struct Gate {
-  std::mutex mutex;
-  std::condition_variable changed;
-  Part shut = Part::kNone;
-  int waiting = 0;
-};
-Gate& gate() {
-  static Gate& instance = *new Gate;  // for threads that outlive the program's statics
-  return instance;
-}
-
-void shut(Part part) {
-  const std::lock_guard lock(gate().mutex);
-  gate().shut = part;
-  gate().changed.notify_all();
-}
-
-int waiting() {
-  const std::lock_guard lock(gate().mutex);
-  return gate().waiting;
-}
-
-// What that part goes through.
-void pass(Part part) {
-  std::unique_lock lock(gate().mutex);
-  if (gate().shut != part) return;
-  ++gate().waiting;
-  gate().changed.wait(lock, [part] { return gate().shut != part; });
-  --gate().waiting;
-}
 
 class SlowParts : public PlayerTest, public ::testing::WithParamInterface<Part> {
  public:
@@ -59,7 +17,7 @@ class SlowParts : public PlayerTest, public ::testing::WithParamInterface<Part> 
     before = Footprint();
   }
   void TearDown() override {
-    shut(Part::kNone);
+    setSlow(0);
     PlayerTest::TearDown();
     EXPECT_TRUE(returnsTo(before));
   }
@@ -74,8 +32,8 @@ TEST_P(SlowParts, HoldUpNobodyWhoStops) {
   player->onStart(nullptr);
   ASSERT_TRUE(
       pumpUntil([this] { return !recorder->frames().empty() && !recorder->soundTimes().empty(); }));
-  shut(GetParam());
-  ASSERT_TRUE(pumpUntil([] { return waiting() == 1; }));
+  setSlow(GetParam());
+  ASSERT_TRUE(pumpUntil([] { return waitingForParts() == 1; }));
   timed("stopping_ms", [this] {
     player->onStart(nullptr);  // pauses
     player->seek(1);
@@ -84,16 +42,17 @@ TEST_P(SlowParts, HoldUpNobodyWhoStops) {
     session.reset();
     player.reset();
   });
-  EXPECT_EQ(waiting(), 1);
+  EXPECT_EQ(waitingForParts(), 1);
   recorder->clear();
-  shut(Part::kNone);
+  setSlow(0);
   EXPECT_TRUE(returnsTo(before));
   EXPECT_TRUE(recorder->frames().empty());
   EXPECT_EQ(recorder->pcm(), "");
 }
 std::string nameOf(const ::testing::TestParamInfo<Part>& info) {
-  constexpr const char* kNames[] = {"None", "PictureDecoder", "SoundDecoder", "Converter"};
-  return kNames[static_cast<int>(info.param)];
+  return info.param == Part::kConverter      ? "Converter"
+         : info.param == Part::kSoundDecoder ? "SoundDecoder"
+                                             : "PictureDecoder";
 }
 INSTANTIATE_TEST_SUITE_P(Each, SlowParts,
                          ::testing::Values(Part::kPictureDecoder, Part::kSoundDecoder,
@@ -104,33 +63,13 @@ class SlowOpening : public SlowParts {};
 
 // What is shown first is decoded to learn what it is; that is not waited for without end either.
 TEST_F(SlowOpening, IsGivenUp) {
-  shut(Part::kPictureDecoder);
+  setSlow(Part::kPictureDecoder);
   timed("refusing_ms", [this] { open(movie); });
   EXPECT_FALSE(accepted);
   EXPECT_EQ(player->failure(), "takes too long to open");
-  EXPECT_EQ(waiting(), 1);
+  EXPECT_EQ(waitingForParts(), 1);
 }
 
 }  // namespace
 
 }  // namespace avcapture::test
-
-// In place of libavcodec's, which it calls.
-extern "C" [[gnu::visibility("default")]] int avcodec_send_packet(AVCodecContext* codec,
-                                                                  const AVPacket* packet) {
-  static auto* const real =
-      reinterpret_cast<decltype(&avcodec_send_packet)>(::dlsym(RTLD_NEXT, "avcodec_send_packet"));
-  avcapture::test::pass(codec->codec_type == AVMEDIA_TYPE_VIDEO
-                            ? avcapture::test::Part::kPictureDecoder
-                            : avcapture::test::Part::kSoundDecoder);
-  return real(codec, packet);
-}
-extern "C" [[gnu::visibility("default")]] int sws_scale(SwsContext* scaler,
-                                                        const std::uint8_t* const* from,
-                                                        const int* fromStrides, int firstRow,
-                                                        int rows, std::uint8_t* const* to,
-                                                        const int* toStrides) {
-  static auto* const real = reinterpret_cast<decltype(&sws_scale)>(::dlsym(RTLD_NEXT, "sws_scale"));
-  avcapture::test::pass(avcapture::test::Part::kConverter);
-  return real(scaler, from, fromStrides, firstRow, rows, to, toStrides);
-}
