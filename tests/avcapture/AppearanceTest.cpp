@@ -97,6 +97,15 @@ TEST_F(Appearance, EveryStatusHasItsOwnWordsAndPicture) {
   EXPECT_EQ(statusText(77), "status 77");
 }
 
+TEST_F(Appearance, TheContractHasTheWordsOfEachStatus) {
+  const std::string contract = contentsOf(CONTRACT_TEXT);
+  for (int code = 1; code < 300; ++code) {
+    const std::string number = std::to_string(code), words = statusText(code);
+    const bool says = contract.find("| " + number + " | " + words + " |") != std::string::npos;
+    EXPECT_EQ(says, words != "status " + number) << number << ' ' << words;
+  }
+}
+
 TEST_F(Appearance, StatusIsDrawnOnChangeOnly) {
   const Picture first = statusFor(201);
   EXPECT_EQ(statusFor(201), first);
