@@ -93,14 +93,19 @@ FrameRef::~FrameRef() {
 
 FrameRef Frame::rendition(std::uint32_t wide, std::uint32_t high,
                           const std::function<FrameRef()>& make) const {
+  const auto rendition = renditionOf(wide, high);
+  const platform::Lock lock(rendition->mutex);
+  if (!rendition->frame) rendition->frame = make();
+  return rendition->frame;
+}
+
+std::shared_ptr<Rendition> Frame::renditionOf(std::uint32_t wide, std::uint32_t high) const {
   const platform::Lock lock(renditionsMutex_);
-  for (const FrameRef& made : renditions_)
-    if (made->width == wide && made->height == high) return made;
-  FrameRef made = make();
-  if (!made) return made;
+  for (const auto& known : renditions_)
+    if (known->width == wide && known->height == high) return known;
   if (renditions_.size() == kMaxRenditions) renditions_.erase(renditions_.begin());
-  renditions_.push_back(made);
-  return made;
+  renditions_.push_back(std::make_shared<Rendition>(wide, high));
+  return renditions_.back();
 }
 
 FramePool::FramePool() : core_(std::make_shared<FramePoolCore>()) {}

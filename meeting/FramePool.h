@@ -19,6 +19,7 @@ namespace meeting {
 struct FramePoolCore;
 
 struct Frame;
+struct Rendition;
 
 // A counted reference; the last one gives the frame back to its pool.
 class FrameRef {
@@ -50,7 +51,8 @@ struct Frame {
   std::uint32_t bytesPerRow = 0;
   std::unique_ptr<std::uint8_t[]> pixels;  // height * bytesPerRow bytes, and some to spare
 
-  // This picture at another size: made by who asks first, while others wait, and shared with them.
+  // This picture at another size: made by who asks first, while others who want that size wait, and
+  // shared with them.
   FrameRef rendition(std::uint32_t wide, std::uint32_t high,
                      const std::function<FrameRef()>& make) const EXCLUDES(renditionsMutex_);
 
@@ -58,11 +60,24 @@ struct Frame {
   friend class FrameRef;
   friend class FramePool;
   friend struct FramePoolCore;
+  std::shared_ptr<Rendition> renditionOf(std::uint32_t wide, std::uint32_t high) const
+      EXCLUDES(renditionsMutex_);
+
   std::size_t room_ = 0;  // bytes
   std::atomic<int> references_{0};
   std::shared_ptr<FramePoolCore> home_;  // set while in use
   mutable platform::Mutex renditionsMutex_;
-  mutable std::vector<FrameRef> renditions_ GUARDED_BY(renditionsMutex_);  // the oldest first
+  // The oldest first.
+  mutable std::vector<std::shared_ptr<Rendition>> renditions_ GUARDED_BY(renditionsMutex_);
+};
+
+// A picture at another size.
+struct Rendition {
+  Rendition(std::uint32_t wide, std::uint32_t high) : width(wide), height(high) {}
+
+  const std::uint32_t width, height;
+  platform::Mutex mutex;  // of who makes it
+  FrameRef frame GUARDED_BY(mutex);
 };
 
 // What a pool has made that still exists.

@@ -2,6 +2,8 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <future>
+#include <thread>
 
 #include "tests/meeting/PlatformFixture.h"
 
@@ -9,6 +11,7 @@ namespace meeting {
 namespace {
 
 using std::chrono_literals::operator""ms;
+using std::chrono_literals::operator""s;
 
 class AttendeeTest : public PlatformFixture {
  protected:
@@ -290,6 +293,39 @@ TEST_F(AttendeeTest, SlowOnesHoldUpNeitherThePresenterNorOthers) {
   sticky.free = true;
   EXPECT_EQ(whenReceived(hanging, 2).framesLost, kPictures - 2);
   EXPECT_EQ(hanging.view->contents()->pixels[0], kPictures);
+}
+
+// Who shows a picture at another size goes on while somebody's own takes long, and those who show
+// it at the same size share what is made once.
+TEST_F(AttendeeTest, ASizeIsWaitedForByThoseOnlyWhoShowIt) {
+  FramePool pool;
+  const auto ofSize = [&pool](std::uint32_t size) {
+    return pool.make(0, {size, size, 3 * size}, [](std::uint8_t*) {});
+  };
+  const FrameRef picture = ofSize(8);
+  std::promise<void> begun, overtake;
+  bool overtaken = false;
+  FrameRef first, second;
+  std::thread slow([&] {
+    first = picture->rendition(4, 4, [&] {
+      begun.set_value();
+      overtaken = overtake.get_future().wait_for(30s) == std::future_status::ready;
+      return ofSize(4);
+    });
+  });
+  begun.get_future().wait();
+  std::thread same([&] {
+    second = picture->rendition(4, 4, [&] {
+      ADD_FAILURE() << "made twice";
+      return ofSize(4);
+    });
+  });
+  EXPECT_EQ(picture->rendition(2, 2, [&] { return ofSize(2); })->width, 2U);
+  overtake.set_value();
+  slow.join();
+  same.join();
+  EXPECT_TRUE(overtaken);
+  EXPECT_EQ(&*first, &*second);
 }
 
 TEST_F(AttendeeTest, TakingTheViewAwayWaitsForThePictureThatIsBeingShown) {
