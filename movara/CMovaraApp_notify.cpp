@@ -223,8 +223,14 @@ std::int32_t CMovaraApp::onVideoSize(const platform::Dictionary* info) {
 std::int32_t CMovaraApp::onTimer() {
   if (m_nRegisterCountdown == kRegisterNow && hasActivePlayer()) {
     tagQuery probe{};
-    if (!probeSession(probe) && probe.dwResult == 0) {
+    const bool answered = probeSession(probe);
+    if (!answered && probe.dwResult == 0) {
       RouteMessage(MODULE_TYPE_SVS, MODULE_TYPE_SVS, 0, 0, nullptr, nullptr);
+    } else if (m_svsMgr.IsSourceChannel()) {
+      MacWarnTrace2(kTraceModule,
+                    "The session probe does not let the file be opened, answer = %d, dwResult = "
+                    "%lu, this = 0x%x ",
+                    static_cast<int>(answered), probe.dwResult, traceAddress(this));
     }
   }
   if (m_nRegisterCountdown > 0 && hasActivePlayer()) {

@@ -66,6 +66,20 @@ CONTRACT_CASE(PresenterTexts, FromCreationToAJoinedChannel, texts,
                 "I after CreateUI", "I after OpemMovieFile", "I before parentViewChanged",
                 "I after parentViewChanged"},
                kOpened})},
+      {"what the session's probe forbids",
+       [this] {
+         openAtTheNextTick();
+         host.answerQuery = [](tagQuery& query) {
+           query.dwResult = 5;
+           return UCFResult{1};
+         };
+       },
+       [this] {
+         ticks(2);
+         host.answerQuery = [](tagQuery&) { return UCF_OK; };
+       },
+       {"W The session probe does not let the file be opened, answer = 1, dwResult = 5, this = "
+        "0xAPP "}},
       {"opening what the view refuses",
        [this] {
          openAtTheNextTick();
