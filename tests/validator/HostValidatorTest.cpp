@@ -18,15 +18,20 @@ namespace {
 using support::Process;
 using Names = std::vector<std::string>;
 
-// Names of the checks by their outcome, as a report holds them.
-std::map<std::string, Names> readReport(const std::string& path) {
-  std::map<std::string, Names> checks;
+struct Report {
+  std::map<std::string, Names> checks;  // by their outcome
+  std::string reasons;
+};
+
+Report readReport(const std::string& path) {
+  Report report;
   std::ifstream file(path);
   for (std::string line; std::getline(file, line);) {
     const auto finding = nlohmann::json::parse(line);
-    checks[finding.at("outcome")].push_back(finding.at("check"));
+    report.checks[finding.at("outcome")].push_back(finding.at("check"));
+    report.reasons += finding.at("reason").get<std::string>() + "\n";
   }
-  return checks;
+  return report;
 }
 
 class HostValidatorTest : public testing::Test {
@@ -43,7 +48,8 @@ class HostValidatorTest : public testing::Test {
 struct Mistake {
   const char* made;
   Names caught;
-  int ending = 0;  // the signal that ends the host in the middle of the movie
+  const char* says = "";  // in a reason
+  int ending = 0;         // the signal that ends the host in the middle of the movie
 };
 
 const std::vector<Mistake> kMistakes = {
@@ -55,15 +61,15 @@ const std::vector<Mistake> kMistakes = {
     {"refuses what nobody asks", {}},
     {"does not ask the version", {"version-asked"}},
     {"does not initialize", {"initialize-first"}},
-    {"exports from a thread", {"exports-on-main-thread"}},
+    {"exports from a thread", {"exports-on-main-thread"}, "UCFDeleteInstance came on another"},
     {"no file name", {"create-arguments"}},
     {"throws", {"nothing-thrown"}},
     {"cleans up too early", {"cleanup-last"}},
     {"does not clean up", {"cleanup-last"}},
-    {"calls from a thread", {"calls-on-main-thread"}},
-    {"calls from a delivery thread", {"calls-on-main-thread"}},
-    {"tells from a thread", {"messages-on-main-thread"}},
-    {"tells after release", {"nothing-after-release"}},
+    {"calls from a thread", {"calls-on-main-thread"}, "OnSetActive came on another"},
+    {"calls from a delivery thread", {"calls-on-main-thread"}, "OnSetActive came on another"},
+    {"tells from a thread", {"messages-on-main-thread"}, "RouteMessage came on another"},
+    {"tells after release", {"nothing-after-release"}, "RouteMessage came after"},
     {"shows twice", {"activation-order"}},
     {"no view", {"view-usable"}},
     {"lets the view die", {"view-kept"}},
@@ -72,7 +78,9 @@ const std::vector<Mistake> kMistakes = {
     {"no path", {"file-path"}},
     {"writes what it refuses", {"refusal-leaves-variant-alone"}},
     {"keeps variants", {"variants-freed"}},
-    {"forgets properties", {"shared-properties"}},
+    {"stores nothing", {}, "the container keeps none"},
+    {"forgets properties", {"shared-properties"}, "(slot 19) then refused it"},
+    {"stores zeros", {"shared-properties"}, "is not what is read"},
     {"exchanges container 19 20", {"shared-properties"}},
     {"disowns the document", {"own-document"}},
     {"no role", {"role"}},
@@ -91,6 +99,9 @@ const std::vector<Mistake> kMistakes = {
     {"refuses commands", {"command-receivers"}},
     {"echoes commands", {"no-echo"}},
     {"refuses ids", {"session-ids"}},
+    {"numbers participants",
+     {"session-ids"},
+     "1001 and 1, another of the same document 1001 and 2"},
     {"refuses to register", {"requests-taken"}},
     {"writes into the question", {"query-answers"}},
     {"writes into requests", {"records-untouched"}},
@@ -102,11 +113,20 @@ const std::vector<Mistake> kMistakes = {
     {"pictures without a size", {"status-fields"}},
     {"joins before it creates", {"channel-order"}},
     {"draws after withdrawal", {"render-withdrawn"}},
-    {"none", {"cleanup-last"}, SIGKILL},
-    {"shows twice", {"cleanup-last", "activation-order"}, SIGKILL},
-    {"no items", {"cleanup-last", "item-states"}, SIGTERM},
-    {"serves everything", {"cleanup-last", "unknown-interface-refused"}, SIGABRT},
-    {"calls from a delivery thread", {"cleanup-last", "calls-on-main-thread"}, SIGSEGV},
+    {"stalls, not live", {}, "waited for a live meeting"},
+    {"stalls, not confirmed", {}, "waited for S 0, join confirmed (SESSION_MSG_JOIN_CONFIRM)\n"},
+    {"stalls, refused", {}, "waited for S 0, join confirmed (SESSION_MSG_JOIN_CONFIRM), when S 1"},
+    {"stalls, without a turn", {}, "waited for the main thread to run its loop"},
+    {"stalls, with the probe taken", {"query-answers"}, "waited for its session probe"},
+    {"stalls, with a result", {"query-answers"}, "waited for its session probe"},
+    {"stalls, without a channel", {}, "waited for M 4 (0), channel created"},
+    {"stalls, not joined", {}, "waited for M 4 (2), channel joined"},
+    {"stalls, not allowed to play", {}, "waited for S 102, playing is allowed"},
+    {"none", {"cleanup-last"}, "", SIGKILL},
+    {"shows twice", {"cleanup-last", "activation-order"}, "", SIGKILL},
+    {"no items", {"cleanup-last", "item-states"}, "", SIGTERM},
+    {"serves everything", {"cleanup-last", "unknown-interface-refused"}, "", SIGABRT},
+    {"calls from a delivery thread", {"cleanup-last", "calls-on-main-thread"}, "", SIGSEGV},
 };
 
 // The hosts mostly wait for a movie to end: eight at a time.
@@ -122,11 +142,14 @@ TEST_F(HostValidatorTest, EachMistakeIsCaughtByItsName) {
     for (std::size_t at = first; at < end; ++at) {
       const support::Finished host = hosts[at - first]->finish();
       EXPECT_EQ(host.status, -kMistakes[at].ending) << kMistakes[at].made << host.err;
-      auto checks = readReport(folder_ / (std::to_string(at) + ".json"));
+      auto [checks, reasons] = readReport(folder_ / (std::to_string(at) + ".json"));
       EXPECT_EQ(checks["failed"], kMistakes[at].caught) << kMistakes[at].made;
       EXPECT_EQ(checks["passed"].empty(), kMistakes[at].ending != 0) << kMistakes[at].made;
-      if (kMistakes[at].caught.empty()) {
-        EXPECT_EQ(checks["skipped"], Names{});
+      EXPECT_NE(reasons.find(kMistakes[at].says), std::string::npos)
+          << kMistakes[at].made << " says:\n"
+          << reasons;
+      if (kMistakes[at].caught.empty() && *kMistakes[at].says == '\0') {
+        EXPECT_EQ(checks["skipped"], Names{}) << kMistakes[at].made;
       }
     }
   }
@@ -148,9 +171,12 @@ TEST_F(HostValidatorTest, AMeetingIsAGoodHost) {
   ASSERT_EQ(made.status, 0) << made.err;
   const std::vector<std::string> meeting = {
       MEETING_PROGRAM, "present", clip, "--attendees", "1", "--plugin", VALIDATE_HOST_BUNDLE};
-  const support::Finished live = support::run(reporting("live.json", meeting));
+  // Two documents, with a source id each.
+  std::vector<std::string> both = meeting;
+  both.insert(both.begin() + 2, clip);
+  const support::Finished live = support::run(reporting("live.json", both));
   EXPECT_EQ(live.status, 0) << live.err;
-  auto checks = readReport(folder_ / "live.json");
+  auto checks = readReport(folder_ / "live.json").checks;
   EXPECT_EQ(checks["failed"], Names{});
   EXPECT_EQ(checks["skipped"], Names{});
 
@@ -158,7 +184,7 @@ TEST_F(HostValidatorTest, AMeetingIsAGoodHost) {
   recording.insert(recording.end(), {"--recording", "--duration", "0.5"});
   const support::Finished played = support::run(reporting("recording.json", recording));
   EXPECT_EQ(played.status, 0) << played.err;
-  checks = readReport(folder_ / "recording.json");
+  checks = readReport(folder_ / "recording.json").checks;
   EXPECT_EQ(checks["failed"], Names{});
   EXPECT_FALSE(checks["passed"].empty());
 
@@ -168,7 +194,7 @@ TEST_F(HostValidatorTest, AMeetingIsAGoodHost) {
   const support::Finished refused = support::run(reporting("refused.json", unwanted));
   EXPECT_EQ(refused.status, 6);
   EXPECT_EQ(refused.err, "movara-meeting: the session was refused: attendee limit reached\n");
-  EXPECT_EQ(readReport(folder_ / "refused.json")["failed"], Names{});
+  EXPECT_EQ(readReport(folder_ / "refused.json").checks["failed"], Names{});
 }
 
 // Without a file for it, the report is on standard error: what failed, and a line for each check.
@@ -177,7 +203,7 @@ TEST_F(HostValidatorTest, TheReportIsToBeRead) {
       support::run({WRONG_HOST, VALIDATE_HOST_CODE, "tells after release"});
   EXPECT_EQ(host.err.find("validate-host: failures follow as they are found"), 0U) << host.err;
   EXPECT_NE(host.err.find("validate-host: failed  nothing-after-release: an object that is gone is "
-                          "not called (the object was called after its Release)\n"),
+                          "not called (RouteMessage came after the object's Release)\n"),
             std::string::npos)
       << host.err;
   EXPECT_NE(host.err.find("validate-host: passed  samples-return: playing does not stand still\n"),

@@ -59,7 +59,18 @@ void tellWhatChangesNothing(const Host& host) {
   tellUnlisted(host, MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION, &tagMSVideoInfo::dwInfoKind);
 }
 
+// Ends a run of the loop in which nothing plays: after more turns than what is under way can take.
+void stopAfter(int turns) {
+  platform::dispatchOnMainThread([turns] {
+    if (turns == 0) return platform::RunLoop::main().stop();
+    stopAfter(turns - 1);
+  });
+}
+
 void share(Host& host) {
+  if (makes("stalls, not confirmed")) return;
+  if (makes("stalls, refused")) host.tell(ROUTE_TYPE_SESSION, SESSION_MSG_JOIN_FAILED);
+  if (makes("stalls, refused")) return;
   host.tell(ROUTE_TYPE_SESSION, SESSION_MSG_JOIN_CONFIRM);
   host.other->tell(ROUTE_TYPE_SESSION, SESSION_MSG_JOIN_CONFIRM);
   if (makes("unknown message")) host.tell(ROUTE_TYPE_SESSION, 77);
@@ -70,6 +81,8 @@ void share(Host& host) {
     tagMSVideoInfo info{};
     host.tell(ROUTE_TYPE_MEDIASTREAMING, MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION, &info);
   }
+  if (makes("stalls, without a turn")) return;
+  if (mistake.starts_with("stalls")) stopAfter(50);
   platform::RunLoop& loop = platform::RunLoop::main();
   loop.runUntil(loop.now() + std::chrono::seconds(60));
 }

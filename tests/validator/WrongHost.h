@@ -103,12 +103,14 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
   }
   UCFResult GetSharedProperty(std::uint32_t id, tagUCFVariant* out) override {
     const auto found = shared_.find(id);
-    if (found == shared_.end() || makes("forgets properties")) return UCF_E_INVALID_ARG;
+    if (found == shared_.end() || makes("forgets properties") || makes("stores nothing"))
+      return UCF_E_INVALID_ARG;
     *out = found->second;
     return UCF_OK;
   }
   UCFResult SetSharedProperty(std::uint32_t id, tagUCFVariant* in) override {
-    shared_[id] = *in;
+    if (makes("stores nothing")) return UCF_E_INVALID_ARG;
+    shared_[id] = makes("stores zeros") ? tagUCFVariant{UCFVT_I4, 0, {}} : *in;
     return UCF_OK;
   }
 
@@ -136,7 +138,7 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
   }
   std::uint32_t RequestParameterData(std::int32_t id) override {
     if (id == UCF_QUERY_OWN_DOCUMENT) return presents() || !makes("disowns the document");
-    if (id == UCF_QUERY_LIVE_MEETING) return 1;
+    if (id == UCF_QUERY_LIVE_MEETING) return !makes("stalls, not live");
     const auto found = other->published_.find(static_cast<std::uint32_t>(id));
     if (found != other->published_.end()) hear(found->first, found->second);
     return 0;
@@ -164,7 +166,7 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
                          unsigned long uMsg, void* wParam, void* lParam) override {
     if (to == MODULE_TYPE_CONF) {
       *static_cast<std::uint64_t*>(wParam) = 1001;
-      *static_cast<std::uint64_t*>(lParam) = 1;
+      *static_cast<std::uint64_t*>(lParam) = makes("numbers participants") ? user_ : 1;
       return makes("refuses ids") ? 0 : 1;
     }
     if (type == SVS_MSG_START_SESSION) started_ = true;
@@ -192,7 +194,12 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
         auto& query = *static_cast<tagQuery*>(record);
         if (makes("writes into the question")) query.reserved[0] = 1;
         if (query.nQueryType == MM_MEDIASTREAMING_QUERY_CHANNEL_STATUS) return answer(query);
-        return query.nQueryType == MM_MEDIASTREAMING_QUERY_PLAY_ALLOWED;
+        if (query.nQueryType == MM_MEDIASTREAMING_QUERY_SESSION_PROBE) {
+          if (makes("stalls, with a result")) query.dwResult = std::uint64_t{1} << 32U;
+          return makes("stalls, with the probe taken") ? 1 : 0;
+        }
+        if (makes("stalls, not allowed to play")) query.dwStatus = query.dwResult = 0;
+        return 1;
       }
       case MM_MEDIASTREAMING_CMD_REGISTER:
         if (makes("writes into requests")) ++static_cast<tagMSRegisterInfo*>(record)->dwDuration;
@@ -228,10 +235,11 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
   // The presenter creates the channel for both; each joins it when it registers.
   void openChannel() {
     platform::dispatchOnMainThread([this] {
+      if (makes("stalls, without a channel")) return;
       if (presents() && !makes("joins before it creates"))
         for (const Host* host : {this, other})
           if (!host->told_) host->tellChannel(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
-      tellChannel(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+      if (!makes("stalls, not joined")) tellChannel(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
     });
   }
 

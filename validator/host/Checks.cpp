@@ -61,7 +61,8 @@ constexpr Entry kChecks[] = {
     {"no-echo", "a command does not come back to its sender", "no command arrived"},
     {"session-ids", "requests name the session and the source", "the container has no router"},
     {"requests-taken", "what a participant asks for happens", "nothing was asked for"},
-    {"query-answers", "a question is answered in its answer words only", "nothing was asked"},
+    {"query-answers", "a question is answered in its answer words only, the session probe by 0",
+     "nothing was asked"},
     {"records-untouched", "records and samples stay their sender's", "no record was sent"},
     {"samples-return", "playing does not stand still", "no sample was sent: nothing was played"},
     {"known-messages", "messages are of the families that an object knows", "no message came"},
@@ -69,6 +70,7 @@ constexpr Entry kChecks[] = {
     {"channel-order", "a channel is created, then joined, then used", "no channel status came"},
     {"render-withdrawn", "nobody draws into a view that was withdrawn",
      "no listener's view was withdrawn"},
+    {"movie-played", "what is shared is seen", "nothing was played: no presenter was created"},
 };
 static_assert(std::size(kChecks) == static_cast<std::size_t>(Check::count));
 
@@ -167,6 +169,12 @@ bool Findings::note(Check check, bool holds, const std::string& reason) {
   return false;
 }
 
+void Findings::explain(Check check, const std::string& reason) {
+  const platform::Lock lock(mutex_);
+  Finding& finding = findings_.at(static_cast<std::size_t>(check));
+  if (finding.outcome == Outcome::skipped) finding.reason = reason;
+}
+
 void Findings::report() {
   const platform::Lock lock(mutex_);
   if (!changed_) return;
@@ -175,9 +183,9 @@ void Findings::report() {
   std::string all;
   for (std::size_t at = 0; at < findings_.size(); ++at) {
     const Finding& finding = findings_.at(at);
-    const bool skipped = finding.outcome == Outcome::skipped;
+    const bool unexplained = finding.outcome == Outcome::skipped && finding.reason.empty();
     all += place.line(static_cast<Check>(at), finding.outcome,
-                      skipped ? kChecks[at].skipped : finding.reason);
+                      unexplained ? kChecks[at].skipped : finding.reason);
   }
   place.replace(all);
 }

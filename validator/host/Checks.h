@@ -48,6 +48,7 @@ enum class Check {
   statusFields,
   channelOrder,
   renderWithdrawn,
+  moviePlayed,
   count
 };
 
@@ -66,6 +67,8 @@ class Findings {
   // once: no host is sure to end in order. A check that was never looked at is skipped. Returns
   // `holds`.
   bool note(Check check, bool holds, const std::string& reason) EXCLUDES(mutex_);
+  // Why nothing has been seen of a check, where more is known than the table says.
+  void explain(Check check, const std::string& reason) EXCLUDES(mutex_);
   // Writes a line for each check, in a file in the place of what is there; nothing when nothing has
   // changed since.
   void report() EXCLUDES(mutex_);

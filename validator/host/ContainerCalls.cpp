@@ -149,9 +149,13 @@ void ContainerCalls::checkSharedProperties() {
     kept.lVal = -1;  // the host has a copy
     tagUCFVariant read{};
     const UCFResult result = container_.GetSharedProperty(STM_KEY_STATUS, &read);
-    note(Check::sharedProperties, result == UCF_OK && read.vt == UCFVT_I4 && read.lVal == value,
+    if (!note(Check::sharedProperties, result == UCF_OK,
+              "SetSharedProperty (slot 20) took a number, and GetSharedProperty (slot 19) then "
+              "refused it: keep it, or refuse both"))
+      return;
+    note(Check::sharedProperties, read.vt == UCFVT_I4 && read.lVal == value,
          "a number that was taken is not what is read afterwards");
-    if (result == UCF_OK) container_.FreeVariant(&read);
+    container_.FreeVariant(&read);
   }
 }
 
@@ -226,9 +230,10 @@ void ContainerCalls::requestMediaInfo() {
     runtime_->RequestParameterData(static_cast<std::int32_t>(STM_PARAMETER_MEDIA_INFO));
 }
 
-void ContainerCalls::askWhetherJoinFailed() {
+void ContainerCalls::askWhetherJoinFailed(const tagMSHead& ids) {
   const auto userId = presenter();
   if (!userId || !hasIdentity_ || runtime_->CanSend() == 0) return;
+  question_.ids = ids;
   sendQuestion(*userId);
   sendQuestion(SVS_USER_EVERYBODY);
 }

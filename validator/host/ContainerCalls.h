@@ -33,7 +33,7 @@ class ContainerCalls {
   void publish(const tagStmMediaInfo& info);
   void requestMediaInfo();
   // Sends the question to the presenter, and to everybody, if commands may be sent.
-  void askWhetherJoinFailed();
+  void askWhetherJoinFailed(const tagMSHead& ids);
   // Whether these are the first bytes of this participant's identity.
   bool isOwnUser(std::uint32_t userId) const;
   bool isOtherUser(std::uint32_t userId) const { return hasIdentity_ && !isOwnUser(userId); }

@@ -10,6 +10,8 @@ namespace hostcheck {
 
 namespace {
 
+using namespace std::string_literals;
+
 void note(Check check, bool holds, const std::string& reason) {
   Findings::shared().note(check, holds, reason);
 }
@@ -35,9 +37,10 @@ Guest::Guest(IUCFContainerBase& container, UCFCtx context)
   router_->tell(SVS_MSG_START_SESSION);
 }
 
-bool Guest::enter(Check thread) const {
-  note(thread, platform::isMainThread(), "a call came on another thread than the main one");
-  if (released_) note(Check::nothingAfterRelease, false, "the object was called after its Release");
+bool Guest::enter(Check thread, const char* call) const {
+  note(thread, platform::isMainThread(), call + " came on another thread than the main one"s);
+  if (released_)
+    note(Check::nothingAfterRelease, false, call + " came after the object's Release"s);
   return platform::isMainThread() && !released_;
 }
 
@@ -144,7 +147,7 @@ void Guest::showFirst() {
   if (presents_) return;
   if (live_) onChannelAnswered(router_->askChannelStatus());
   container_.requestMediaInfo();
-  container_.askWhetherJoinFailed();
+  container_.askWhetherJoinFailed(router_->ids());
 }
 
 void Guest::showIn(platform::View& parent) {
@@ -211,10 +214,12 @@ void Guest::OnCommandData(unsigned char* data, unsigned int length, unsigned lon
   const auto question = checkCommand(data, length);
   const bool echo = question && container_.isOwnUser(question->sender);
   note(Check::noEcho, !echo, "a command came back to the participant that had sent it");
-  if (!question || !question->receiver || echo) return;
-  const bool forAll = *question->receiver == SVS_USER_EVERYBODY;
-  note(Check::commandReceivers, forAll || !container_.isOtherUser(*question->receiver),
-       "a command for user " + std::to_string(*question->receiver) + " came to another");
+  if (!question || !question->whole || echo) return;
+  router_->checkSameDocument(question->whole->ids);
+  const std::uint32_t receiver = question->whole->receiver;
+  const bool forAll = receiver == SVS_USER_EVERYBODY;
+  note(Check::commandReceivers, forAll || !container_.isOtherUser(receiver),
+       "a command for user " + std::to_string(receiver) + " came to another");
   (forAll ? heard_[question->sender].forAll : heard_[question->sender].forOne) = true;
 }
 

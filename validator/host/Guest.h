@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "platform/View.h"
 #include "ucf/IUCFObjectBase.h"
@@ -30,6 +31,8 @@ class Guest final : public IUCFObjectBase,
   bool released() const { return released_; }
   // A last look, when the host has nothing more to do with the object.
   void checkAfterEnd() const;
+  // Says how far a presenter has come, if it has not played.
+  void explainProgress() const;
 
   // --- IUCFObjectBase ---
   UCFResult GetUCFInterface(UCFInterfaceID id, void** out) override;
@@ -77,8 +80,21 @@ class Guest final : public IUCFObjectBase,
                          unsigned long uMsg, void* wParam, void* lParam) override;
 
  private:
+  // A presenter's way to its movie.
+  enum class Stage {
+    shared,
+    confirmed,
+    probed,
+    registered,
+    channelCreated,
+    channelJoined,
+    askedToPlay,
+    played
+  };
+
   // Every call comes by here first; false for one that must not touch anything.
-  bool enter(Check thread = Check::callsOnMainThread) const;
+  bool enter(Check thread = Check::callsOnMainThread,
+             const char* call = __builtin_FUNCTION()) const;
 
   void resetItems();
   void showFirst();
@@ -98,6 +114,7 @@ class Guest final : public IUCFObjectBase,
   void onChannelLost();
   void checkOrderOfStatus(unsigned long uMsg, const void* record) const;
   void later(void (Guest::*work)());
+  void reach(Stage stage);
   void registerListener();
   void startSharing();
   void play();
@@ -115,7 +132,8 @@ class Guest final : public IUCFObjectBase,
   bool registered_ = false;
   bool created_ = false;  // the channel
   bool joined_ = false;
-  bool played_ = false;
+  Stage stage_ = Stage::shared;           // the furthest
+  std::optional<unsigned long> endedBy_;  // the session message
   bool awaitsMediaInfo_ = false;
   bool mediaKnown_ = false;  // to a listener, since the channel was created last
   bool rendered_ = false;    // the listener's view is with the host

@@ -1,4 +1,5 @@
 // What a guest does about messages: comes into the session, opens its channel, plays its movie.
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -15,6 +16,17 @@ namespace {
 void noteOrder(bool holds, const std::string& reason) {
   Findings::shared().note(Check::channelOrder, holds, reason);
 }
+
+// What a presenter that has come to a stage goes on with, in their order.
+constexpr const char* kAwaited[] = {
+    "S 0, join confirmed (SESSION_MSG_JOIN_CONFIRM)",
+    "the main thread to run its loop",
+    "its session probe (query 1) to be answered by 0",
+    "M 4 (0), channel created",
+    "M 4 (2), channel joined",
+    "the main thread to run its loop",
+    "S 102, playing is allowed: query 10000 was answered by no",
+};
 
 }  // namespace
 
@@ -37,11 +49,13 @@ UCFResult Guest::RouteMessage(enumMODULE_TYPE /*from*/, enumMODULE_TYPE /*to*/, 
 void Guest::onSession(unsigned long message) {
   switch (message) {
     case SESSION_MSG_JOIN_CONFIRM:
+      reach(Stage::confirmed);
       return later(&Guest::startSharing);
     case SESSION_MSG_START_PLAY:
       return later(&Guest::play);
     default:  // refused, left, or the stream is to stop
       router_->expectRefusals();
+      endedBy_ = message;
       return later(&Guest::endPlaying);
   }
 }
@@ -56,11 +70,13 @@ void Guest::later(void (Guest::*work)()) {
 
 void Guest::startSharing() {
   if (!live_ || !presents_ || registered_) return;
-  router_->askSessionProbe();
+  reach(Stage::probed);
+  if (!router_->askToOpenFile()) return;
   container_.publish({.nDurationMs = kMovieMs,
                       .nMediaContent = MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO,
                       .nMediaType = MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO});
   registered_ = true;
+  reach(Stage::registered);
   router_->registerChannel(channel(), kMovieMs);
 }
 
@@ -94,6 +110,7 @@ void Guest::onChannelCreated() {
     registered_ = mediaKnown_ = false;  // created again
   created_ = true;
   joined_ = false;
+  reach(Stage::channelCreated);
   if (presents_ || !live_) return;
   awaitsMediaInfo_ = true;  // the presenter publishes it before its channel opens
   container_.requestMediaInfo();
@@ -115,6 +132,7 @@ void Guest::onChannelJoined() {
     noteOrder(created_ && registered_,
               "a channel was joined that had not been created and registered");
   joined_ = true;
+  reach(Stage::channelJoined);
   if (presents_) {
     router_->sourceStatus(channel(), MM_MEDIASTREAMING_PD_ACTIVE);
     return later(&Guest::play);
@@ -138,11 +156,27 @@ void Guest::checkOrderOfStatus(unsigned long uMsg, const void* record) const {
   noteOrder(created_, "status " + std::to_string(uMsg) + " came before the channel was created");
 }
 
+// --- how far a presenter comes ---
+
+void Guest::reach(Stage stage) { stage_ = std::max(stage_, stage); }
+
+void Guest::explainProgress() const {
+  if (!presents_ || stage_ == Stage::played) return;
+  std::string why = "nothing was played: the presenter's object waited for ";
+  why += live_ ? kAwaited[static_cast<std::size_t>(stage_)]
+               : "a live meeting (RequestParameterData(-4) was 0)";
+  if (endedBy_) why += ", when S " + std::to_string(*endedBy_) + " came";
+  Findings::shared().explain(Check::moviePlayed, why);
+}
+
 // --- playing ---
 
 void Guest::play() {
-  if (!presents_ || !joined_ || played_ || !router_->askPlayAllowed()) return;
-  played_ = true;
+  if (!presents_ || !joined_ || stage_ == Stage::played) return;
+  reach(Stage::askedToPlay);
+  if (!router_->askPlayAllowed()) return;
+  reach(Stage::played);
+  Findings::shared().note(Check::moviePlayed, true, "");
   router_->sourceStatus(channel(), MM_MEDIASTREAMING_PLAY);
   router_->tell(SVS_MSG_STOP_ADVANCE_PAGE);
   auto video = TestStream::videoFormat();

@@ -1,6 +1,7 @@
 // The five functions by which a host knows the module: they check who calls them, and when.
 #include <atomic>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "platform/RunLoop.h"
@@ -14,13 +15,13 @@ namespace hostcheck {
 
 namespace {
 
-bool note(Check check, bool holds, const char* reason) {
+bool note(Check check, bool holds, const std::string& reason) {
   return Findings::shared().note(check, holds, reason);
 }
 
-bool onMainThread() {
+bool onMainThread(const std::string& call = __builtin_FUNCTION()) {
   return note(Check::exportsOnMainThread, platform::isMainThread(),
-              "an export was called on another thread than the main one");
+              call + " came on another thread than the main one");
 }
 
 // What the module keeps. Released objects are kept to the end, to see who calls them. [main-thread]
@@ -44,6 +45,7 @@ class Module {
     bool allReleased = true;
     for (const auto& guest : guests_) {
       guest->checkAfterEnd();
+      guest->explainProgress();
       allReleased = allReleased && guest->released();
     }
     note(Check::cleanupLast, allReleased, "UCFCleanup came before every object had been released");
@@ -69,6 +71,7 @@ class Module {
   // The process ends, or unloads the module.
   void end() {
     if (loads_ > 0) note(Check::cleanupLast, false, "the host ended without UCFCleanup");
+    for (const auto& guest : guests_) guest->explainProgress();
     if (loads_ > 0 || !guests_.empty()) Findings::shared().report();
   }
 

@@ -71,6 +71,16 @@ void RouterCalls::askIds(UCFCtx context) {
                           "asked twice, the ids differ");
 }
 
+void RouterCalls::checkSameDocument(const tagMSHead& others) const {
+  const auto text = [](const tagMSHead& ids) {
+    return std::to_string(ids.sessionID) + " and " + std::to_string(ids.sourceID);
+  };
+  Findings::shared().note(Check::sessionIds,
+                          others.sessionID == ids_.sessionID && others.sourceID == ids_.sourceID,
+                          "a participant has session id and source id " + text(ids_) +
+                              ", another of the same document " + text(others));
+}
+
 UCFResult RouterCalls::route(unsigned long command, void* record, std::size_t size) {
   if (router_ == nullptr) return 0;
   const Lent lent(record, size);
@@ -81,7 +91,7 @@ UCFResult RouterCalls::route(unsigned long command, void* record, std::size_t si
 }
 
 void RouterCalls::expectTaken(const std::string& what, UCFResult result) const {
-  if (router_ == nullptr || refusalsExpected_) return;
+  if (mayRefuse()) return;
   Findings::shared().note(Check::requestsTaken, result != 0, what + " was answered by 0");
 }
 
@@ -108,10 +118,19 @@ bool RouterCalls::ask(tagQuery& query) {
   return result != 0;
 }
 
-void RouterCalls::askSessionProbe() {
+bool RouterCalls::askSessionProbe() {
   tagQuery query{};
   query.nQueryType = MM_MEDIASTREAMING_QUERY_SESSION_PROBE;
-  ask(query);
+  return !ask(query) && query.dwResult == 0;
+}
+
+bool RouterCalls::askToOpenFile() {
+  const bool opens = askSessionProbe();
+  if (!mayRefuse())
+    Findings::shared().note(Check::queryAnswers, opens,
+                            "the session probe (query 1) of a presenter that had joined was not "
+                            "answered by 0, in the return and in dwResult: no file is opened");
+  return opens;
 }
 
 std::optional<std::uint32_t> RouterCalls::askChannelStatus() {

@@ -20,12 +20,17 @@ class RouterCalls {
   RouterCalls(IUCFMsgRouter* router, UCFCtx context);
 
   const tagMSHead& ids() const { return ids_; }
+  // Whether another participant has these ids, too.
+  void checkSameDocument(const tagMSHead& others) const;
   // From here on the host may refuse: channel or session are gone.
   void expectRefusals() { refusalsExpected_ = true; }
 
   // SVS_MSG_START_SESSION and others that carry nothing.
   void tell(unsigned long type);
-  void askSessionProbe();
+  // Whether the answer lets a presenter's file be opened.
+  bool askSessionProbe();
+  // The same once the session has been joined: the answer must be yes, then.
+  bool askToOpenFile();
   // Empty if the host does not know.
   std::optional<std::uint32_t> askChannelStatus();
   bool askPlayAllowed();
@@ -51,6 +56,7 @@ class RouterCalls {
     expectTaken("request " + std::to_string(command), route(command, &record, sizeof record));
   }
   void expectTaken(const std::string& what, UCFResult result) const;
+  bool mayRefuse() const { return router_ == nullptr || refusalsExpected_; }
 
   IUCFMsgRouter* const router_;
   tagMSHead ids_{};

@@ -111,11 +111,11 @@ std::optional<Question> checkCommand(const unsigned char* data, unsigned int len
                 std::to_string(command.head.dwLength)) ||
       command.head.dwCommand != SVS_QUERY_JOINSEESION_FAILED_CMD)
     return std::nullopt;
-  if (!note(Check::commandData, length >= offsetof(JoinQuestion, receiver),
+  if (!note(Check::commandData, length >= offsetof(JoinQuestion, ids),
             "command 2 came without its sender's 8-byte identity"))
     return std::nullopt;
   Question question{command.identity[0], std::nullopt};
-  if (length == sizeof command) question.receiver = command.receiver;
+  if (length == sizeof command) question.whole = command;
   return question;
 }
 
