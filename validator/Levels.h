@@ -12,7 +12,7 @@ enum class Level : int {
   life,
   messages,
   records,
-  texts,
+  inside,
   threads,
   endings,
   sequences,

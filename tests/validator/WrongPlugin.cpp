@@ -12,7 +12,9 @@
 #include <utility>
 #include <vector>
 
+#include "avcapture/KTVideoPlayer.h"
 #include "mmp/RequestRecords.h"
+#include "tests/validator/OwnObject.h"
 #include "tests/validator/SlotTable.h"
 #include "ucf/Exports.h"
 #include "ucf/IUCFMsgRouter.h"
@@ -39,7 +41,8 @@ enum class Fault {
   otherModule,
   otherThread,
   otherVersion,
-  ownView,  // nothing is wrong with it
+  ownObject,  // nothing is wrong with it
+  ownView,    // nor with this
   playerSlotsSwapped,
   registersNowhere,
   runtimeSlotsSwapped,
@@ -48,6 +51,11 @@ enum class Fault {
   throws,
 };
 constexpr Fault kFault = Fault::FAULT;
+
+#ifndef FAULT_ownObject
+// What lies inside is movara's own.
+CONSTANT(kAVMovieCurrentPresenterRole, "kAVMovieCurrentPresenterRole")
+#endif
 
 __attribute__((constructor)) void load() {
   if (kFault == Fault::crashesOnLoad) std::abort();
@@ -149,10 +157,12 @@ SlotTable& changed(void* face, std::size_t slots) { return tables.emplace_back(f
 
 // What stands at a slot of the object's first face in the place of the module's own function.
 using Release = void (*)(void* object);
+using CreateActiveUI = UCFResult (*)(void* object, void* parentView, tagUCFRect* rect);
 using Notify = std::int32_t (*)(void* object, unsigned int code, unsigned long p1,
                                 unsigned long p2);
 Release realRelease = nullptr;
 Notify realNotify = nullptr;
+CreateActiveUI realCreateActiveUI = nullptr;
 
 void releaseAndCall(void* object) {
   realRelease(object);
@@ -161,6 +171,12 @@ void releaseAndCall(void* object) {
     router.host->RouteMessage(MODULE_TYPE_SVS, MODULE_TYPE_MMP, 103, 0, nullptr, nullptr);
 }
 void releaseNothing(void* /*object*/) {}
+
+// Whatever stands in for the framework's view is not asked for one.
+UCFResult createActiveUIWithOwnView(void* object, void* parentView, tagUCFRect* rect) {
+  avcapture::KTVideoPlayer::setFactory(nullptr);
+  return realCreateActiveUI(object, parentView, rect);
+}
 
 // Who asks for the player gets one whose operations are exchanged.
 std::int32_t notifyAndExchange(void* object, unsigned int code, unsigned long p1,
@@ -178,10 +194,12 @@ void changeTable(IUCFObjectBase* object) {
   SlotTable& slots = changed(object, 34);
   realRelease = reinterpret_cast<Release>(slots[1]);
   realNotify = reinterpret_cast<Notify>(slots[32]);
+  realCreateActiveUI = reinterpret_cast<CreateActiveUI>(slots[6]);
   if (kFault == Fault::slotsSwapped) slots.exchange(3, 4);
   if (kFault == Fault::callsAfterTheEnd) slots[1] = reinterpret_cast<void*>(&releaseAndCall);
   if (kFault == Fault::neverEnds) slots[1] = reinterpret_cast<void*>(&releaseNothing);
   if (kFault == Fault::playerSlotsSwapped) slots[32] = reinterpret_cast<void*>(&notifyAndExchange);
+  if (kFault == Fault::ownView) slots[6] = reinterpret_cast<void*>(&createActiveUIWithOwnView);
   void* runtime = nullptr;
   object->GetUCFInterface(UCF_IID_OBJECT_RUNTIME, &runtime);
   if (kFault == Fault::runtimeSlotsSwapped) changed(runtime, 18).exchange(0, 8);
@@ -211,6 +229,10 @@ EXPORTED UCFResult UCFCreateInstance(IUCFContainerBase* container, char* name, U
   const UCFResult result = real<UCFCreateInstanceFn>("UCFCreateInstance")(
       container, name, context, fileName, reserved, reserved2, out);
   if (result != UCF_OK && kFault == Fault::throws) throw std::runtime_error("no object");
-  if (result == UCF_OK) changeTable(*out);
+  if (result != UCF_OK) return result;
+  if (kFault == Fault::ownObject)
+    *out = new OwnObject(*out);
+  else
+    changeTable(*out);
   return result;
 }

@@ -69,9 +69,9 @@ CONTRACT_CASE(ObjectTest, TheSharedFilesPathComesFromTheContainerOrTheHost, life
     Lines expected = {row.context == kEmbedded ? "ids 107" : "ids 100", "session 101"};
     expected.insert(expected.end(), row.asked.begin(), row.asked.end());
     EXPECT_EQ(host.take(), expected);
-    if (Module::loaded().usesPlayerView()) {  // which is asked to open it
-      activate();
-      startSource();
+    activate();
+    startSource();
+    if (view()) {  // which is asked to open it
       ASSERT_EQ(view()->asset != nullptr, row.path != nullptr);
       EXPECT_EQ(view()->asset ? view()->asset->path() : "", row.path ? row.path : "");
     }

@@ -25,7 +25,7 @@ class AttendeeTexts : public TextsTest {
   }
 };
 
-CONTRACT_CASE(AttendeeTexts, FromCreationToAJoinedChannel, texts,
+CONTRACT_CASE(AttendeeTexts, FromCreationToAJoinedChannel, inside,
               "the log from creation to a joined channel") {
   expectTexts({
       {"creation and activation in the agenda document",
@@ -84,7 +84,7 @@ CONTRACT_CASE(AttendeeTexts, FromCreationToAJoinedChannel, texts,
   });
 }
 
-CONTRACT_CASE(AttendeeTexts, OfThePresentersPlayer, texts,
+CONTRACT_CASE(AttendeeTexts, OfThePresentersPlayer, inside,
               "the log of an attendee about the presenter's player") {
   const auto play = [this](std::uint32_t value) {
     tagMSPlayStatus record{};
@@ -176,7 +176,7 @@ CONTRACT_CASE(AttendeeTexts, OfThePresentersPlayer, texts,
   });
 }
 
-CONTRACT_CASE(AttendeeTexts, OnAThreadThatAnObjectIsNotMeantFor, threads,
+CONTRACT_CASE(AttendeeTexts, OnAThreadThatAnObjectIsNotMeantFor, inside,
               "a call on a wrong thread is logged as one") {
   const auto elsewhere = [](std::function<void()> work) {
     return [work = std::move(work)] { std::thread(work).join(); };

@@ -132,6 +132,8 @@ struct FakeFramework {
   static inline int sessionsMade = 0;
 
   static void install() {
+    view = nullptr;
+    session = nullptr;
     sessionsMade = 0;
     avcapture::KTVideoPlayer::setFactory([]() -> std::shared_ptr<avcapture::KTVideoPlayer> {
       return view = std::make_shared<FakeVideoPlayer>();

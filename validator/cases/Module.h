@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 
+#include <array>
 #include <string>
 
 #include "ucf/Exports.h"
@@ -29,27 +30,23 @@ class Module {
     return module;
   }
 
+  static constexpr std::array kExports = {"UCFInitialize", "UCFCleanup", "UCFCreateInstance",
+                                          "UCFDeleteInstance", "UCFGetInterfaceVersion"};
+
   const std::string& error() const { return error_; }  // empty when it was loaded
-  bool exportsAll() const {
-    return initialize && cleanup && createInstance && deleteInstance && getInterfaceVersion;
-  }
   // Of the code and of the libraries that it needs; null when there is none of the name.
   void* symbol(const char* name) const { return code_ != nullptr ? dlsym(code_, name) : nullptr; }
   // Why no object can be made; empty when it can.
-  const char* unusable() const {
+  std::string unusable() const {
     if (!error_.empty()) return "the code cannot be loaded";
-    return exportsAll() ? "" : "an export is missing";
+    std::string missing;
+    for (const char* const name : kExports)
+      if (symbol(name) == nullptr) missing += (missing.empty() ? "" : ", ") + std::string(name);
+    return missing.empty() ? missing : "an export is missing: " + missing;
   }
-  // Whether its view is the framework's: only then is it seen by who stands in for that.
-  bool usesPlayerView() const {
-    return symbol("_ZN9avcapture13KTVideoPlayer11newInstanceEv") != nullptr;
-  }
-  // Why an object's player view cannot be seen; empty when it can.
-  const char* unseen() const {
-    if (*unusable() != '\0' || usesPlayerView()) return unusable();
-    return "needs the player view stand-in: the code does not make its view by "
-           "avcapture::KTVideoPlayer::newInstance";
-  }
+  // Whether its objects and their players have movara's tables behind what the contract says: only
+  // then can they be looked into. movara alone exports this key of its player's store.
+  bool isMovaraInside() const { return symbol("kAVMovieCurrentPresenterRole") != nullptr; }
 
  private:
   template <class Function>

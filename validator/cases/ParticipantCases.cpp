@@ -134,9 +134,6 @@ CONTRACT_CASE(ContractTest, AListenersVolumeAndTheClientsVideoSizeArePassedOn, m
   forget();
   view()->delegate->volumeChange(nullptr, 200);
   EXPECT_THAT(host.take(), ElementsAre("volume 200"));
-  tagMSVIDEOFORMATEX format{};
-  notify(6, reinterpret_cast<unsigned long>(&format));
-  EXPECT_THAT(host.take(), IsEmpty()) << "only a source has a format";
 
   const auto post = [](int source, int width, int height) {
     postNotification("MSVideoRenderSizeChanged", {{"MSVideoRenderSourceID", source},

@@ -10,7 +10,7 @@ using std::string_view;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class PlayerSlots : public ContractTest {
+class PlayerSlots : public InsideTest {
  protected:
   template <class Result, class... Arguments>
   Result call(std::size_t slot, Arguments... arguments) {
@@ -26,7 +26,7 @@ class PlayerSlots : public ContractTest {
   }
 };
 
-CONTRACT_CASE(PlayerSlots, OfTheControls, slots,
+CONTRACT_CASE(PlayerSlots, OfTheControls, inside,
               "the player's slots: play, pause, stop, seek, volume") {
   createActive();
   view()->length = 0;
@@ -69,7 +69,7 @@ CONTRACT_CASE(PlayerSlots, OfTheControls, slots,
   EXPECT_THAT(told(13, 1), IsEmpty()) << "a recording has no source";
 }
 
-CONTRACT_CASE(PlayerSlots, OfTheViewAndItsPlace, slots,
+CONTRACT_CASE(PlayerSlots, OfTheViewAndItsPlace, inside,
               "the player's slots: view, place and movie") {
   createActive();
   EXPECT_FALSE(call<bool>(17));
@@ -108,7 +108,7 @@ CONTRACT_CASE(PlayerSlots, OfTheViewAndItsPlace, slots,
   EXPECT_TRUE(call<bool>(38, &none)) << "a movie is set once";
 }
 
-CONTRACT_CASE(PlayerSlots, OfTheStoreAndTheListenersPicture, slots,
+CONTRACT_CASE(PlayerSlots, OfTheStoreAndTheListenersPicture, inside,
               "the player's slots: properties and the listener's picture") {
   listen();
   EXPECT_EQ(call<unsigned>(28), 1U);
@@ -154,7 +154,7 @@ CONTRACT_CASE(PlayerSlots, OfTheStoreAndTheListenersPicture, slots,
   EXPECT_THAT(questions->names, testing::SizeIs(2));
 }
 
-CONTRACT_CASE(PlayerSlots, AChannelThatIsJoinedEndsTheFailover, messages,
+CONTRACT_CASE(PlayerSlots, AChannelThatIsJoinedEndsTheFailover, inside,
               "a failover lasts until the channel is joined") {
   createActive();
   EXPECT_FALSE(call<bool>(34));

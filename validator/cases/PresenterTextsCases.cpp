@@ -33,7 +33,7 @@ class PresenterTexts : public TextsTest {
   }
 };
 
-CONTRACT_CASE(PresenterTexts, FromCreationToAJoinedChannel, texts,
+CONTRACT_CASE(PresenterTexts, FromCreationToAJoinedChannel, inside,
               "the log from creation to a joined channel") {
   const Lines kTick = {"I CMovaraApp::RouteMessage, type = 0, uMsg = 0, this = 0xAPP ",
                        "I CMovaraApp::RenderFileName, file = /m/talk.mov, this = 0xAPP ",
@@ -129,7 +129,7 @@ CONTRACT_CASE(PresenterTexts, FromCreationToAJoinedChannel, texts,
   });
 }
 
-CONTRACT_CASE(PresenterTexts, OfTheExportsAndOfIdleControls, texts,
+CONTRACT_CASE(PresenterTexts, OfTheExportsAndOfIdleControls, inside,
               "the log of the exports, and of controls that change nothing") {
   const Module& module = Module::loaded();
   constexpr const char* kPaused = "W Current movie is in paused, dont need to pause";
@@ -186,7 +186,7 @@ CONTRACT_CASE(PresenterTexts, OfTheExportsAndOfIdleControls, texts,
   });
 }
 
-CONTRACT_CASE(PresenterTexts, OfTheRunningStream, texts, "the log of a running stream") {
+CONTRACT_CASE(PresenterTexts, OfTheRunningStream, inside, "the log of a running stream") {
   constexpr const char* kFormatSent = "I SetSourceMediaFormat sended, this = 0xMANAGER ";
   constexpr const char* kFormatTold =
       "I tell mmp session the video format, height = 2, width = 8, this = 0xAPP ";
@@ -256,7 +256,7 @@ CONTRACT_CASE(PresenterTexts, OfTheRunningStream, texts, "the log of a running s
   });
 }
 
-CONTRACT_CASE(PresenterTexts, OfTheSessionAndTheClient, texts,
+CONTRACT_CASE(PresenterTexts, OfTheSessionAndTheClient, inside,
               "the log of session messages and of what the client reports") {
   constexpr const char* kHol = "HOLStatusNotification";
   const auto post = [](const char* name, const platform::Dictionary* info) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <cstring>
 #include <functional>
@@ -31,6 +32,11 @@ inline std::string hex(const void* data, std::size_t length) {
   }
   return text;
 }
+
+// Command 2 from user 7, and what a presenter whose join was refused answers with: command 3.
+inline constexpr std::array<unsigned char, 16> kQuestion = {16, 0, 0, 0, 2, 0, 0, 0, 7};
+inline constexpr const char* kNewsToOne = "to 7 0800000003000000";
+inline constexpr const char* kNewsToAll = "to all 0800000003000000";
 
 class RecordingHost : public IUCFContainerBase, public IUCFContainerRuntime, public IUCFMsgRouter {
  public:

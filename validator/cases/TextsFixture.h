@@ -20,7 +20,7 @@ inline Lines joined(const std::vector<Lines>& parts) {
   return all;
 }
 
-class TextsTest : public ContractTest {
+class TextsTest : public InsideTest {
  protected:
   // Only of lines that contain `part`.
   void expectTexts(const std::vector<Story>& stories, std::string_view part = "") {

@@ -116,13 +116,7 @@ void run(const World& world, const std::vector<Step>& steps) {
   }
 }
 
-class ModelTest : public testing::Test {
- protected:
-  void SetUp() override {
-    const std::string why = contract::Module::loaded().unseen();
-    if (!why.empty()) GTEST_SKIP() << why;
-  }
-};
+class ModelTest : public contract::InsideTest {};
 
 CONTRACT_CASE(ModelTest, TheModuleDoesWhatTheModelSays, sequences,
               "random runs of steps lead to what the model says") {

@@ -7,7 +7,7 @@
 
 namespace model {
 
-class Subject : public contract::ContractTest {
+class Subject : public contract::InsideTest {
  public:
   explicit Subject(const World& world);
   void TestBody() override {}
@@ -30,11 +30,11 @@ class Subject : public contract::ContractTest {
 
   using ContractTest::channelStatus;
   using ContractTest::host;
-  using ContractTest::notify;
   using ContractTest::object;
   using ContractTest::runtime;
   using ContractTest::session;
   using ContractTest::status;
+  using InsideTest::notify;
 
   int probeAnswer = 0;  // as the model's
 
