@@ -66,7 +66,7 @@ enum MM_MEDIASTREAMING_MUTESTATUS : std::uint32_t {};
 // `nQueryType` of a tagQuery.
 enum MM_MEDIASTREAMING_QUERY_TYPE : std::int32_t {
   MM_MEDIASTREAMING_QUERY_CHANNEL_STATUS = 0,    // of the source id in dwResult
-  MM_MEDIASTREAMING_QUERY_SESSION_PROBE = 1,     // is the session there?
+  MM_MEDIASTREAMING_QUERY_SESSION_PROBE = 1,     // is the session there? 0 if so, returned as well
   MM_MEDIASTREAMING_QUERY_PLAY_ALLOWED = 10000,  // forbidden by clearing dwStatus and dwResult
 };
 

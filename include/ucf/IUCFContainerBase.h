@@ -46,8 +46,8 @@ class UCF_INTERFACE IUCFContainerBase {
   UCF_RESERVED_SLOT(17)
   UCF_RESERVED_SLOT(18)
 
-  // Properties that the host keeps for the object from one activation to the next. Get fills `*out`
-  // and returns 0, or returns nonzero. Set copies what it is given.
+  // Properties that the host keeps for the object from one activation to the next; if it does not,
+  // both return nonzero. Get fills `*out` with what Set has copied, and returns 0.
   // [main-thread; live, releasing]
   UCF_SLOT(19);
   virtual UCFResult GetSharedProperty(std::uint32_t id, tagUCFVariant* out) = 0;
