@@ -20,6 +20,8 @@ enum class CaseOutcome { passed, failed, crashed, hung, skipped };
 const char* wordOf(CaseOutcome outcome);
 // Whether it speaks against the plug-in: failed, crashed or hung.
 bool isFault(CaseOutcome outcome);
+// Whether it did not come to its end: crashed or hung.
+bool brokeOff(CaseOutcome outcome);
 
 struct CaseResult {
   Case what;

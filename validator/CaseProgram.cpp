@@ -76,6 +76,17 @@ std::string endOf(int status) {
          (name != nullptr ? std::string(" (SIG") + name + ")" : "");
 }
 
+// A word of a command line, as a shell reads it.
+std::string asShellWord(const std::string& word) {
+  if (std::all_of(word.begin(), word.end(), [](unsigned char c) {
+        return std::isalnum(c) != 0 || std::strchr("/._-+=,:@%*", c) != nullptr;
+      }))
+    return word;
+  std::string quoted;
+  for (const char c : word) quoted += c == '\'' ? std::string(R"('\'')") : std::string(1, c);
+  return "'" + quoted + "'";
+}
+
 bool endedWell(int status, CaseOutcome outcome) {
   return WIFEXITED(status) && WEXITSTATUS(status) == (outcome == CaseOutcome::failed ? 1 : 0);
 }
@@ -100,8 +111,10 @@ std::optional<std::vector<Case>> CaseProgram::cases() const {
 
 CaseResult CaseProgram::run(const Case& what, const Settings& settings) const {
   CaseResult result{what, CaseOutcome::failed, {}, {}};
-  ChildProcess child({path_, settings.code, "--report", "--gtest_filter=" + what.name},
-                     {"RC_PARAMS=max_success=5000 seed=" + std::to_string(settings.seed)});
+  const std::string runs = "max_success=5000 seed=" + std::to_string(settings.seed);
+  const std::string random = what.level == Level::sequences ? "RC_PARAMS='" + runs + "' " : "";
+  const std::string chosen = "--gtest_filter=" + what.name;
+  ChildProcess child({path_, settings.code, "--report", chosen}, {"RC_PARAMS=" + runs});
   const bool ended = child.finish(steady_clock::now() + settings.limit);
   const bool through = readReport(child.output(), result);
   if (!ended) {
@@ -111,6 +124,9 @@ CaseResult CaseProgram::run(const Case& what, const Settings& settings) const {
     result.outcome = CaseOutcome::crashed;
     result.reasons.push_back(endOf(child.status()));
   }
+  if (brokeOff(result.outcome))
+    result.reasons.push_back("under a debugger: " + random + "gdb --args " + asShellWord(path_) +
+                             ' ' + asShellWord(settings.code) + ' ' + chosen);
   if (isFault(result.outcome)) result.said = lastLines(child.errors());
   return result;
 }

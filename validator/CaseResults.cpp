@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iomanip>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 namespace validator {
 
@@ -16,6 +17,22 @@ constexpr CaseOutcome kOutcomes[] = {CaseOutcome::passed, CaseOutcome::failed, C
 std::ptrdiff_t count(const std::vector<CaseResult>& results, CaseOutcome outcome) {
   return std::count_if(results.begin(), results.end(),
                        [=](const CaseResult& result) { return result.outcome == outcome; });
+}
+
+// How many were skipped for which reason, in brackets; of a reason, what stands before its colon.
+std::string skipsOf(const std::vector<CaseResult>& results) {
+  std::vector<std::pair<std::string, int>> skips;
+  for (const CaseResult& result : results) {
+    if (result.outcome != CaseOutcome::skipped || result.reasons.empty()) continue;
+    const std::string why = result.reasons[0].substr(0, result.reasons[0].find(':'));
+    const auto known = std::find_if(skips.begin(), skips.end(),
+                                    [&](const auto& skip) { return skip.first == why; });
+    known != skips.end() ? ++known->second : skips.emplace_back(why, 1).second;
+  }
+  std::string text;
+  for (const auto& [why, number] : skips)
+    text += (text.empty() ? " (" : "; ") + std::to_string(number) + ": " + why;
+  return text.empty() ? text : text + ')';
 }
 
 Json asJson(const Case& what) {
@@ -50,6 +67,10 @@ bool isFault(CaseOutcome outcome) {
   return outcome != CaseOutcome::passed && outcome != CaseOutcome::skipped;
 }
 
+bool brokeOff(CaseOutcome outcome) {
+  return outcome == CaseOutcome::crashed || outcome == CaseOutcome::hung;
+}
+
 void printCases(std::ostream& out, const std::vector<Case>& cases) {
   const Case* before = nullptr;
   for (const Case& what : cases) {
@@ -81,7 +102,7 @@ std::string summaryOf(const std::vector<CaseResult>& results) {
     text += separator + std::to_string(number) + ' ' + wordOf(outcome);
     separator = ", ";
   }
-  return text;
+  return text + skipsOf(results);
 }
 
 bool allWell(const std::vector<CaseResult>& results) {

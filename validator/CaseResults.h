@@ -13,7 +13,7 @@ namespace validator {
 void printCases(std::ostream& out, const std::vector<Case>& cases);
 // A line for the result, one for each reason, and the last lines that the case wrote.
 void printResult(std::ostream& out, const CaseResult& result);
-// How many came out which way, one line without its end.
+// How many came out which way, and why some were skipped, one line without its end.
 std::string summaryOf(const std::vector<CaseResult>& results);
 // Whether the plug-in did what it should: cases that were skipped say nothing against it.
 bool allWell(const std::vector<CaseResult>& results);

@@ -43,14 +43,10 @@ std::vector<Case> withEntrances(const std::vector<Case>& all, const std::vector<
   return cases;
 }
 
-bool obstructs(const CaseResult& result) {
-  return result.outcome == CaseOutcome::hung || result.outcome == CaseOutcome::crashed;
-}
-
 // Why it would only end as an earlier one did; empty when it is worth a try.
 std::string obstacle(const Case& what, const std::vector<CaseResult>& results) {
   for (const CaseResult& result : results) {
-    if (!obstructs(result)) continue;
+    if (!brokeOff(result.outcome)) continue;
     for (const Entrance& entrance : kEntrances)
       if (result.what.name == entrance.name && needs(what, entrance))
         return std::string(entrance.closed) + ": see " + entrance.name;
@@ -71,7 +67,7 @@ std::vector<CaseResult> runCases(const CaseProgram& program, const CaseProgram::
     const std::string why = obstacle(what, results);
     CaseResult result = why.empty() ? program.run(what, settings)
                                     : CaseResult{what, CaseOutcome::skipped, {why}, {}};
-    if (!isIn(chosen, what) && !obstructs(result)) continue;  // nobody has asked for it
+    if (!isIn(chosen, what) && !brokeOff(result.outcome)) continue;  // nobody has asked for it
     listener.ended(result);
     results.push_back(std::move(result));
   }

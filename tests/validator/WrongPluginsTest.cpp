@@ -38,7 +38,8 @@ void PrintTo(const Row& row, std::ostream* out) { *out << row.plugin; }
 constexpr Row kRows[] = {
     {"callsAfterTheEnd", "ReleaseTest.EndsAtOnceAndNothingFollows", "failed",
      "nothing follows the end) ["},
-    {"crashes", "ContractTest.ReleaseEndsInOrder", "crashed", ""},
+    {"crashes", "ContractTest.ReleaseEndsInOrder", "crashed",
+     "/crashes --gtest_filter=ContractTest.ReleaseEndsInOrder\""},
     {"endsTheProgram", "ContractTest.ReleaseEndsInOrder", "crashed", "ended with status 0", "100",
      R"(["in line 7991","in line 7992",)"},
     {"crashesOnLoad", "Bundle.IsLoaded", "crashed", "SIGABRT"},
@@ -52,7 +53,7 @@ constexpr Row kRows[] = {
     {"losesVolume", "ModelTest.TheModuleDoesWhatTheModelSays", "failed", "volume"},
     {"neverEnds", "ContractTest.ReleaseEndsInOrder", "failed", "unregister"},
     {"noCleanup", "Bundle.HasTheFiveExports", "failed", "no export is called UCFCleanup"},
-    {"noCleanup", "ContractTest.ReleaseEndsInOrder", "skipped", "an export is missing"},
+    {"noCleanup", "ContractTest.ReleaseEndsInOrder", "skipped", "an export is missing: UCFCleanup"},
     {"otherModule", "ContractTest.APresenterStartsStepByStep", "failed",
      "\\\"for 3\\\" (RouteMessage to a module that is neither "},
     {"otherThread", "ContractTest.CallsItsHostOnTheMainThread", "failed",
@@ -208,6 +209,14 @@ TEST(Validator, ShowsTheLastLinesOfACaseThatDidNotPass) {
   EXPECT_THAT(run.out, testing::HasSubstr("\n           > in line 8000\n/"));
   EXPECT_THAT(run.out, testing::EndsWith("/endsTheProgram.bundle: 1 case: 1 crashed\n"));
   EXPECT_EQ(run.err, "");
+}
+
+TEST(Validator, CountsWhyCasesWereSkipped) {
+  const Words words{"--only", "PlayerSlots.OfTheControls", "--only", "ReleaseTest.EndsAtOnce"};
+  for (const auto& [plugin, why] : {std::pair{"noCleanup", "2: an export is missing"},
+                                    {"ownView", "2: needs the player view stand-in"}})
+    EXPECT_THAT(validate(plugin, words).out,
+                testing::EndsWith(": 2 cases: 2 skipped (" + std::string(why) + ")\n"));
 }
 
 TEST(Validator, SaysWhatIsWrongWithItsWords) {
