@@ -126,6 +126,14 @@ Result tryOne(const Scene& scene, const Fault& fault, const Held& before) {
   return kFailed;
 }
 
+// A library that jumps through a buffer which it has not set, as cairo's rasterizer does without
+// memory, leaves a trace of itself on some runs only: what ended without one is run once more.
+Result tryUntilNamed(const Scene& scene, const Fault& fault, const Held& before) {
+  const Result first = tryOne(scene, fault, before);
+  const bool named = first == kFailed && tryOne(scene, fault, before) == kOthersFault;
+  return named ? kOthersFault : first;
+}
+
 // Thrice, so that what the first time needs only is there.
 bool warmUp(const Scene& scene) {
   for (int i = 0; i < 3; ++i) {
@@ -191,7 +199,7 @@ int main(int argc, char** argv) {
   unsigned long failures = 0;
   unsigned long others = 0;
   for (unsigned long n = first;; n += stride) {
-    const Result result = tryOne(*scene, {kind, n, forEver}, *before);
+    const Result result = tryUntilNamed(*scene, {kind, n, forEver}, *before);
     if (result == kNothingFailed) break;
     ++cases;
     failures += result == kFailed ? 1 : 0;
