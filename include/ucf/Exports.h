@@ -21,9 +21,8 @@ using UCFCleanupFn = UCFResult (*)();
 // Creates one object for `container`, which must outlive it. `name` and the two reserved arguments
 // are not used. `fileName` is a zero-terminated narrow string or null, with which nothing is
 // shared; with context 0 only whether it is null counts, and the path comes from the container. On
-// success
-// `*out` receives the object and the result is 0; otherwise UCF_E_CREATE_FAILED and `*out` is left
-// alone. [main-thread; loaded]
+// success `*out` receives the object and the result is 0; otherwise, and when `out` is null, the
+// result is UCF_E_CREATE_FAILED and nothing is stored. [main-thread; loaded]
 using UCFCreateInstanceFn = UCFResult (*)(IUCFContainerBase* container, char* name, UCFCtx context,
                                           void* fileName, void* reserved, unsigned char reserved2,
                                           IUCFObjectBase** out);
