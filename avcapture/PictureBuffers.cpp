@@ -90,7 +90,7 @@ int PictureBuffers::get(AVCodecContext* codec, AVFrame* frame, int flags) noexce
     std::uint8_t* const buffer = taken.release();
     static_cast<void>(given.release());  // FFmpeg's from here on, both
     for (std::size_t i = 0; i < kPlanes; ++i) {
-      if (layout.strides[i] == 0 && i > 0) break;
+      if (layout.offsets[i] == 0 && i > 0) break;  // a palette is a plane without rows
       frame->data[i] = buffer + layout.offsets[i];
       frame->linesize[i] = layout.strides[i];
     }
