@@ -77,8 +77,9 @@ void PictureBuffers::serve(AVCodecContext& codec) {
 
 int PictureBuffers::get(AVCodecContext* codec, AVFrame* frame, int flags) noexcept {
   Layout layout;
-  if (codec->codec_type != AVMEDIA_TYPE_VIDEO || frame->hw_frames_ctx != nullptr ||
-      !layOut(*codec, *frame, layout)) {
+  const bool ours = codec->codec_type == AVMEDIA_TYPE_VIDEO && frame->hw_frames_ctx == nullptr &&
+                    (codec->codec->capabilities & AV_CODEC_CAP_DR1) != 0;
+  if (!ours || !layOut(*codec, *frame, layout)) {
     return avcodec_default_get_buffer2(codec, frame, flags);
   }
   try {

@@ -58,8 +58,10 @@ bool VideoConverter::rebuild(const Shape& shape) {
   if (sws_getColorspaceDetails(scaler, &inverse, &inFull, &table, &outFull, &brightness, &contrast,
                                &saturation) >= 0) {
     if (shape.range != AVCOL_RANGE_UNSPECIFIED) inFull = shape.range == AVCOL_RANGE_JPEG ? 1 : 0;
-    // Both sides by the frame's matrix; the output is R, G, B, for which it makes no difference.
-    const int* matrix = sws_getCoefficients(shape.matrix);
+    // Both sides by the frame's matrix. R, G, B of more than 8 bits takes the way by Y, Cb, Cr, and
+    // by the one that FFmpeg's scale filter takes where there is none.
+    const bool none = shape.matrix == AVCOL_SPC_RGB;
+    const int* matrix = sws_getCoefficients(none ? SWS_CS_DEFAULT : shape.matrix);
     sws_setColorspaceDetails(scaler, matrix, inFull, matrix, outFull, brightness, contrast,
                              saturation);
   }

@@ -96,13 +96,6 @@ TEST_F(OddMovies, LengthFitsMillisecondsOf32Bits) {
   std::filesystem::remove(path);
 }
 
-TEST_F(OddMovies, PalettesAreDecoded) {
-  open(clip("palette.mov", "-f lavfi -i testsrc2=s=64x48:r=10:d=1 -pix_fmt pal8 -c:v png"));
-  ASSERT_TRUE(accepted);
-  playToTheEnd();
-  EXPECT_EQ(recorder->frames().size(), 10U);
-}
-
 // The index is whole, of what it leads to nothing.
 TEST_F(OddMovies, OneOfWhichNothingDecodesSaysSo) {
   const std::pair<const char*, std::string> cases[] = {
