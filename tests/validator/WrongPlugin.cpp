@@ -36,6 +36,8 @@ enum class Fault {
   hangsOnLoad,
   keepsVariants,
   losesVolume,
+  makesNothing,
+  makesNothingSilently,
   neverEnds,
   noCleanup,
   otherModule,
@@ -222,6 +224,8 @@ EXPORTED UCFResult UCFCreateInstance(IUCFContainerBase* container, char* name, U
                                      void* fileName, void* reserved, unsigned char reserved2,
                                      IUCFObjectBase** out) {
   while (kFault == Fault::hangsOnCreate) pause();
+  if (kFault == Fault::makesNothing) return UCF_E_CREATE_FAILED;
+  if (kFault == Fault::makesNothingSilently) return UCF_OK;
   if (container != nullptr) {
     containers.push_back(std::make_unique<Container>(*container));
     container = containers.back().get();

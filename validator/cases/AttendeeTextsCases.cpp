@@ -1,5 +1,5 @@
 // What an attendee's object logs, and what any object logs on a thread that it is not meant for.
-#include <thread>
+#include <future>
 
 #include "validator/cases/Listener.h"
 #include "validator/cases/TextsFixture.h"
@@ -179,7 +179,7 @@ CONTRACT_CASE(AttendeeTexts, OfThePresentersPlayer, inside,
 CONTRACT_CASE(AttendeeTexts, OnAThreadThatAnObjectIsNotMeantFor, inside,
               "a call on a wrong thread is logged as one") {
   const auto elsewhere = [](std::function<void()> work) {
-    return [work = std::move(work)] { std::thread(work).join(); };
+    return [work = std::move(work)] { std::async(std::launch::async, work).get(); };
   };
   const auto warning = [](const std::string& operation) {
     return "W SVSMgr::" + operation + ", should in mainThread";

@@ -40,9 +40,10 @@ class ObjectTest : public FrameworkTest {
 
   void create(UCFCtx context = kEmbedded, const char* file = "talk.mov") {
     std::string name = file ? file : "";
-    ASSERT_EQ(Module::loaded().createInstance(&host, nullptr, context, file ? name.data() : nullptr,
+    EXPECT_EQ(Module::loaded().createInstance(&host, nullptr, context, file ? name.data() : nullptr,
                                               nullptr, 0, &object),
               UCF_OK);
+    need(object);
     runtime = face<IUCFObjectRuntime>(UCF_IID_OBJECT_RUNTIME);
     router = face<IUCFMsgRouter>(UCF_IID_OBJECT_MSG_ROUTER);
   }
@@ -139,7 +140,15 @@ class ObjectTest : public FrameworkTest {
   Face* face(UCFInterfaceID id) {
     void* out = nullptr;
     EXPECT_EQ(object->GetUCFInterface(id, &out), UCF_OK);
+    need(out);
     return static_cast<Face*>(out);
+  }
+  // Without it the case is over, wherever it is.
+  static void need(const void* made) {
+    if (made != nullptr) return;
+    if (!HasFailure()) ADD_FAILURE() << "success, but nothing was made";
+    throw testing::AssertionException(
+        {testing::TestPartResult::kFatalFailure, __FILE__, __LINE__, "has been said"});
   }
 
   RecordingHost host;

@@ -114,7 +114,7 @@ class FakeVideoPlayer final : public avcapture::KTVideoPlayer {
 
 class FakeSession final : public avcapture::LUMAVCaptureSession {
  public:
-  explicit FakeSession(const platform::Dictionary& given) : params(given) {}
+  explicit FakeSession(platform::Dictionary given) : params(std::move(given)) {}
   void stopAudioDeliverThreadIfNeed() override {
     ++stops;
     if (whileStopping) whileStopping();
