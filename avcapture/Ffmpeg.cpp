@@ -18,14 +18,17 @@ namespace avcapture {
 namespace {
 
 int levelFromEnvironment() {
-  static constexpr std::array<std::pair<std::string_view, int>, 7> kLevels{{
+  static constexpr std::array<std::pair<std::string_view, int>, 10> kLevels{{
       {"off", AV_LOG_QUIET},
       {"quiet", AV_LOG_QUIET},
+      {"panic", AV_LOG_PANIC},
+      {"fatal", AV_LOG_FATAL},
       {"error", AV_LOG_ERROR},
       {"warning", AV_LOG_WARNING},
       {"info", AV_LOG_INFO},
       {"verbose", AV_LOG_VERBOSE},
       {"debug", AV_LOG_DEBUG},
+      {"trace", AV_LOG_TRACE},
   }};
   // Read once, before any of our threads runs.
   const char* wanted = std::getenv("MOVARA_FFMPEG_LOG");  // NOLINT(concurrency-mt-unsafe)

@@ -55,7 +55,7 @@ class PictureBuffers;
 CodecPtr openDecoder(const AVStream& stream, int threads, PictureBuffers& buffers);
 
 // Silences FFmpeg's log, once. The environment variable MOVARA_FFMPEG_LOG sets another level by its
-// name: quiet, error, warning, info, verbose, debug.
+// name in FFmpeg: quiet (or off), panic, fatal, error, warning, info, verbose, debug, trace.
 void setUpFfmpegLog();
 
 }  // namespace avcapture

@@ -9,7 +9,7 @@ std::span<const ExitStatusText> exitStatusTexts() {
       {"2", "wrong usage"},
       {"3", "a file does not exist or cannot be read"},
       {"4", "a file is not a media file, or not a recording"},
-      {"5", "the plug-in is missing or is not one"},
+      {"5", "the plug-in is missing, is not one, or did not start to play"},
       {"6", "the session was refused"},
       {"7", "the room's port is taken, or its address is not this machine's"},
       {"8", "output could not be written, or something else that no other status stands for"},

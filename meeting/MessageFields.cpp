@@ -133,7 +133,8 @@ void say(Fields& fields, const tagQuery& record, const RawMessage& /*message*/) 
   fields.emplace_back("nQueryType", queryTypeText(record.nQueryType));
   fields.emplace_back("dwStatus", number(record.dwStatus));
   fields.emplace_back("dwResult", number(record.dwResult));
-  fields.emplace_back("dwChannelStatus", channelStatusText(record.dwChannelStatus));
+  if (record.nQueryType == MM_MEDIASTREAMING_QUERY_CHANNEL_STATUS)
+    fields.emplace_back("dwChannelStatus", channelStatusText(record.dwChannelStatus));
 }
 
 void say(Fields& fields, const tagMSVideoQuality& record, const RawMessage& /*message*/) {

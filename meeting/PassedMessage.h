@@ -22,6 +22,9 @@ struct PassedMessage {
   const char* name() const { return messageName(messageIndex(message.key)); }
   Fields fields() const {
     Fields all = messageFields(message);
+    // Who was not answered has what it had put there itself.
+    if (!taken)
+      std::erase_if(all, [](const auto& field) { return field.first == "dwChannelStatus"; });
     if (!hash.empty()) all.emplace_back("hash", word(hash));
     return all;
   }

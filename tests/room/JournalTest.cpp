@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "meeting/MessageText.h"
 #include "mmp/ParticipantRecords.h"
 #include "mmp/RequestRecords.h"
 #include "mmp/StatusRecords.h"
@@ -145,8 +146,12 @@ std::vector<Case> cases() {
               tagMSVolumeInfo{kHead, kListener, 80, 0}),
       REQUEST(MM_MEDIASTREAMING_CMD_QUERY,
               "sessionID=1001, nQueryType=MM_MEDIASTREAMING_QUERY_SESSION_PROBE, dwStatus=5, "
-              "dwResult=6, dwChannelStatus=MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS",
+              "dwResult=6",
               tagQuery{1001, 5, MM_MEDIASTREAMING_QUERY_SESSION_PROBE, 0, 6, 2, {}}),
+      REQUEST(MM_MEDIASTREAMING_CMD_QUERY,
+              "sessionID=1001, nQueryType=MM_MEDIASTREAMING_QUERY_CHANNEL_STATUS, dwStatus=0, "
+              "dwResult=1, dwChannelStatus=MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS",
+              tagQuery{1001, 0, MM_MEDIASTREAMING_QUERY_CHANNEL_STATUS, 0, 1, 2, {}}),
       TO_HOST(SVS_MSG_GET_IDS, request, "sessionID=1001, sourceID=7", 1001UL, 7UL),
       TO_HOST(SVS_MSG_GET_IDS_EMBED, request, "sessionID=1001, sourceID=7", 1001UL, 7UL),
       TO_HOST(SVS_MSG_START_SESSION, session, ""),
@@ -234,6 +239,33 @@ TEST(MessageJournalTest, EveryMessageIsDecoded) {
   }
   for (std::size_t index = 0; index < kUnknownMessage; ++index)
     EXPECT_TRUE(seen.contains(messageName(index))) << messageName(index) << " has no case";
+}
+
+// A session probe is rightly answered by 0; the status of a channel is a word of the answer.
+TEST(MessageJournalTest, AnswersOfZeroAreToldAsSuch) {
+  const struct {
+    MM_MEDIASTREAMING_QUERY_TYPE type;
+    UCFResult answer;
+    const char* told;  // behind dwResult
+  } rows[] = {
+      {MM_MEDIASTREAMING_QUERY_SESSION_PROBE, 0, ", sessionID=1001  (answered 0)"},
+      {MM_MEDIASTREAMING_QUERY_CHANNEL_STATUS, 0, ", sessionID=1001  (answered 0)"},
+      {MM_MEDIASTREAMING_QUERY_CHANNEL_STATUS, 1,
+       ", dwChannelStatus=MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM, sessionID=1001"},
+      {MM_MEDIASTREAMING_QUERY_PLAY_ALLOWED, 1, ", sessionID=1001"},
+  };
+  for (const auto& row : rows) {
+    MessageJournal journal;
+    journal.setKept(MessageJournal::Keep::everything);
+    tagQuery query{1001, 0, row.type, 0, 7, 0, {}};
+    journal.record("presenter", Direction::toHost, kToPlatform, SVS_MSG_MS_COMMAND,
+                   MM_MEDIASTREAMING_CMD_QUERY, &query, nullptr, row.answer);
+    const std::string all = messageAsText(journal.since(0, 1).at(0));
+    const std::string result = "dwResult=7";
+    const std::size_t at = all.find(result);
+    ASSERT_NE(at, std::string::npos) << all;
+    EXPECT_EQ(all.substr(at + result.size()), row.told) << all;
+  }
 }
 
 TEST(MessageJournalTest, ARequestWithoutARecordHasNoFields) {
