@@ -17,12 +17,19 @@ namespace {
 using Words = std::vector<std::string>;
 
 support::Finished validate(const std::string& plugin, const Words& words) {
+  const TemporaryFolder temporary;
   // What they never free would end every case under the address sanitizer, before its own fault
   // does.
-  Words command{"env", "ASAN_OPTIONS=detect_leaks=0", MEETING_PROGRAM, "validate",
+  Words command{"env",
+                "ASAN_OPTIONS=detect_leaks=0",
+                "TMPDIR=" + temporary / "",
+                MEETING_PROGRAM,
+                "validate",
                 std::string(WRONG_PLUGINS "/") + plugin + ".bundle"};
   command.insert(command.end(), words.begin(), words.end());
-  return support::run(command);
+  support::Finished finished = support::run(command);
+  EXPECT_EQ(temporary.entries(), 0) << "however they end, cases leave nothing";
+  return finished;
 }
 
 struct Row {

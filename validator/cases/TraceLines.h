@@ -2,15 +2,17 @@
 // The bundle lies where the program's front end finds it (movara_logged_test).
 #pragma once
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 class TraceFile {
@@ -20,24 +22,20 @@ class TraceFile {
     return file;
   }
 
+  // What was written since the last time; it is gone then, however long a run is.
   std::vector<std::string> take() {
     std::ifstream file(path_);
-    file.seekg(read_);
     std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line) && !file.eof(); read_ = file.tellg()) {
-      lines.push_back(summary(line));
-    }
+    for (std::string line; std::getline(file, line);) lines.push_back(summary(line));
+    if (::ftruncate(file_, 0) != 0) throw std::system_error(errno, std::generic_category());
     return lines;
   }
 
  private:
   TraceFile() {
+    if (file_ < 0) throw std::system_error(errno, std::generic_category(), "memfd_create");
     ::setenv("MOVARA_TRACE_FILE", path_.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
     ::setenv("MOVARA_TRACE_LEVEL", "debug", 1);       // NOLINT(concurrency-mt-unsafe)
-  }
-  ~TraceFile() {
-    std::error_code ignored;
-    std::filesystem::remove(path_, ignored);
   }
 
   // Of "TIME LEVEL [MODULE] [THREAD] TEXT".
@@ -51,9 +49,9 @@ class TraceFile {
            (module == "[videostream_MMS]" ? "" : module) + text;
   }
 
-  const std::filesystem::path path_ =
-      std::filesystem::temp_directory_path() / ("movara-trace." + std::to_string(::getpid()));
-  std::streamoff read_ = 0;
+  // In memory: nothing is left of it when the process is killed, and nobody else's is found.
+  const int file_ = ::memfd_create("movara-trace", MFD_CLOEXEC);
+  const std::string path_ = "/proc/self/fd/" + std::to_string(file_);
 };
 
 // The bundle looks for its settings when the first line arrives: they must be there by then.

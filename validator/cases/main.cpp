@@ -36,12 +36,16 @@ int list() {
   return 0;
 }
 
-// Somebody waits for the outcome: without them there is nothing to do, and a crash is no news to
-// the system.
+// Of files, its log in memory among them.
+constexpr rlim_t kMostWritten = rlim_t{256} << 20;
+
+// Somebody waits for the outcome: without them there is nothing to do, a crash is no news to the
+// system, and code that writes without an end ends.
 void serve() {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  const rlimit noCore{0, 0};
+  const rlimit noCore{0, 0}, written{kMostWritten, kMostWritten};
   setrlimit(RLIMIT_CORE, &noCore);
+  setrlimit(RLIMIT_FSIZE, &written);
 }
 
 // The stream on which the outcome goes out; standard output is from here on for everybody else.

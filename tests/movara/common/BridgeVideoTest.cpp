@@ -1,11 +1,10 @@
-#include <unistd.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
 #include "platform/UserDefaults.h"
 #include "tests/movara/common/PlayerFixture.h"
+#include "tests/platform/TemporaryFolder.h"
 
 namespace {
 
@@ -249,7 +248,8 @@ TEST_F(BridgeVideo, FrameRateIsEstimatedOnceFromTwoPlayingFrames) {
 
 TEST_F(BridgeVideo, DumpedFramesAreWrittenUnderTheirCounterAndTimestamp) {
   namespace fs = std::filesystem;
-  const fs::path home = fs::temp_directory_path() / ("framedump." + std::to_string(::getpid()));
+  const TemporaryFolder folder;
+  const fs::path home = folder / "";
   const std::string formerHome = std::getenv("HOME");  // NOLINT(concurrency-mt-unsafe)
   ::setenv("HOME", home.c_str(), 1);                   // NOLINT(concurrency-mt-unsafe)
   fs::create_directories(home / "Desktop" / "time");
@@ -273,7 +273,6 @@ TEST_F(BridgeVideo, DumpedFramesAreWrittenUnderTheirCounterAndTimestamp) {
   ASSERT_THAT(names, SizeIs(2));
   EXPECT_THAT(names[0], testing::MatchesRegex("video_sended_1_0_[0-9]+.tif"));
   EXPECT_THAT(names[1], testing::MatchesRegex("video_sended_2_40_[0-9]+_paused.tif"));
-  fs::remove_all(home);
 }
 
 }  // namespace
