@@ -23,18 +23,32 @@ std::vector<unsigned char> commandRecord(std::uint32_t stated, std::int32_t comm
 
 CONTRACT_CASE(ObjectTest, APresenterWhoseJoinFailedAnswersTheQuestionForIt, records,
               "command records are read by their length") {
-  for (const bool failed : {false, true}) {
+  std::int32_t limit = 0xFE02;
+  std::int32_t other = 0xFE01;
+  const struct {
+    const char* name;
+    unsigned long message;
+    std::int32_t* code;
+    bool live;
+    bool answers;
+  } rows[] = {{"joined", SESSION_MSG_JOIN_CONFIRM, nullptr, true, false},
+              {"refused", SESSION_MSG_JOIN_FAILED, nullptr, true, true},
+              {"refused, other code", SESSION_MSG_JOIN_FAILED, &other, true, true},
+              {"refused, limit", SESSION_MSG_JOIN_FAILED, &limit, true, false},
+              {"refused, limit, recording", SESSION_MSG_JOIN_FAILED, &limit, false, true},
+              {"left", SESSION_MSG_LEFT, nullptr, true, false}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    host.liveMeeting = row.live;
     create();
-    if (failed) {
-      session(SESSION_MSG_JOIN_FAILED);
-    }
+    session(row.message, row.code);
     forget();
     for (std::uint32_t bytes = 0; bytes <= 24; ++bytes) {
       for (const std::uint32_t stated : {bytes, bytes + 4, bytes - std::min(bytes, 4U)}) {
         auto record = commandRecord(stated, SVS_QUERY_JOINSEESION_FAILED_CMD, bytes);
         runtime->OnCommandData(record.data(), bytes, 0, 0);
         const bool whole = bytes >= 16 && stated == bytes;
-        EXPECT_EQ(host.take(), failed && whole ? Lines{"to 7 0800000003000000"} : Lines{})
+        EXPECT_EQ(host.take(), row.answers && whole ? Lines{"to 7 0800000003000000"} : Lines{})
             << bytes << " " << stated;
       }
     }
