@@ -14,6 +14,7 @@
 
 #include "avcapture/KTVideoPlayer.h"
 #include "mmp/RequestRecords.h"
+#include "platform/NotificationCenter.h"
 #include "tests/validator/OwnObject.h"
 #include "tests/validator/SlotTable.h"
 #include "ucf/Exports.h"
@@ -25,21 +26,26 @@ namespace {
 
 enum class Fault {
   none,
+  answersOne,
+  asksTwice,
   callsAfterTheEnd,
   crashes,
   crashesOnLoad,
+  deletesInstance,
   endsTheProgram,
   fieldMoved,
   fieldWrong,
   hangs,
   hangsOnCreate,
   hangsOnLoad,
+  ignoresTheClient,
   keepsVariants,
   losesVolume,
   makesNothing,
   makesNothingSilently,
   neverEnds,
   noCleanup,
+  oneHost,
   otherModule,
   otherThread,
   otherVersion,
@@ -118,6 +124,11 @@ class Router final : public IUCFMsgRouter {
   }
 };
 
+class Container;
+
+// They outlive the objects that call them.
+std::vector<std::unique_ptr<Container>> containers;
+
 class Container final : public IUCFContainerBase {
  public:
   explicit Container(IUCFContainerBase& host) : host_(host) {}
@@ -127,6 +138,8 @@ class Container final : public IUCFContainerBase {
     const UCFResult result = host_.GetUCFInterface(id, out);
     if (result == UCF_OK && id == UCF_IID_OBJECT_MSG_ROUTER) {
       router.host = static_cast<IUCFMsgRouter*>(*out);
+      if (kFault == Fault::oneHost)
+        for (const auto& each : containers) each->router.host = router.host;
       *out = static_cast<IUCFMsgRouter*>(&router);
     }
     return result;
@@ -150,9 +163,6 @@ class Container final : public IUCFContainerBase {
   IUCFContainerBase& host_;
 };
 
-// They outlive the objects that call them.
-std::vector<std::unique_ptr<Container>> containers;
-
 // The tables that have taken the place of the faces' own; they stay as long as the module.
 std::list<SlotTable> tables;
 SlotTable& changed(void* face, std::size_t slots) { return tables.emplace_back(face, slots); }
@@ -160,8 +170,11 @@ SlotTable& changed(void* face, std::size_t slots) { return tables.emplace_back(f
 // What stands at a slot of the object's first face in the place of the module's own function.
 using Release = void (*)(void* object);
 using CreateActiveUI = UCFResult (*)(void* object, void* parentView, tagUCFRect* rect);
+using Tell = UCFResult (*)(void* object, std::uint32_t argument);
 using Notify = std::int32_t (*)(void* object, unsigned int code, unsigned long p1,
                                 unsigned long p2);
+constexpr unsigned int kGetPlayer = 12;
+constexpr std::size_t kPlayerSlots = 45;
 Release realRelease = nullptr;
 Notify realNotify = nullptr;
 CreateActiveUI realCreateActiveUI = nullptr;
@@ -180,15 +193,48 @@ UCFResult createActiveUIWithOwnView(void* object, void* parentView, tagUCFRect* 
   return realCreateActiveUI(object, parentView, rect);
 }
 
+UCFResult createActiveUIAndAsk(void* object, void* parentView, tagUCFRect* rect) {
+  const UCFResult result = realCreateActiveUI(object, parentView, rect);
+  platform::NotificationCenter::defaultCenter().post("PDSyncSharingViewModeNotification");
+  return result;
+}
+
+// What its view's delegate asks and tells the player when the client speaks goes nowhere.
+UCFResult createActiveUIAndIgnore(void* object, void* parentView, tagUCFRect* rect) {
+  static void* deaf = nullptr;
+  const UCFResult result = realCreateActiveUI(object, parentView, rect);
+  void* player = nullptr;
+  realNotify(object, kGetPlayer, reinterpret_cast<unsigned long>(&player), 0);
+  if (player == nullptr || std::exchange(deaf, player) == player) return result;
+  SlotTable& slots = changed(player, kPlayerSlots);
+  constexpr auto kNothing = [](void* /*player*/, int /*argument*/) {};
+  constexpr auto kStopped = [](void* /*player*/) { return 2; };
+  slots[6] = reinterpret_cast<void*>(+kStopped);
+  for (const std::size_t at : {18U, 37U, 44U}) slots[at] = reinterpret_cast<void*>(+kNothing);
+  return result;
+}
+
+// Does what it should, and answers something else.
+template <std::size_t slot>
+struct AnswerOne {
+  static inline Tell real = nullptr;
+  static UCFResult tell(void* object, std::uint32_t argument) {
+    real(object, argument);
+    return 1;
+  }
+  static void put(SlotTable& slots) {
+    real = reinterpret_cast<Tell>(std::exchange(slots[slot], reinterpret_cast<void*>(&tell)));
+  }
+};
+
 // Who asks for the player gets one whose operations are exchanged.
 std::int32_t notifyAndExchange(void* object, unsigned int code, unsigned long p1,
                                unsigned long p2) {
-  constexpr unsigned int kGetPlayer = 12;
   static void* exchanged = nullptr;
   const std::int32_t result = realNotify(object, code, p1, p2);
   if (code != kGetPlayer) return result;
   auto* const player = *reinterpret_cast<void**>(p1);
-  if (std::exchange(exchanged, player) != player) changed(player, 45).exchange(3, 4);
+  if (std::exchange(exchanged, player) != player) changed(player, kPlayerSlots).exchange(3, 4);
   return result;
 }
 
@@ -201,6 +247,15 @@ void changeTable(IUCFObjectBase* object) {
   if (kFault == Fault::callsAfterTheEnd) slots[1] = reinterpret_cast<void*>(&releaseAndCall);
   if (kFault == Fault::neverEnds) slots[1] = reinterpret_cast<void*>(&releaseNothing);
   if (kFault == Fault::playerSlotsSwapped) slots[32] = reinterpret_cast<void*>(&notifyAndExchange);
+  if (kFault == Fault::asksTwice) slots[6] = reinterpret_cast<void*>(&createActiveUIAndAsk);
+  if (kFault == Fault::ignoresTheClient)
+    slots[6] = reinterpret_cast<void*>(&createActiveUIAndIgnore);
+  if (kFault == Fault::answersOne) {
+    AnswerOne<2>::put(slots);
+    AnswerOne<3>::put(slots);
+    AnswerOne<4>::put(slots);
+    AnswerOne<7>::put(slots);
+  }
   if (kFault == Fault::ownView) slots[6] = reinterpret_cast<void*>(&createActiveUIWithOwnView);
   void* runtime = nullptr;
   object->GetUCFInterface(UCF_IID_OBJECT_RUNTIME, &runtime);
@@ -214,6 +269,7 @@ EXPORTED UCFResult UCFInitialize() { return real<UCFInitializeFn>("UCFInitialize
 EXPORTED UCFResult UCFCleanup() { return real<UCFCleanupFn>("UCFCleanup")(); }
 #endif
 EXPORTED UCFResult UCFDeleteInstance(IUCFObjectBase* object) {
+  if (kFault == Fault::deletesInstance && object != nullptr) object->Release();
   return real<UCFDeleteInstanceFn>("UCFDeleteInstance")(object);
 }
 EXPORTED int UCFGetInterfaceVersion() {

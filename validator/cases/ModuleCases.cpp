@@ -87,11 +87,11 @@ CONTRACT_CASE(ObjectTest, TheTableOfTheObjectHasItsOperationsInOrder, slots,
   EXPECT_EQ(out, object);
   EXPECT_EQ(callSlot<UCFResult>(table, 5, nullptr, nullptr), UCF_OK);
   EXPECT_THAT(host.take(), IsEmpty()) << "draws nothing";
-  callSlot<UCFResult>(table, 3, 1U);
-  callSlot<UCFResult>(table, 4);
+  EXPECT_EQ(callSlot<UCFResult>(table, 3, 1U), UCF_OK);
+  EXPECT_EQ(callSlot<UCFResult>(table, 4), UCF_OK);
   EXPECT_THAT(host.take(), ElementsAre("item 801=0", "item 800=1", "item 801=1"));
-  callSlot<UCFResult>(table, 2, 11U);
-  callSlot<UCFResult>(table, 4);
+  EXPECT_EQ(callSlot<UCFResult>(table, 2, 11U), UCF_OK);
+  EXPECT_EQ(callSlot<UCFResult>(table, 4), UCF_OK);
   EXPECT_THAT(host.take(), IsEmpty());
   EXPECT_EQ(callSlot<UCFResult>(table, 6, parent.get(), &rect), UCF_OK);
   ASSERT_EQ(parent->subviews().size(), 1);
@@ -101,7 +101,7 @@ CONTRACT_CASE(ObjectTest, TheTableOfTheObjectHasItsOperationsInOrder, slots,
   const auto other = std::make_shared<platform::View>();
   callSlot<void>(table, 9, other.get());
   EXPECT_EQ(other->subviews().size(), 1);
-  callSlot<UCFResult>(table, 7);
+  EXPECT_EQ(callSlot<UCFResult>(table, 7), UCF_OK);
   EXPECT_TRUE(other->subviews().empty());
   host.take();
   callSlot<void>(std::exchange(object, nullptr), 1);
@@ -131,6 +131,19 @@ CONTRACT_CASE(ContractTest, TheTablesOfTheOtherFacesReachItsPlayer, slots,
   EXPECT_EQ(shown(), 205);
   callSlot<UCFResult>(router, 0, 0U, 0U, 0UL, 101UL, nullptr, nullptr);
   EXPECT_EQ(shown(), 8);
+}
+
+CONTRACT_CASE(ObjectTest, DeleteInstanceDeletesNothing, life,
+              "UCFDeleteInstance leaves an object alone") {
+  createActive();
+  host.take();
+  EXPECT_EQ(Module::loaded().deleteInstance(object), UCF_OK);
+  const Lines told = host.take();
+  if (!told.empty()) object = nullptr;  // it has ended
+  ASSERT_THAT(told, IsEmpty());
+  EXPECT_EQ(parent->subviews().size(), 1);
+  session(SESSION_MSG_JOIN_FAILED);
+  EXPECT_THAT(host.take(), ElementsAre(kNewsToAll)) << "it goes on";
 }
 
 CONTRACT_CASE(ContractTest, NobodyForbidsPlayingWithoutARouter, life,

@@ -32,9 +32,12 @@ constexpr Meaning kSubjects[] = {
     {R"(sourceID)", "sourceID of a record"},
     {R"(subviews\(\))", "the views that the object has put into its parent view"},
     {R"(GetUCFInterface\()", "the result of GetUCFInterface (slot 0)"},
+    {R"((heard|questions)->names)", "the notifications that are posted"},
+    {R"(allowEnterFIT\()", "whether the full-screen button has an effect"},
     {R"(CreateActiveUI\()", "the result of CreateActiveUI (slot 6)"},
     {R"(RouteMessage\()", "the result of RouteMessage"},
     {R"(createInstance\()", "the result of UCFCreateInstance"},
+    {R"(deleteInstance\()", "the result of UCFDeleteInstance"},
     {R"(getInterfaceVersion\()", "what UCFGetInterfaceVersion answers"},
     {R"(constant)", "the text of an exported constant"},
 };
