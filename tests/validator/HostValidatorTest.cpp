@@ -113,6 +113,9 @@ const std::vector<Mistake> kMistakes = {
     {"pictures without a size", {"status-fields"}},
     {"joins before it creates", {"channel-order"}},
     {"draws after withdrawal", {"render-withdrawn"}},
+    {"tells no state", {"listener-told"}, "was not told M 3 (0), playing\n"},
+    {"tells no size", {"listener-told"}, "was not told M 5, size of the pictures\n"},
+    {"draws nothing", {"picture-drawn"}},
     {"stalls, not live", {}, "waited for a live meeting"},
     {"stalls, not confirmed", {}, "waited for S 0, join confirmed (SESSION_MSG_JOIN_CONFIRM)\n"},
     {"stalls, refused", {}, "waited for S 0, join confirmed (SESSION_MSG_JOIN_CONFIRM), when S 1"},
@@ -170,7 +173,8 @@ TEST_F(HostValidatorTest, AMeetingIsAGoodHost) {
                                   clip));
   ASSERT_EQ(made.status, 0) << made.err;
   const std::vector<std::string> meeting = {
-      MEETING_PROGRAM, "present", clip, "--attendees", "1", "--plugin", VALIDATE_HOST_BUNDLE};
+      MEETING_PROGRAM, "present",        clip, "--attendees", "1", "--plugin", VALIDATE_HOST_BUNDLE,
+      "--snapshot",    folder_ / "views"};  // so that the views are drawn into
   // Two documents, with a source id each.
   std::vector<std::string> both = meeting;
   both.insert(both.begin() + 2, clip);

@@ -75,6 +75,19 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
     tell(ROUTE_TYPE_MEDIASTREAMING, MM_MEDIASTREAMING_MSSTATUS_CHANNEL_STATUS, &record);
   }
 
+  // What the presenter does reaches a listener on a later turn of the loop.
+  template <class Record>
+  void tellLater(unsigned long status, Record record) {
+    record.head = {1001, 1};
+    platform::dispatchOnMainThread(
+        [this, status, record]() mutable { tell(ROUTE_TYPE_MEDIASTREAMING, status, &record); });
+  }
+  void drawLater() {
+    platform::dispatchOnMainThread([this] {
+      if (drawsIntoRender_) render_->setContents(std::make_shared<platform::Image>());
+    });
+  }
+
   // --- container ---
   UCFResult GetUCFInterface(UCFInterfaceID id, void** out) override {
     *out = nullptr;
@@ -206,17 +219,13 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
         openChannel();
         return makes("refuses to register") ? 0 : 1;
       case MM_MEDIASTREAMING_CMD_MEDIA_FORMAT:
-        if (makes("writes into formats"))
-          ++*static_cast<unsigned char*>(static_cast<const tagMSMediaFormat*>(record)->pFormat);
-        return 1;
+        return takeFormat(*static_cast<const tagMSMediaFormat*>(record));
       case MM_MEDIASTREAMING_CMD_SET_RENDER:
         return setRender(static_cast<const tagMSRenderInfo*>(record)->hRender);
       case MM_MEDIASTREAMING_CMD_MEDIA_DATA:
         return take(*static_cast<const tagMSDataStructure*>(record));
       case MM_MEDIASTREAMING_CMD_SOURCE_STATUS:
-        if (static_cast<const tagMSSourceStatus*>(record)->eStatus == MM_MEDIASTREAMING_STOP)
-          platform::RunLoop::main().stop();
-        return 1;
+        return takeStatus(static_cast<const tagMSSourceStatus*>(record)->eStatus);
       case MM_MEDIASTREAMING_CMD_MUTE_STATUS:
         return makes("refuses what nobody asks") ? 0 : 1;
       default:
@@ -243,8 +252,25 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
     });
   }
 
+  UCFResult takeFormat(const tagMSMediaFormat& format) {
+    if (makes("writes into formats")) ++*static_cast<unsigned char*>(format.pFormat);
+    if (format.eMediaType != MM_MEDIASTREAMING_MEDIATYPE_VIDEO || makes("tells no size")) return 1;
+    const auto& video = *static_cast<const tagMSVIDEOFORMATEX*>(format.pFormat);
+    other->tellLater(MM_MEDIASTREAMING_MSSTATUS_VIDEO_INFORMATION,
+                     tagMSVideoInfo{{}, 0, video.wWidth, video.wHeight});
+    return 1;
+  }
+
+  UCFResult takeStatus(std::uint32_t status) {
+    if (status == MM_MEDIASTREAMING_STOP) platform::RunLoop::main().stop();
+    if (status == MM_MEDIASTREAMING_PLAY && !makes("tells no state"))
+      other->tellLater(MM_MEDIASTREAMING_MSSTATUS_CURRENT_PLAY_STATUS, tagMSPlayStatus{});
+    return 1;
+  }
+
   UCFResult setRender(std::uint64_t handle) {
     auto* const address = reinterpret_cast<platform::View*>(handle);
+    drawsIntoRender_ = address != nullptr;
     if (address != nullptr)
       render_ = std::static_pointer_cast<platform::View>(address->shared_from_this());
     return 1;
@@ -262,6 +288,8 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
       platform::dispatchOnMainThread([] { platform::RunLoop::main().stop(); });
       for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
     }
+    if (sample.nMediaType == MM_MEDIASTREAMING_MEDIATYPE_VIDEO && !makes("draws nothing"))
+      other->drawLater();
     return 1;
   }
 
@@ -287,6 +315,7 @@ class Host final : public IUCFContainerBase, public IUCFContainerRuntime, public
   std::map<std::uint32_t, tagUCFVariant> shared_;
   std::map<std::uint32_t, Published> published_;
   std::shared_ptr<platform::View> render_;
+  bool drawsIntoRender_ = false;
 };
 
 }  // namespace wronghost

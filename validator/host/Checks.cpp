@@ -70,7 +70,12 @@ constexpr Entry kChecks[] = {
     {"channel-order", "a channel is created, then joined, then used", "no channel status came"},
     {"render-withdrawn", "nobody draws into a view that was withdrawn",
      "no listener's view was withdrawn"},
-    {"movie-played", "what is shared is seen", "nothing was played: no presenter was created"},
+    {"listener-told", "a listener knows that the movie plays, and how large it is",
+     "no listener was in the channel of a movie that was shared to its end"},
+    {"picture-drawn", "a listener sees what is shared",
+     "no listener was in the channel of a movie that was shared to its end, its view shown"},
+    {"movie-played", "the presenter's object comes to play",
+     "nothing was played: no presenter was created"},
 };
 static_assert(std::size(kChecks) == static_cast<std::size_t>(Check::count));
 

@@ -48,6 +48,8 @@ enum class Check {
   statusFields,
   channelOrder,
   renderWithdrawn,
+  listenerTold,
+  pictureDrawn,
   moviePlayed,
   count
 };

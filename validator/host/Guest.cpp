@@ -93,6 +93,12 @@ void Guest::checkAfterEnd() const {
          "a picture was drawn into a view after it had been withdrawn");
 }
 
+void Guest::checkWatched(const Guest& presenter) const {
+  if (!presents_ && presenter.sharedToEnd_ &&
+      presenter.router_->ids().sourceID == router_->ids().sourceID)
+    watch_.check(*presenter.sharedToEnd_);
+}
+
 // --- the host's items ---
 
 UCFResult Guest::IsReleaseOnKillActive(UCFUsageMode mode) {
@@ -198,10 +204,12 @@ void Guest::attachRender() {
   rendered_ = true;
   withdrawn_ = false;
   router_->setRender(reinterpret_cast<std::uint64_t>(render_.get()));
+  if (joined_) watch_.begin();
 }
 
 void Guest::withdrawRender() {
   rendered_ = false;
+  watch_.end();
   router_->setRender(0);
   withdrawn_ = true;
   render_->setContents(nullptr);

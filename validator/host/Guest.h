@@ -16,6 +16,7 @@
 #include "validator/host/ContainerCalls.h"
 #include "validator/host/RouterCalls.h"
 #include "validator/host/TestStream.h"
+#include "validator/host/Watch.h"
 
 namespace hostcheck {
 
@@ -31,6 +32,8 @@ class Guest final : public IUCFObjectBase,
   bool released() const { return released_; }
   // A last look, when the host has nothing more to do with the object.
   void checkAfterEnd() const;
+  // The same, of what a presenter of the same document has shared.
+  void checkWatched(const Guest& presenter) const;
   // Says how far a presenter has come, if it has not played.
   void explainProgress() const;
 
@@ -145,7 +148,9 @@ class Guest final : public IUCFObjectBase,
   std::map<std::uint32_t, Heard> heard_;          // which commands came, by their sender
   const std::shared_ptr<platform::View> view_;    // placed into the host's
   const std::shared_ptr<platform::View> render_;  // below it; drawn into by the host
+  Watch watch_{*render_};
   std::unique_ptr<TestStream> stream_;
+  std::optional<platform::TimePoint> sharedToEnd_;  // when all of the movie had been sent
 };
 
 }  // namespace hostcheck

@@ -43,6 +43,7 @@ UCFResult Guest::RouteMessage(enumMODULE_TYPE /*from*/, enumMODULE_TYPE /*to*/, 
     onChannelStatus(static_cast<const tagMSChannelStatus*>(wParam)->dwStatus);
   else if (live_)
     checkOrderOfStatus(uMsg, wParam);
+  watch_.told(uMsg, wParam);
   return 0;
 }
 
@@ -104,6 +105,7 @@ void Guest::onChannelAnswered(std::optional<std::uint32_t> status) {
 }
 
 void Guest::onChannelCreated() {
+  watch_.end();  // of the channel before
   if (presents_)
     noteOrder(registered_, "the presenter's channel was created before it was registered");
   else if (joined_)
@@ -137,13 +139,17 @@ void Guest::onChannelJoined() {
     router_->sourceStatus(channel(), MM_MEDIASTREAMING_PD_ACTIVE);
     return later(&Guest::play);
   }
-  if (rendered_) router_->updateRender(reinterpret_cast<std::uint64_t>(render_.get()));
+  if (rendered_) {
+    router_->updateRender(reinterpret_cast<std::uint64_t>(render_.get()));
+    watch_.begin();
+  }
   router_->volume(255);
 }
 
 void Guest::onChannelLost() {
   created_ = joined_ = false;
   if (!presents_) registered_ = mediaKnown_ = false;
+  watch_.end();
   router_->expectRefusals();
 }
 
@@ -185,7 +191,9 @@ void Guest::play() {
   router_->mediaFormat(MM_MEDIASTREAMING_MEDIATYPE_AUDIO, &audio, sizeof audio);
   stream_ = std::make_unique<TestStream>(router_, [weak = weak_from_this()] {
     const auto self = weak.lock();
-    if (self && !self->released_) self->endPlaying();
+    if (!self || self->released_ || !self->stream_) return;
+    self->sharedToEnd_ = std::chrono::steady_clock::now();
+    self->endPlaying();
   });
 }
 

@@ -45,6 +45,7 @@ class Module {
     bool allReleased = true;
     for (const auto& guest : guests_) {
       guest->checkAfterEnd();
+      for (const auto& presenter : guests_) guest->checkWatched(*presenter);
       guest->explainProgress();
       allReleased = allReleased && guest->released();
     }
