@@ -109,8 +109,8 @@ TEST_P(WrongPlugins, AreCaughtByName) {
   EXPECT_EQ(result["name"], row.name);
   EXPECT_EQ(result["outcome"], row.outcome) << result;
   EXPECT_THAT(result["reasons"].dump(), testing::HasSubstr(row.reason));
-  EXPECT_THAT(result["reasons"].dump(), testing::Not(testing::HasSubstr("Value of")));
-  EXPECT_THAT(result["reasons"].dump(), testing::Not(testing::HasSubstr("Which is")));
+  for (const char* inside : {"Value of", "Which is", "-byte object", "->"})
+    EXPECT_THAT(result["reasons"].dump(), testing::Not(testing::HasSubstr(inside)));
   EXPECT_THAT(result["said"].dump(), testing::HasSubstr(row.said));
   EXPECT_EQ(run.status, std::string(row.outcome) == "skipped" ? 0 : 1);
 }

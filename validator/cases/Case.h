@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "validator/Case.h"
+#include "validator/cases/Printers.h"
 
 namespace validator {
 

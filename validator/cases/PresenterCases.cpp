@@ -210,7 +210,7 @@ CONTRACT_CASE(ContractTest, WhatBecomesOfTheOpening, messages,
     // What was refused still counts as opened for the player, so its channel is asked for; held,
     // as the state forbids it.
     joinChannel();
-    EXPECT_EQ(count(host.take(), "register ") == 1, row.registers);
+    EXPECT_EQ(count(host.take(), "register "), row.registers ? 1 : 0);
     end();
   }
 }

@@ -18,6 +18,29 @@ struct Meaning {
 // What the cases look at.
 constexpr Meaning kSubjects[] = {
     {R"(host\.take\(|^items$|^told$|^kept$)", "what the host is asked and told"},
+    {R"(asset->path\()", "the path of the file that the player view opens"},
+    {R"(->asset\b)", "whether the player view has been given a file"},
+    {R"(->superview\()", "the view that holds the player"},
+    {R"(->frame\()", "the frame of the object's view"},
+    {R"(isEmbed\()", "whether the player tells its view that it lies in the document"},
+    {R"(allow2Play\()", "whether the player lets its view play"},
+    {R"(allowEnterFIT\()", "whether the player lets its view fit the window"},
+    {R"(->duration\()", "the duration that the player tells its view, in seconds"},
+    {R"(->currentTime\()", "the position that the player tells its view, in seconds"},
+    {R"(->fps\()", "the frame rate that the player tells its view"},
+    {R"(->mediaSize\()", "the size of the pictures that the player tells its view"},
+    {R"(->delegate == nullptr)", "whether the player has let go of its view"},
+    {R"(->delegate$)", "the player that the view asks"},
+    {R"(before == nullptr)", "whether the player view is still the one from before"},
+    {R"(^view\(\)$|^first$)", "the player view"},
+    {R"(->names)", "the notifications that were posted"},
+    {R"(crashSectionPath\()", "the file that is noted as being opened"},
+    {R"(params\b)", "the parameters of the capture session"},
+    {R"(streamListener\()", "the listener of the capture session"},
+    {R"(FakeFramework::session)", "whether there is a capture session"},
+    {R"(^thrown$)", "the name of the exception that reaches the host"},
+    {R"(^object$)", "the object, null once it has been released"},
+    {R"(^moment$)", "how many calls of its host the object was released in"},
     {R"(takeCalls\()", "what the player view is told"},
     {R"(takeTraceLines\(|^lines$)", "what is logged"},
     {R"(shown\(|statusViewType\()", "the status that the player view shows"},
@@ -37,6 +60,11 @@ constexpr Meaning kSubjects[] = {
     {R"(CreateActiveUI\()", "the result of CreateActiveUI (slot 6)"},
     {R"(RouteMessage\()", "the result of RouteMessage"},
     {R"(createInstance\()", "the result of UCFCreateInstance"},
+    {R"(initialize\()", "the result of UCFInitialize"},
+    {R"(cleanup\()", "the result of UCFCleanup"},
+    {R"(^out$|^static_cast<void\*>)", "the pointer that GetUCFInterface (slot 0) stores"},
+    {R"(^notify\()", "the result of slot 32 of the object"},
+    {R"(^call<|^size$)", "what a slot of the player answers"},
     {R"(deleteInstance\()", "the result of UCFDeleteInstance"},
     {R"(getInterfaceVersion\()", "what UCFGetInterfaceVersion answers"},
     {R"(constant)", "the text of an exported constant"},
@@ -76,8 +104,26 @@ std::string inOneLine(const std::string& text) {
   return std::regex_replace(std::regex_replace(text, kEnds, ""), kBreaks, " | ");
 }
 
+// What the host's word in front of a part stands for, in brackets; empty when there is none.
+std::string meaningAt(const std::vector<std::string>& parts, std::size_t at) {
+  if (at >= parts.size()) return {};
+  for (const Meaning& word : kWords) {
+    if (std::regex_match(parts[at], std::regex(word.of))) return std::string(" (") + word.is + ")";
+  }
+  return {};
+}
+
+// The word of the host's that an expression counts; empty if it counts none.
+std::string countedIn(const std::string& expression) {
+  std::smatch word;
+  static const std::regex kCounted(R"re(^count\(.*, "([^"]*)"\))re");
+  return std::regex_search(expression, word, kCounted) ? word[1].str() : "";
+}
+
 std::string subjectOf(const std::string& expression) {
   std::smatch slot;
+  if (const std::string word = countedIn(expression); !word.empty())
+    return "how often the host is told \"" + word + '"' + meaningAt({word}, 0);
   if (std::regex_search(expression, slot, std::regex(R"(^(told|call<.*>)\((\d+))"))) {
     const char* const what =
         slot[1] == "told" ? "what the player view is told by" : "the result of";
@@ -104,15 +150,6 @@ std::string partAt(const std::vector<std::string>& parts, std::size_t at) {
   return at < parts.size() ? '"' + parts[at] + '"' : "nothing more";
 }
 
-// What the host's word in front of a part stands for, in brackets; empty when there is none.
-std::string meaningAt(const std::vector<std::string>& parts, std::size_t at) {
-  if (at >= parts.size()) return {};
-  for (const Meaning& word : kWords) {
-    if (std::regex_match(parts[at], std::regex(word.of))) return std::string(" (") + word.is + ")";
-  }
-  return {};
-}
-
 std::string firstDifference(const std::string& expected, const std::string& actual) {
   const auto wanted = quotedParts(expected);
   if (expected.starts_with("contains")) return meaningAt(wanted, 0);  // anywhere
@@ -127,6 +164,13 @@ std::string firstDifference(const std::string& expected, const std::string& actu
          ", got " + partAt(came, at) + found;
 }
 
+// Of what is printed nowhere but byte by byte, its address at most.
+std::string withoutBytes(const std::string& value) {
+  static const std::regex kPointed(R"(\(ptr = (\w+), value = \d+-byte object <[^>]*>\))");
+  static const std::regex kBytes(R"(\d+-byte object <[^>]*>)");
+  return std::regex_replace(std::regex_replace(value, kPointed, "$1"), kBytes, "another value");
+}
+
 // A matcher's description, without what says that it is one.
 std::string plain(const std::string& description) {
   static const std::regex kWrapping(
@@ -134,7 +178,7 @@ std::string plain(const std::string& description) {
   static const std::regex kAmong("contains at least one element that ");
   static const std::regex kNone("^is empty$");
   static const std::regex kBreaks(R"(\s*\n\s*)");
-  std::string text = std::regex_replace(description, kWrapping, "");
+  std::string text = std::regex_replace(withoutBytes(description), kWrapping, "");
   for (const auto& [what, by] :
        {std::pair{&kAmong, "among others "}, {&kNone, "nothing"}, {&kBreaks, " "}})
     text = std::regex_replace(text, *what, by);
@@ -184,7 +228,8 @@ std::optional<Assertion> comparison(const std::string& text) {
 std::string sentence(const Assertion& assertion) {
   const std::string note = inOneLine(assertion.message);
   return subjectOf(assertion.subject) + ": expected " + inOneLine(plain(assertion.expected)) +
-         ", got " + assertion.actual + firstDifference(assertion.expected, assertion.actual) +
+         ", got " + withoutBytes(assertion.actual) +
+         firstDifference(assertion.expected, assertion.actual) +
          (note.empty() ? "" : " (" + note + ")");
 }
 
