@@ -51,6 +51,7 @@ enum class Fault {
   otherVersion,
   ownObject,  // nothing is wrong with it
   ownView,    // nor with this
+  placesWrong,
   playerSlotsSwapped,
   registersNowhere,
   runtimeSlotsSwapped,
@@ -193,6 +194,13 @@ UCFResult createActiveUIWithOwnView(void* object, void* parentView, tagUCFRect* 
   return realCreateActiveUI(object, parentView, rect);
 }
 
+UCFResult createActiveUITooNarrow(void* object, void* parentView, tagUCFRect* rect) {
+  if (rect == nullptr) return realCreateActiveUI(object, parentView, rect);
+  tagUCFRect narrow = *rect;
+  --narrow.right;
+  return realCreateActiveUI(object, parentView, &narrow);
+}
+
 UCFResult createActiveUIAndAsk(void* object, void* parentView, tagUCFRect* rect) {
   const UCFResult result = realCreateActiveUI(object, parentView, rect);
   platform::NotificationCenter::defaultCenter().post("PDSyncSharingViewModeNotification");
@@ -247,6 +255,7 @@ void changeTable(IUCFObjectBase* object) {
   if (kFault == Fault::callsAfterTheEnd) slots[1] = reinterpret_cast<void*>(&releaseAndCall);
   if (kFault == Fault::neverEnds) slots[1] = reinterpret_cast<void*>(&releaseNothing);
   if (kFault == Fault::playerSlotsSwapped) slots[32] = reinterpret_cast<void*>(&notifyAndExchange);
+  if (kFault == Fault::placesWrong) slots[6] = reinterpret_cast<void*>(&createActiveUITooNarrow);
   if (kFault == Fault::asksTwice) slots[6] = reinterpret_cast<void*>(&createActiveUIAndAsk);
   if (kFault == Fault::ignoresTheClient)
     slots[6] = reinterpret_cast<void*>(&createActiveUIAndIgnore);

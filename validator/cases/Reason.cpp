@@ -33,7 +33,6 @@ constexpr Meaning kSubjects[] = {
     {R"(->delegate$)", "the player that the view asks"},
     {R"(before == nullptr)", "whether the player view is still the one from before"},
     {R"(^view\(\)$|^first$)", "the player view"},
-    {R"(->names)", "the notifications that were posted"},
     {R"(crashSectionPath\()", "the file that is noted as being opened"},
     {R"(params\b)", "the parameters of the capture session"},
     {R"(streamListener\()", "the listener of the capture session"},
@@ -175,12 +174,18 @@ std::string withoutBytes(const std::string& value) {
 std::string plain(const std::string& description) {
   static const std::regex kWrapping(
       R"(has \d+ elements? where\s*|has 1 element that |element #\d+ |is equal to )");
+  static const std::regex kAnyOrder(
+      R"(has \d+ elements and there exists some permutation of elements such that:\s*- )");
+  static const std::regex kAnd(R"(, and\s+- )");
   static const std::regex kAmong("contains at least one element that ");
   static const std::regex kNone("^is empty$");
   static const std::regex kBreaks(R"(\s*\n\s*)");
   std::string text = std::regex_replace(withoutBytes(description), kWrapping, "");
-  for (const auto& [what, by] :
-       {std::pair{&kAmong, "among others "}, {&kNone, "nothing"}, {&kBreaks, " "}})
+  for (const auto& [what, by] : {std::pair{&kAnyOrder, "in any order "},
+                                 {&kAnd, ", "},
+                                 {&kAmong, "among others "},
+                                 {&kNone, "nothing"},
+                                 {&kBreaks, " "}})
     text = std::regex_replace(text, *what, by);
   return text;
 }
