@@ -37,6 +37,7 @@ constexpr Meaning kSubjects[] = {
     {R"(params\b)", "the parameters of the capture session"},
     {R"(streamListener\()", "the listener of the capture session"},
     {R"(FakeFramework::session)", "whether there is a capture session"},
+    {R"(^met\.)", "whether the random runs have met the state"},
     {R"(^thrown$)", "the name of the exception that reaches the host"},
     {R"(^object$)", "the object, null once it has been released"},
     {R"(^moment$)", "how many calls of its host the object was released in"},
