@@ -165,6 +165,22 @@ TEST_F(HostValidatorTest, ItIsAPlugInItself) {
   EXPECT_EQ(checked.out.find("skipped  "), std::string::npos) << checked.out;
 }
 
+// What it checks plug-ins with is a host as well, if one that does not see a movie to its end.
+TEST_F(HostValidatorTest, TheValidatorIsAGoodHost) {
+  for (const std::string name :
+       {"ObjectTest.ComesAndGoes", "ObjectTest.AViewFollowsItsPlaceAndParent",
+        "ObjectTest.ASourcesFirstAndLaterActivation",
+        "ObjectTest.UsageModeDecidesAboutItemStates"}) {
+    support::run(reporting(name + ".json",
+                           {MEETING_PROGRAM, "validate", VALIDATE_HOST_BUNDLE, "--only", name}));
+    auto [checks, reasons] = readReport(folder_ / (name + ".json"));
+    EXPECT_EQ(checks["failed"], Names{}) << name << " says:\n" << reasons;
+    for (const std::string check : {"version-asked", "initialize-first", "cleanup-last",
+                                    "unknown-interface-refused", "identity", "variants-freed"})
+      EXPECT_EQ(std::ranges::count(checks["passed"], check), 1) << name << " " << check;
+  }
+}
+
 TEST_F(HostValidatorTest, AMeetingIsAGoodHost) {
   const std::string clip = folder_ / "clip.mkv";
   const support::Finished made =

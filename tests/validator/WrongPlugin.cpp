@@ -15,9 +15,11 @@
 #include "avcapture/KTVideoPlayer.h"
 #include "mmp/RequestRecords.h"
 #include "platform/NotificationCenter.h"
+#include "platform/RunLoop.h"
 #include "tests/validator/OwnObject.h"
 #include "tests/validator/SlotTable.h"
 #include "ucf/Exports.h"
+#include "ucf/IUCFContainerRuntime.h"
 #include "ucf/IUCFMsgRouter.h"
 
 #define EXPORTED extern "C" __attribute__((visibility("default")))
@@ -26,15 +28,19 @@ namespace {
 
 enum class Fault {
   none,
+  anotherView,
   answersOne,
+  asksOnDeliveryThread,
   asksTwice,
   callsAfterTheEnd,
   crashes,
   crashesOnLoad,
+  cutsSourceID,
   deletesInstance,
   endsTheProgram,
   fieldMoved,
   fieldWrong,
+  freesFirst,
   hangs,
   hangsOnCreate,
   hangsOnLoad,
@@ -45,6 +51,7 @@ enum class Fault {
   makesNothingSilently,
   neverEnds,
   noCleanup,
+  noRecord,
   oneHost,
   otherModule,
   otherThread,
@@ -53,8 +60,11 @@ enum class Fault {
   ownView,    // nor with this
   placesWrong,
   playerSlotsSwapped,
+  readsNoWideText,
   registersNowhere,
+  reservedWord,
   runtimeSlotsSwapped,
+  samplesAfterTheEnd,
   shortRecord,
   slotsSwapped,
   throws,
@@ -94,6 +104,16 @@ class Router final : public IUCFMsgRouter {
       static_cast<tagMSMediaFormat*>(wParam)->dwFormatSize -= 4;
     if (wrong(MM_MEDIASTREAMING_CMD_REGISTER, Fault::fieldMoved))
       moveContent(static_cast<tagMSRegisterInfo*>(wParam));
+    if (wrong(MM_MEDIASTREAMING_CMD_REGISTER, Fault::cutsSourceID))
+      static_cast<tagMSRegisterInfo*>(wParam)->head.sourceID &= 0xFFFFFFFF;
+    if (wrong(MM_MEDIASTREAMING_CMD_SET_RENDER, Fault::reservedWord))
+      static_cast<tagMSRenderInfo*>(wParam)->reserved = 1;
+    if (wrong(MM_MEDIASTREAMING_CMD_SET_RENDER, Fault::anotherView) &&
+        static_cast<tagMSRenderInfo*>(wParam)->hRender != 0)
+      static_cast<tagMSRenderInfo*>(wParam)->hRender = reinterpret_cast<std::uintptr_t>(this);
+    if (wrong(MM_MEDIASTREAMING_CMD_UNREGISTER, Fault::noRecord)) wParam = nullptr;
+    if (wrong(MM_MEDIASTREAMING_CMD_MEDIA_DATA, Fault::asksOnDeliveryThread))
+      runtime->GetCurrentRole();
     if (wrong(MM_MEDIASTREAMING_CMD_MEDIA_DATA, Fault::fieldWrong))
       static_cast<tagMSDataStructure*>(wParam)->dwTimestamp *= 1000;  // microseconds
     if (wrong(MM_MEDIASTREAMING_CMD_SOURCE_STATUS, Fault::otherThread)) {
@@ -106,6 +126,7 @@ class Router final : public IUCFMsgRouter {
   }
 
   IUCFMsgRouter* host = nullptr;
+  IUCFContainerRuntime* runtime = nullptr;  // the host's
 
  private:
   // As if both were declared the other way round, and the padding with them.
@@ -143,13 +164,19 @@ class Container final : public IUCFContainerBase {
         for (const auto& each : containers) each->router.host = router.host;
       *out = static_cast<IUCFMsgRouter*>(&router);
     }
+    if (result == UCF_OK && id == UCF_IID_CONTAINER_RUNTIME)
+      router.runtime = static_cast<IUCFContainerRuntime*>(*out);
     return result;
   }
   void FreeVariant(tagUCFVariant* variant) override {
-    if (kFault != Fault::keepsVariants) host_.FreeVariant(variant);
+    if (kFault != Fault::keepsVariants && kFault != Fault::freesFirst) host_.FreeVariant(variant);
   }
   UCFResult GetProperty(std::uint32_t id, tagUCFVariant* out) override {
-    return host_.GetProperty(id, out);
+    const UCFResult result = host_.GetProperty(id, out);
+    const bool refused =
+        kFault == Fault::readsNoWideText && result == UCF_OK && out->vt == UCFVT_WSTR;
+    if (refused || (kFault == Fault::freesFirst && result == UCF_OK)) host_.FreeVariant(out);
+    return refused ? 1 : result;
   }
   UCFResult GetSharedProperty(std::uint32_t id, tagUCFVariant* out) override {
     return host_.GetSharedProperty(id, out);
@@ -185,6 +212,15 @@ void releaseAndCall(void* object) {
   Router& router = containers.back()->router;
   if (router.host != nullptr)
     router.host->RouteMessage(MODULE_TYPE_SVS, MODULE_TYPE_MMP, 103, 0, nullptr, nullptr);
+}
+void releaseAndSample(void* object) {
+  realRelease(object);
+  platform::dispatchOnMainThread([host = containers.back()->router.host] {
+    tagMSDataStructure sample{};
+    if (host != nullptr)
+      host->RouteMessage(MODULE_TYPE_SVS, MODULE_TYPE_MMP, SVS_MSG_MS_COMMAND,
+                         MM_MEDIASTREAMING_CMD_MEDIA_DATA, &sample, nullptr);
+  });
 }
 void releaseNothing(void* /*object*/) {}
 
@@ -253,6 +289,7 @@ void changeTable(IUCFObjectBase* object) {
   realCreateActiveUI = reinterpret_cast<CreateActiveUI>(slots[6]);
   if (kFault == Fault::slotsSwapped) slots.exchange(3, 4);
   if (kFault == Fault::callsAfterTheEnd) slots[1] = reinterpret_cast<void*>(&releaseAndCall);
+  if (kFault == Fault::samplesAfterTheEnd) slots[1] = reinterpret_cast<void*>(&releaseAndSample);
   if (kFault == Fault::neverEnds) slots[1] = reinterpret_cast<void*>(&releaseNothing);
   if (kFault == Fault::playerSlotsSwapped) slots[32] = reinterpret_cast<void*>(&notifyAndExchange);
   if (kFault == Fault::placesWrong) slots[6] = reinterpret_cast<void*>(&createActiveUITooNarrow);

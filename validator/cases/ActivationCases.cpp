@@ -47,7 +47,7 @@ CONTRACT_CASE(ObjectTest, DocumentAndRuntimeModeDecideTheChannelNotTheRole, life
 struct PathRow {
   UCFCtx context;
   const char* file;
-  std::map<std::uint32_t, std::string> properties;
+  RecordingHost::Properties properties;
   Lines asked;
   const char* path;  // null: nothing to open
 };
@@ -57,6 +57,7 @@ CONTRACT_CASE(ObjectTest, TheSharedFilesPathComesFromTheContainerOrTheHost, life
   const PathRow rows[] = {
       {kEmbedded, "name.mov", {{8, "/eight.mov"}, {5, "/five.mov"}}, {"property 8"}, "/eight.mov"},
       {kEmbedded, "name.mov", {{5, "/five.mov"}}, {"property 8", "property 5"}, "/five.mov"},
+      {kEmbedded, "name.mov", {{8, u"/\u00FCber.mov"}}, {"property 8"}, "/\u00FCber.mov"},
       {kEmbedded, "name.mov", {}, {"property 8", "property 5"}, nullptr},
       {kEmbedded, nullptr, {{8, "/eight.mov"}}, {}, nullptr},
       {kOutside, "/name.mov", {{8, "/eight.mov"}}, {}, "/name.mov"},
@@ -199,7 +200,7 @@ CONTRACT_CASE(ContractTest, FollowsMovesAndParentsWhileItIsActive, life,
     parent = std::make_shared<platform::View>();
     create(context, "/m/talk.mov");
     activate();
-    auto* const root = context == kEmbedded ? parent->subviews()[0].get() : parent.get();
+    auto* const root = context == kEmbedded ? placedIn(*parent) : parent.get();
     EXPECT_EQ(view()->container->superview(), root);
     view()->takeCalls();
     tagUCFRect moved{0, 0, 100, 50};
@@ -208,7 +209,7 @@ CONTRACT_CASE(ContractTest, FollowsMovesAndParentsWhileItIsActive, life,
 
     const auto other = std::make_shared<platform::View>();
     object->OnParentWindowChanged(other.get());
-    auto* const now = context == kEmbedded ? other->subviews()[0].get() : other.get();
+    auto* const now = context == kEmbedded ? placedIn(*other) : other.get();
     EXPECT_EQ(view()->container->superview(), now);
     if (context == kEmbedded) {
       EXPECT_EQ(now->frame(), (platform::Rect{{0, 0}, {100, 50}}));

@@ -33,17 +33,19 @@ class ObjectTest : public FrameworkTest {
     const std::string why = Module::loaded().unusable();
     if (!why.empty()) GTEST_SKIP() << why;
   }
+  ObjectTest() { host.isView = FakeFramework::mayBeRenderView; }
   ~ObjectTest() override {
     end();
     EXPECT_EQ(host.variantsHeld, 0) << "variants that were not given back";
   }
 
   void create(UCFCtx context = kEmbedded, const char* file = "talk.mov") {
+    host.released = false;
     std::string name = file ? file : "";
     EXPECT_EQ(Module::loaded().createInstance(&host, nullptr, context, file ? name.data() : nullptr,
                                               nullptr, 0, &object),
               UCF_OK);
-    need(object);
+    need(object != nullptr);
     runtime = face<IUCFObjectRuntime>(UCF_IID_OBJECT_RUNTIME);
     router = face<IUCFMsgRouter>(UCF_IID_OBJECT_MSG_ROUTER);
   }
@@ -59,14 +61,16 @@ class ObjectTest : public FrameworkTest {
     view()->whileOpening = [] { view()->delegate->renderMovie(view()->accepts); };
   }
   void release() {
-    if (object) {
-      std::exchange(object, nullptr)->Release();
-    }
+    if (!object) return;
+    std::exchange(object, nullptr)->Release();
+    host.released = true;
   }
   // And what the player has put off.
   void end() {
     release();
+    host.released = true;  // whoever did it
     advance(1.0);
+    EXPECT_THAT(std::exchange(host.afterTheEnd, {}), testing::IsEmpty()) << "nothing follows";
   }
   void createActive() {
     create();
@@ -108,7 +112,7 @@ class ObjectTest : public FrameworkTest {
   void session(unsigned long message, void* payload = nullptr) { route(0, message, payload); }
   template <class Record>
   void status(unsigned long message, Record record) {
-    record.head = {0, RecordingHost::kSourceID};
+    record.head = {0, host.sourceID};
     route(2, message, &record);
   }
   void channelStatus(std::uint32_t value) {
@@ -134,23 +138,22 @@ class ObjectTest : public FrameworkTest {
       advance(0.1);
     }
   }
-  static FakeVideoPlayer* view() { return FakeFramework::view.get(); }
+  static Needed<FakeVideoPlayer> view() { return FakeFramework::view.get(); }
+  // The one view that the object has put into `place`.
+  static platform::View* placedIn(const platform::View& place) {
+    need(place.subviews().size() == 1, "one view is put into the parent view");
+    return place.subviews()[0].get();
+  }
 
   template <class Face>
   Face* face(UCFInterfaceID id) {
     void* out = nullptr;
     EXPECT_EQ(object->GetUCFInterface(id, &out), UCF_OK);
-    need(out);
+    need(out != nullptr);
     return static_cast<Face*>(out);
   }
-  // Without it the case is over, wherever it is.
-  static void need(const void* made) {
-    if (made != nullptr) return;
-    if (!HasFailure()) ADD_FAILURE() << "success, but nothing was made";
-    throw testing::AssertionException(
-        {testing::TestPartResult::kFatalFailure, __FILE__, __LINE__, "has been said"});
-  }
 
+  const Loading loading{Module::loaded()};  // ends behind the object
   RecordingHost host;
   IUCFObjectBase* object = nullptr;
   IUCFObjectRuntime* runtime = nullptr;
@@ -178,8 +181,11 @@ class ContractTest : public ObjectTest {
   }
 
   static std::shared_ptr<avcapture::AVStreamDataListener> streamListener() {
-    return FakeFramework::session->params.get(avcapture::kAVStreamListenerKey)
-        .objectAs<avcapture::AVStreamDataListener>();
+    need(FakeFramework::session != nullptr, "no capture session was made for the movie");
+    const auto listener = FakeFramework::session->params.get(avcapture::kAVStreamListenerKey)
+                              .objectAs<avcapture::AVStreamDataListener>();
+    need(listener != nullptr, "the capture session has got nobody to bring its stream to");
+    return listener;
   }
   // A small picture, as a delivery thread brings it.
   static void frame(std::uint32_t milliseconds,

@@ -1,6 +1,7 @@
 // A player view that plays nothing: answers what a test sets and records what it is told.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -10,6 +11,7 @@
 
 #include "avcapture/KTVideoPlayer.h"
 #include "avcapture/LUMAVCaptureSession.h"
+#include "validator/cases/Need.h"
 
 using Calls = std::vector<std::string>;
 
@@ -33,7 +35,7 @@ class FakeVideoPlayer final : public avcapture::KTVideoPlayer {
   std::function<void()> whileOpening;
   std::function<void()> whileShowing;
   std::function<void()> whileDying;
-  avcapture::KTVideoPlayerDelegate* delegate = nullptr;
+  contract::Needed<avcapture::KTVideoPlayerDelegate> delegate;
   std::shared_ptr<avcapture::AVURLAsset> asset;
   std::shared_ptr<platform::View> container = std::make_shared<platform::View>();
   std::shared_ptr<platform::View> picture = std::make_shared<platform::View>();
@@ -130,13 +132,25 @@ struct FakeFramework {
   static inline std::shared_ptr<FakeVideoPlayer> view;
   static inline std::shared_ptr<FakeSession> session;
   static inline int sessionsMade = 0;
+  static inline std::vector<std::weak_ptr<FakeVideoPlayer>> views;  // all, of any object
+
+  // Whether it is what a view that is there draws into; true where there is none.
+  static bool mayBeRenderView(std::uint64_t handle) {
+    std::erase_if(views, [](const auto& made) { return made.expired(); });
+    const auto drawsInto = [handle](const auto& made) {
+      return reinterpret_cast<std::uintptr_t>(made.lock()->picture.get()) == handle;
+    };
+    return views.empty() || std::ranges::any_of(views, drawsInto);
+  }
 
   static void install() {
     view = nullptr;
     session = nullptr;
     sessionsMade = 0;
     avcapture::KTVideoPlayer::setFactory([]() -> std::shared_ptr<avcapture::KTVideoPlayer> {
-      return view = std::make_shared<FakeVideoPlayer>();
+      view = std::make_shared<FakeVideoPlayer>();
+      views.push_back(view);
+      return view;
     });
     avcapture::LUMAVCaptureSession::setFactory(
         [](const platform::Dictionary& params) -> std::shared_ptr<avcapture::LUMAVCaptureSession> {

@@ -187,7 +187,7 @@ CONTRACT_CASE(ContractTest, StatusMessagesAboutThePresenterReachAListenersPlayer
   listen();
   mediaInfo({90000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO, 3});
   forget();
-  auto* const answers = view()->delegate;
+  const auto answers = view()->delegate;
 
   tagMSVideoQuality quality{};
   quality.nQuality = -3;

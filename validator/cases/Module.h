@@ -66,4 +66,24 @@ class Module {
       function<UCFGetInterfaceVersionFn>("UCFGetInterfaceVersion");
 };
 
+// What a host does before it makes objects of the module, and when all of them are gone. A module
+// that cannot be used is left alone.
+class Loading {
+ public:
+  explicit Loading(const Module& module) : module_(module), usable_(module.unusable().empty()) {
+    if (!usable_) return;
+    module_.getInterfaceVersion();  // what it answers is a matter of a case of its own
+    module_.initialize();
+  }
+  ~Loading() {
+    if (usable_) module_.cleanup();
+  }
+  Loading(const Loading&) = delete;
+  Loading& operator=(const Loading&) = delete;
+
+ private:
+  const Module& module_;
+  const bool usable_;
+};
+
 }  // namespace contract

@@ -140,7 +140,7 @@ CONTRACT_CASE(ContractTest, FormatsAndSamplesFlowOnceTheChannelIsJoined, message
 CONTRACT_CASE(ContractTest, ThePresentersActionsReachThePlatform, messages,
               "play, pause and seek are reported with their positions") {
   present();
-  auto* const player = view()->delegate;
+  const auto player = view()->delegate;
   view()->position = 12.3456F;
   view()->playing = true;
   player->onPlay(nullptr);

@@ -241,7 +241,7 @@ CONTRACT_CASE(PresenterTexts, OfTheRunningStream, inside, "the log of a running 
       {"actions",
        [this] { play(); },
        [] {
-         auto* const bridge = view()->delegate;
+         const auto bridge = view()->delegate;
          view()->position = 12.5F;
          bridge->onPlay(nullptr);
          bridge->onSkip(nullptr);

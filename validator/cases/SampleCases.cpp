@@ -1,4 +1,5 @@
-// What the samples say that a host gets: their records, and the bytes that these point to.
+// What the samples say that a host gets: their records, and the bytes that these point to. And the
+// source that they and all other records name.
 #include <numeric>
 
 #include "validator/cases/ContractFixture.h"
@@ -65,6 +66,27 @@ CONTRACT_CASE(SampleTest, OfSound, records, "the records of sound, and the bytes
   EXPECT_THAT(host.take(), testing::Contains("format 0 " + std::string(kAudioFormat)));
   EXPECT_THAT(sent(),
               ElementsAre("sample 0 60 live 0102030405060708 " + std::string(kAudioFormat)));
+}
+
+// The host compares the id in each record that it gets.
+CONTRACT_CASE(SampleTest, AndAllElseNameTheirSourceInAllItsBits, records,
+              "a source id has 64 bits") {
+  constexpr std::uint64_t kWide = RecordingHost::kSourceID + (1ULL << 32U);
+  host.sourceID = kWide;
+  play();
+  picture(40);
+  EXPECT_THAT(sent(), testing::SizeIs(1));
+  end();
+  host.take();
+  listen();
+  EXPECT_THAT(host.take(), testing::Contains("query 0 4294967338"));
+  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_CREATE_CONFIRM);
+  mediaInfo({90000, MM_MEDIASTREAMING_MEDIACONTENT_AUDIO_VIDEO, 3});
+  EXPECT_THAT(host.take(), testing::Contains("register 90 3"));
+  host.sourceID = RecordingHost::kSourceID;
+  channelStatus(MM_MEDIA_STREAMING_CHANNEL_STATUS_JOIN_SUCCESS);
+  EXPECT_THAT(host.take(), testing::IsEmpty()) << "another source's channel";
+  host.sourceID = kWide;
 }
 
 }  // namespace

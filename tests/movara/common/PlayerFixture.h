@@ -22,7 +22,7 @@ class PlayerFixture : public FrameworkTest {
     makePlayer(type);
     player->CreateUI();
     view = FakeFramework::view.get();
-    bridge = dynamic_cast<AVUIProxy*>(view->delegate);
+    bridge = dynamic_cast<AVUIProxy*>(&*view->delegate);
     view->takeCalls();
     takeTraceLines();
   }
