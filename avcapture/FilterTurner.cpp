@@ -62,7 +62,9 @@ bool FilterTurner::rebuild(const AVFrame& frame, const std::string& filters, AVR
   std::array<char, 160> source;
   std::snprintf(source.data(), source.size(), "buffer=video_size=%dx%d:pix_fmt=%d:time_base=%d/%d",
                 frame.width, frame.height, frame.format, timeBase.num, timeBase.den);
-  const std::string text = std::string(source.data()) + "," + filters + ",buffersink";
+  // Converted within the graph, as the ffmpeg program does: what a filter does not take as it is,
+  // such as 4:2:2 turned by 90 degrees, is converted but once, and before it is turned.
+  const std::string text = std::string(source.data()) + "," + filters + ",format=rgb24,buffersink";
   AVFilterInOut* inputs = nullptr;
   AVFilterInOut* outputs = nullptr;
   const int parsed = avfilter_graph_parse2(graph_.get(), text.c_str(), &inputs, &outputs);

@@ -25,7 +25,7 @@ class PictureTurner {
   PictureTurner(const PictureTurner&) = delete;
   PictureTurner& operator=(const PictureTurner&) = delete;
 
-  // Fills the empty `upright`. False when it can't be done.
+  // Fills the empty `upright`, with 24-bit R, G, B. False when it can't be done.
   virtual bool turn(AVFrame& frame, AVFrame& upright, const std::string& filters,
                     AVRational timeBase) = 0;
 };
@@ -36,8 +36,8 @@ class Upright {
   Upright(const std::optional<DisplayMatrix>& matrix, AVRational timeBase)
       : matrix_(matrix), timeBase_(timeBase) {}
 
-  // The same picture, upright: `frame` itself, or one that is valid until the next call; null when
-  // that is not possible.
+  // The same picture, upright: `frame` itself, or one in R, G, B that is valid until the next call;
+  // null when that is not possible.
   const AVFrame* turn(AVFrame& frame);
 
  private:
