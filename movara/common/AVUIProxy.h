@@ -134,7 +134,7 @@ class AVUIProxy final : public platform::Object,
   void waitForVideoFormatDelivery();
   tagMSDataStructure liveSample(void* pixels, std::uint32_t width, std::uint32_t height,
                                 std::uint32_t timestamp);
-  bool holdsPausedFrame(const tagMSDataStructure& sample) EXCLUDES(myLock);
+  bool redrawsPausedFrame(const tagMSDataStructure& sample) EXCLUDES(myLock);
   bool keepPausedFrame(const tagMSDataStructure& sample) EXCLUDES(myLock);
   void forgetPausedFrame() EXCLUDES(myLock);
   void deliverPausedFrame(const tagMSDataStructure& sample);

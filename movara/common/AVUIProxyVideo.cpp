@@ -133,9 +133,9 @@ void AVUIProxy::forgetPausedFrame() {
   myPausedFrameHeld = false;
 }
 
-bool AVUIProxy::holdsPausedFrame(const tagMSDataStructure& sample) {
+bool AVUIProxy::redrawsPausedFrame(const tagMSDataStructure& sample) {
   const platform::Lock guard(myLock);
-  return myVideoPausedVideo && myVideoPausedVideo->holds(sample);
+  return myVideoPausedVideo && myVideoPausedVideo->redraw(sample);
 }
 
 bool AVUIProxy::keepPausedFrame(const tagMSDataStructure& sample) {
@@ -147,7 +147,7 @@ bool AVUIProxy::keepPausedFrame(const tagMSDataStructure& sample) {
 
 // Nothing is sent now: the main thread does it when the picture has stopped changing.
 void AVUIProxy::deliverPausedFrame(const tagMSDataStructure& sample) {
-  if (holdsPausedFrame(sample)) {
+  if (redrawsPausedFrame(sample)) {
     MacInfoTrace2(kTraceModule, "same data[mediaData.dwTimestamp = %d], ingore this!",
                   static_cast<int>(sample.dwTimestamp));
     return;
@@ -222,17 +222,17 @@ void AVUIProxy::_deliverLatestImage() {
     held->buffer = nullptr;
   };
   const std::unique_ptr<PausedFrame::Pin, decltype(dropPin)> pinGuard(&pin, dropPin);
-  tagMSVIDEOFORMATEX format{};
   {
     const platform::Lock guard(myLock);
     if (!myVideoPausedVideo || !myVideoPausedVideo->hasBuffer()) return;
     pin = myVideoPausedVideo->pin();
-    format = myPublishedVideoFormat;
+    // The size is that of its pixels, whatever has arrived since; the rate is the movie's.
+    pin.format.wFrameRate = myPublishedVideoFormat.wFrameRate;
   }
   ISVSPlayerNotifySink* const sink = myAvApp.sink();
   if (sink == nullptr) return;
   // The sample refers to the frame that is showing, not to one that arrives during the call.
-  if (pin.record.pFormat != nullptr) pin.record.pFormat = &format;
+  if (pin.record.pFormat != nullptr) pin.record.pFormat = &pin.format;
 
   const auto timestamp = static_cast<std::uint32_t>(pin.record.dwTimestamp);
   myPreviousVideoTimestamp = timestamp;
@@ -246,7 +246,7 @@ void AVUIProxy::_deliverLatestImage() {
   }
   if (framedump::isOn()) {
     framedump::write(framedump::Kind::kPaused, pin.record.pData, pin.buffer->capacity,
-                     format.wWidth, format.wHeight, timestamp);
+                     pin.format.wWidth, pin.format.wHeight, timestamp);
   }
 }
 

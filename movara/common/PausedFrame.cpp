@@ -36,6 +36,18 @@ bool PausedFrame::holds(const tagMSDataStructure& sample) const {
          std::memcmp(record_.pData, sample.pData, sample.dwDataLength) == 0;
 }
 
+bool PausedFrame::redraw(const tagMSDataStructure& sample) {
+  if (!holds(sample)) return false;
+  takeFormat(sample);
+  return true;
+}
+
+void PausedFrame::takeFormat(const tagMSDataStructure& sample) {
+  format_ = *static_cast<const tagMSVIDEOFORMATEX*>(sample.pFormat);
+  record_.pFormat = &format_;
+  record_.dwFormatLength = sample.dwFormatLength;
+}
+
 bool PausedFrame::store(const tagMSDataStructure& sample) {
   const auto length = static_cast<std::uint32_t>(sample.dwDataLength);
   if (sample.dwDataLength >= SAFE_LIB_MAX_MEM || !provideBuffer(length)) return false;
@@ -45,9 +57,8 @@ bool PausedFrame::store(const tagMSDataStructure& sample) {
   }
   record_.nMediaType = MM_MEDIASTREAMING_MEDIATYPE_VIDEO;
   record_.dwDataLength = sample.dwDataLength;
-  record_.dwFormatLength = sample.dwFormatLength;
+  takeFormat(sample);
   record_.dwTimestamp = sample.dwTimestamp;
-  record_.pFormat = sample.pFormat;
   record_.bReserved = 1;
   return true;
 }

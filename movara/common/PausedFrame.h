@@ -17,9 +17,10 @@ class PausedFrame {
     std::unique_ptr<std::uint8_t[]> bytes;
     std::size_t capacity = 0;  // bytes
   };
-  // A record as it was, and what keeps its pixels.
+  // A record as it was, the format of its pixels, and what keeps them.
   struct Pin {
     tagMSDataStructure record{};
+    tagMSVIDEOFORMATEX format{};
     std::shared_ptr<const Buffer> buffer;
   };
 
@@ -30,19 +31,25 @@ class PausedFrame {
   PausedFrame();
 
   bool hasBuffer() const { return buffer_ != nullptr; }
-  // Whether it holds exactly this sample: same time, same length, same pixels.
-  bool holds(const tagMSDataStructure& sample) const;
-  // Copies the sample's pixels and takes over its description. False, keeping what there was, when
-  // there is no memory for it.
+  // Whether it holds exactly this sample: same time, same length, same pixels. If so, it takes over
+  // the sample's format: the same bytes can be a picture of another shape.
+  bool redraw(const tagMSDataStructure& sample);
+  // Copies the pixels and the video format of the sample and takes over its description. False,
+  // keeping what there was, when there is no memory for it.
   bool store(const tagMSDataStructure& sample);
   // Forgets the frame, not the buffer.
   void clear();
 
-  Pin pin() const { return {record_, buffer_}; }
+  // While it holds a frame, the record's pFormat says no more than that it has one: the format is
+  // the pin's.
+  Pin pin() const { return {record_, format_, buffer_}; }
 
  private:
+  bool holds(const tagMSDataStructure& sample) const;
+  void takeFormat(const tagMSDataStructure& sample);
   bool provideBuffer(std::size_t bytes);
 
   tagMSDataStructure record_{};
+  tagMSVIDEOFORMATEX format_{};
   std::shared_ptr<Buffer> buffer_;
 };

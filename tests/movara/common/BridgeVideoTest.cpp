@@ -215,6 +215,45 @@ TEST_F(BridgeVideo, StillFrameBeingSentKeepsItsPixelsWhenAnotherArrives) {
   EXPECT_EQ(sink.samples[1].bytes, picture(2));
 }
 
+TEST_F(BridgeVideo, StillFrameGoesOutInItsOwnSizeAtTheRateOfNow) {
+  struct Size {
+    std::uint32_t width, height;
+  };
+  const struct {
+    const char* what;
+    std::function<void()> meanwhile;  // while the still frame of 8 by 4 waits
+    Size sent;
+  } cases[] = {
+      {"announced", [&] { bridge->newImageArrive(nullptr, 1280, 720, 80); }, {8, 4}},
+      {"too large to be kept", [&] { arrive(picture(5), 80, 100'000, 1'000); }, {8, 4}},
+      {"sent live",
+       [&] {
+         view->invalidBuffers = 2;
+         arrive(picture(6, 16, 16), 80, 16, 16);
+         view->invalidBuffers = 1;
+         sink.samples.clear();
+       },
+       {8, 4}},
+      {"the same bytes in another shape", [&] { arrive(picture(5), 40, 4, 8); }, {4, 8}},
+  };
+  startPaused();
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.what);
+    view->frameRate = 25.0;
+    sink.samples.clear();
+    arrive(picture(1), 0);  // another one before
+    arrive(picture(5), 40);
+    view->frameRate = 50.0;
+    test.meanwhile();
+    waitForStill();
+    ASSERT_THAT(timestamps(), ElementsAre(40));
+    EXPECT_EQ(sink.samples[0].bytes, picture(5));
+    EXPECT_EQ(sink.samples[0].video.wWidth, test.sent.width);
+    EXPECT_EQ(sink.samples[0].video.wHeight, test.sent.height);
+    EXPECT_EQ(sink.samples[0].video.wFrameRate, 50.0F);
+  }
+}
+
 TEST_F(BridgeVideo, FrameRateIsEstimatedOnceFromTwoPlayingFrames) {
   const struct {
     std::uint32_t first, second;
