@@ -4,6 +4,7 @@
 #include <new>
 
 extern "C" {
+#include <libavutil/imgutils.h>
 #include <libavutil/opt.h>
 }
 
@@ -14,6 +15,10 @@ namespace {
 // Where FFmpeg's own scale filter takes the chroma rows of 4:2:0 to be, in 1/256 of a row.
 constexpr int kChromaRow420 = 128;
 constexpr int kChromaUnset = -513;
+// Pixels that the scaler writes at a time. It leaves out the last of a row that has no room for
+// as many; what it writes behind the last row is less than one more.
+constexpr int kGroup = 16;
+constexpr int kBytesPerPixel = 3;
 
 }  // namespace
 
@@ -26,11 +31,20 @@ std::shared_ptr<Picture> VideoConverter::convert(AVFrame& decoded) {
   if ((!scaler_ || !(shape == shape_)) && !rebuild(shape)) return nullptr;
   std::shared_ptr<Picture> picture = pool_.take(static_cast<std::uint32_t>(frame->width),
                                                 static_cast<std::uint32_t>(frame->height));
-  std::uint8_t* const planes[4] = {picture->pixels};
-  const int strides[4] = {static_cast<int>(picture->image.bytesPerRow)};
-  const int rows =
-      sws_scale(scaler_.get(), frame->data, frame->linesize, 0, frame->height, planes, strides);
-  return rows == frame->height ? picture : nullptr;
+  const auto row = static_cast<int>(picture->image.bytesPerRow);
+  if (roomy_.empty()) return scale(*frame, picture->pixels, row) ? picture : nullptr;
+  const int roomyRow = FFALIGN(frame->width, kGroup) * kBytesPerPixel;
+  if (!scale(*frame, roomy_.data(), roomyRow)) return nullptr;
+  av_image_copy_plane(picture->pixels, row, roomy_.data(), roomyRow, frame->width * kBytesPerPixel,
+                      frame->height);
+  return picture;
+}
+
+bool VideoConverter::scale(const AVFrame& frame, std::uint8_t* pixels, int row) {
+  std::uint8_t* const planes[4] = {pixels};
+  const int strides[4] = {row};
+  return sws_scale(scaler_.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) ==
+         frame.height;
 }
 
 bool VideoConverter::rebuild(const Shape& shape) {
@@ -65,6 +79,11 @@ bool VideoConverter::rebuild(const Shape& shape) {
     sws_setColorspaceDetails(scaler, matrix, inFull, matrix, outFull, brightness, contrast,
                              saturation);
   }
+  const int roomyWidth = FFALIGN(shape.width, kGroup);
+  const int rows = roomyWidth == shape.width ? 0 : shape.height + 1;
+  roomy_ =
+      std::vector<std::uint8_t>(std::size_t{kBytesPerPixel} * static_cast<std::size_t>(roomyWidth) *
+                                static_cast<std::size_t>(rows));
   shape_ = shape;
   return true;
 }

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "avcapture/Ffmpeg.h"
 #include "avcapture/FramePool.h"
@@ -29,10 +30,12 @@ class VideoConverter {
     friend bool operator==(const Shape&, const Shape&) = default;
   };
   bool rebuild(const Shape& shape);
+  bool scale(const AVFrame& frame, std::uint8_t* pixels, int row);
 
   Upright upright_;
   Shape shape_;
   ScalerPtr scaler_;
+  std::vector<std::uint8_t> roomy_;  // a picture with longer rows; empty where none is needed
   FramePool pool_;
 };
 

@@ -8,6 +8,10 @@
 #include <limits>
 #include <vector>
 
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
 #include "avcapture/AudioDecoder.h"
 #include "avcapture/BufferPool.h"
 #include "avcapture/Font.h"
@@ -15,6 +19,7 @@
 #include "avcapture/SeekFilter.h"
 #include "avcapture/SideThread.h"
 #include "avcapture/Upright.h"
+#include "avcapture/VideoConverter.h"
 
 namespace avcapture {
 
@@ -87,6 +92,37 @@ TEST(BufferPool, ShowsNothingOfWhatMemoryHeldBefore) {
   const BufferPool::Buffer buffer = BufferPool().take(kBytes);
   EXPECT_EQ(std::count(buffer.get(), buffer.get() + kBytes, 0), std::ptrdiff_t{kBytes});
   EXPECT_EQ(reinterpret_cast<std::uintptr_t>(buffer.get()) % BufferPool::kAlignment, 0U);
+}
+
+// The scaler writes many pixels at a time, and none where as many have no room.
+TEST(VideoConverter, DrawsPicturesOfAnyWidthToTheirEdges) {
+  const AVStream stream{};
+  const AVPixelFormat formats[] = {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUV422P,
+                                   AV_PIX_FMT_YUVA420P, AV_PIX_FMT_NV12};
+  std::vector<int> widths{270, 406, 854, 1366};
+  for (int width = 2; width <= 70; ++width) widths.push_back(width);
+  for (const AVPixelFormat format : formats) {
+    VideoConverter converter(stream);
+    for (const int width : widths) {
+      for (const int height : {2, 3, 4}) {
+        const FramePtr frame = makeFrame();
+        frame->format = format;
+        frame->width = width;
+        frame->height = height;
+        ASSERT_EQ(av_frame_get_buffer(frame.get(), 0), 0);
+        for (std::size_t i = 0; i < 4 && frame->buf[i]; ++i)
+          std::memset(frame->buf[i]->data, 180, frame->buf[i]->size);
+        const auto picture = converter.convert(*frame);
+        ASSERT_NE(picture, nullptr);
+        const platform::Image& image = picture->image;
+        for (std::uint32_t y = 0; y < image.height; ++y)
+          for (std::uint32_t x = 0; x < image.width; ++x)
+            ASSERT_EQ(std::memcmp(image.pixels + y * image.bytesPerRow + 3 * x, image.pixels, 3), 0)
+                << av_get_pix_fmt_name(format) << ' ' << width << 'x' << height << ": " << x << ' '
+                << y;
+      }
+    }
+  }
 }
 
 TEST(BlockCutter, CutsToTwentyMilliseconds) {
