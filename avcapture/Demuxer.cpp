@@ -183,6 +183,13 @@ bool Demuxer::open(const std::string& path) {
   format->interrupt_callback = {.callback = isInterrupted, .opaque = this};
   format->pb = input_.context();
   format->io_open = refuseOtherFiles;
+  // Nor by those that open them, or sockets, past io_open: lists of files, descriptions of
+  // sessions.
+  format->protocol_whitelist = av_strdup("none");
+  if (format->protocol_whitelist == nullptr) {
+    avformat_free_context(format);
+    throw std::bad_alloc();
+  }
   error_ = avformat_open_input(&format, nullptr, known, nullptr);
   if (error_ < 0) return false;  // has freed the context
   format_.reset(format);
@@ -248,12 +255,12 @@ PacketPtr Demuxer::readFile() {
   PacketPtr packet = makePacket();
   while (!disk_.interrupted()) {
     const int result = av_read_frame(format_.get(), packet.get());
-    if (result == AVERROR(EAGAIN)) {
+    if (result == AVERROR(EAGAIN) && !disk_.givenUp()) {
       std::this_thread::sleep_for(kRetryDelay);
       continue;
     }
     if (result < 0) {  // also ENOMEM: damaged files claim sizes that nobody has
-      error_ = result;
+      error_ = result == AVERROR(EAGAIN) ? AVERROR_EXIT : result;
       return nullptr;
     }
     const AVStream* stream = format_->streams[packet->stream_index];

@@ -96,6 +96,26 @@ TEST_F(OddMovies, LengthFitsMillisecondsOf32Bits) {
   std::filesystem::remove(path);
 }
 
+// Neither a movie that a list names, nor one that somebody would send.
+TEST_F(OddMovies, NothingButTheFileIsOpened) {
+  const std::filesystem::path before = std::filesystem::current_path();
+  const std::filesystem::path movie = clip("named.mp4", "-f lavfi -i testsrc2=s=64x48:d=1");
+  std::filesystem::current_path(movie.parent_path());  // lists name their files from here
+  const char* const contents[] = {
+      "ffconcat version 1.0\nfile named.mp4\n",
+      "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\nm=video 45004 RTP/AVP 96\n"
+      "a=rtpmap:96 H264/90000\n",
+  };
+  for (const char* const text : contents) {
+    const std::string path = movie.parent_path() / "list.mp4";
+    writeFile(path, text);
+    open(path);
+    EXPECT_FALSE(accepted) << text;
+    EXPECT_EQ(player->failure(), "damaged, or of an unknown format") << text;
+  }
+  std::filesystem::current_path(before);
+}
+
 // The index is whole, of what it leads to nothing.
 TEST_F(OddMovies, OneOfWhichNothingDecodesSaysSo) {
   const std::pair<const char*, std::string> cases[] = {
