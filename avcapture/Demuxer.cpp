@@ -50,7 +50,8 @@ bool isCoverArt(const AVStream& stream) {
 bool isTooLarge(const AVStream& stream) {
   const AVCodecParameters& codec = *stream.codecpar;
   return std::int64_t{codec.width} * codec.height > kMostPixels ||
-         std::max(codec.width, codec.height) > kMostSide || codec.sample_rate > kMostSampleRate;
+         std::max(codec.width, codec.height) > kMostSide || codec.sample_rate > kMostSampleRate ||
+         codec.ch_layout.nb_channels > kMostChannels;
 }
 
 // Decodes what it takes to know the streams, but no picture that is too large.

@@ -45,6 +45,8 @@ inline constexpr std::int64_t kMostPixels = std::int64_t{8192} * 8192;
 inline constexpr int kMostSide = 0xFFFF;
 // Samples a second, twice what the fastest converters make: a block's memory grows with them.
 inline constexpr int kMostSampleRate = 1'536'000;
+// Of sound, as many as FFmpeg's resampler takes.
+inline constexpr int kMostChannels = 64;
 inline constexpr AVRational kMicroseconds{1, 1'000'000};
 inline constexpr AVRational kMilliseconds{1, 1000};
 
