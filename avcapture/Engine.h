@@ -127,7 +127,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   int invalidImageBufferCount() const { return invalidImages_.load(std::memory_order_relaxed); }
   PlaybackStatistics statistics() const;
   // Why the file could not be read on to its end since the last seek, or nothing of a stream be
-  // decoded; empty when it could.
+  // decoded or converted; empty when it could.
   std::string failure();
 
  private:
@@ -188,6 +188,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   // Picture delivery: EnginePicture.cpp
   void pictureLoop() EXCLUDES(mutex_);
   void pictureStep(PictureStage& stage) REQUIRES(mutex_);
+  const char* pictureFailure() const REQUIRES(mutex_);
   void takeFrame(PictureStage& stage) REQUIRES(mutex_);
   std::shared_ptr<Picture> convert(const DecodedFrame& decoded);
   bool nextIsDue() REQUIRES(mutex_);
@@ -264,6 +265,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
   bool seekPending_ GUARDED_BY(mutex_) = false;
   bool stillWanted_ GUARDED_BY(mutex_) = false;
   PacketQueue videoPackets_ GUARDED_BY(mutex_), audioPackets_ GUARDED_BY(mutex_);
+  bool converted_ GUARDED_BY(mutex_) = false;   // a picture, ever
   PictureSize pictureSize_ GUARDED_BY(mutex_);  // of the generation's first picture; 0 until known
   BoundedQueue<DecodedFrame, 2> frames_ GUARDED_BY(mutex_);
   // Converted, on their way back to be let go by the decode thread: the decoder's buffers stay with

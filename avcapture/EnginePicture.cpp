@@ -32,11 +32,18 @@ void Engine::pictureStep(PictureStage& stage) {
     playPicture(stage);
   } else if (playing_ && framesEnded_ && !pictureEnded_) {
     if (!reached(pictureWake_, stage.end)) return;
-    // The decoder's thread rests at the end.
-    endStream(pictureEnded_, videoDecoder_->wasInVain() ? "no picture could be decoded" : nullptr);
+    endStream(pictureEnded_, pictureFailure());
   } else {
     pictureWake_.wait(mutex_);
   }
+}
+
+// Why there was no picture; null when there was one, or none to be expected. At the end, where the
+// decoder's thread rests.
+const char* Engine::pictureFailure() const {
+  if (videoDecoder_->wasInVain()) return "no picture could be decoded";
+  const bool inVain = !converted_ && framesDropped_ > 0;  // dropped without ever being late
+  return inVain ? "no picture could be converted" : nullptr;
 }
 
 // Whether the time of the picture that waits in the queue has come: the one before it is late.
@@ -64,6 +71,7 @@ void Engine::takeFrame(PictureStage& stage) {
   }
   spent_.push_back(std::move(decoded.frame));
   if (!picture) ++framesDropped_;
+  converted_ = converted_ || picture;
   if (!picture || stage.generation != generation_) return;
   pictureSize_ = {picture->image.width, picture->image.height};
   stage.next = std::move(picture);

@@ -65,6 +65,7 @@ TEST_F(OddMovies, WhatCannotBeToldIsRefused) {
       soundOf(std::numeric_limits<std::int32_t>::max(), "fast.wav"),
       clip("wide.mkv", wide + "-c:v png"),
       clip("high.mkv", wide + "-vf transpose -c:v png"),
+      clip("channels.wav", "-f s16le -ar 8000 -ac 65 -i /dev/zero -t 0.1 -c copy"),
   };
   for (const std::string& path : paths) {
     SCOPED_TRACE(path);
@@ -117,17 +118,25 @@ TEST_F(OddMovies, NothingButTheFileIsOpened) {
 }
 
 // The index is whole, of what it leads to nothing.
+std::string hollow(const std::string& path) {
+  std::string bytes = contentsOf(path);
+  const std::size_t data = bytes.find("mdat") + 4, index = bytes.find("moov", data) - 4;
+  bytes.replace(data, index - data, index - data, '\0');
+  writeFile(path, bytes);
+  return path;
+}
+
 TEST_F(OddMovies, OneOfWhichNothingDecodesSaysSo) {
   const std::pair<const char*, std::string> cases[] = {
       {"no picture could be decoded",
-       clip("noPicture.mp4", "-f lavfi -i testsrc2=s=64x48:d=1 -c:v libx264")},
-      {"no sound could be decoded", clip("noSound.mp4", "-f lavfi -i sine=d=1:r=48000 -c:a alac")},
+       hollow(clip("noPicture.mp4", "-f lavfi -i testsrc2=s=64x48:d=1 -c:v libx264"))},
+      {"no picture could be converted",
+       clip("strange.nut",
+            "-f rawvideo -pix_fmt uyyvyy411 -s 64x48 -r 25 -i /dev/zero -frames:v 5 -c copy")},
+      {"no sound could be decoded",
+       hollow(clip("noSound.mp4", "-f lavfi -i sine=d=1:r=48000 -c:a alac"))},
   };
   for (const auto& [reason, path] : cases) {
-    std::string bytes = contentsOf(path);
-    const std::size_t data = bytes.find("mdat") + 4, index = bytes.find("moov", data) - 4;
-    bytes.replace(data, index - data, index - data, '\0');
-    writeFile(path, bytes);
     delegate.calls.clear();
     open(path);
     ASSERT_TRUE(accepted) << reason;
