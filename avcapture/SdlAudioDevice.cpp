@@ -19,6 +19,8 @@ constexpr int kStartMilliseconds = 60;
 // A device that lags behind by more loses sound rather than getting ever later.
 constexpr int kMostMilliseconds = 300;
 constexpr std::uint16_t kDeviceFrames = 1024;
+// SDL takes no more; of more, the first are heard.
+constexpr int kMostDeviceChannels = 8;
 
 // SDL counts who uses its sound, and keeps a table of devices, without a lock of its own.
 platform::Mutex sdlMutex;
@@ -66,8 +68,21 @@ void SdlAudioDevice::close() {
   started_ = gone_ = false;
 }
 
-void SdlAudioDevice::play(const SoundBlock& block, int volume) {
+SoundBlock SdlAudioDevice::audible(const SoundBlock& block) {
+  if (block.format.channels <= kMostDeviceChannels) return block;
+  SoundBlock first{block.microseconds, {block.format.rate, kMostDeviceChannels}, {}};
+  const std::size_t from = block.format.bytesPerFrame(), to = first.format.bytesPerFrame();
+  first_.resize(block.frames() * to);
+  for (std::size_t frame = 0; frame < block.frames(); ++frame) {
+    std::copy_n(&block.bytes[frame * from], to, &first_[frame * to]);
+  }
+  first.bytes = first_;
+  return first;
+}
+
+void SdlAudioDevice::play(const SoundBlock& whole, int volume) {
   if (failed_) return;
+  const SoundBlock block = audible(whole);
   if (device_ == 0 || gone_ || !(block.format == format_)) {
     failed_ = !open(block.format);
     if (failed_) return;

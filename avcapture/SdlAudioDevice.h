@@ -13,12 +13,14 @@ class SdlAudioDevice final : public AudioDevice {
   SdlAudioDevice() = default;
   ~SdlAudioDevice() override;
 
-  void play(const SoundBlock& block, int volume) override;
+  void play(const SoundBlock& whole, int volume) override;
   void pause() override;
   bool sounding() const override { return started_; }
   void clear() override;
 
  private:
+  // What of a block the device can play, valid until the next call.
+  SoundBlock audible(const SoundBlock& block);
   bool open(const SoundFormat& format);
   void close();
 
@@ -28,6 +30,7 @@ class SdlAudioDevice final : public AudioDevice {
   bool started_ = false;
   bool gone_ = false;  // has been unplugged, so another may be there now
   std::uint32_t device_ = 0;
+  std::vector<std::uint8_t> first_;  // channels
   std::vector<std::uint8_t> scaled_;
 };
 

@@ -129,6 +129,21 @@ TEST_F(Loudspeaker, WhatIsClearedIsNotHeard) {
   EXPECT_LT(heard.size(), kBlockFrames + kAhead);
 }
 
+// SDL has no place for more than those of 7.1.
+TEST_F(Loudspeaker, OfManyChannelsTheFirstEightAreHeard) {
+  std::vector<std::int16_t> samples(16 * kBlockFrames);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    samples[i] = static_cast<std::int16_t>(i % 16 + 1);
+  }
+  device->play({.format = {kFormat.rate, 16},
+                .bytes = {reinterpret_cast<std::uint8_t*>(samples.data()),
+                          samples.size() * sizeof(samples.front())}},
+               100);
+  ASSERT_TRUE(device->sounding());
+  while (heard.size() < 8 * kBlockFrames) listen(256);
+  for (std::size_t i = 0; i < heard.size(); ++i) ASSERT_EQ(heard[i], i % 8 + 1) << i;
+}
+
 TEST(AudioDevice, AsksAgainAfterAPauseWhereThereWasNone) {
   ::setenv("SDL_AUDIODRIVER", "none such", 1);
   SdlAudioDevice device;
