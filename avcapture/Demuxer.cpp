@@ -275,9 +275,17 @@ PacketPtr Demuxer::readFile() {
   return nullptr;
 }
 
-// Joins what follows a leap of the timestamps to what came before it. Where the format allows for
-// no leaps, only one to far beyond the end is one, and the way back from there: a gap within the
-// file is its own, however long.
+// How far the movie goes at least, in the timestamps of picture (0) or sound (1): to where the
+// other of them has come, and, where the format allows for no leaps, as far as the file says.
+std::int64_t Demuxer::known(std::size_t which) const {
+  const std::int64_t told = mayLeap_ ? kLeastTime : end_;
+  const std::optional<std::int64_t>& other = expected_[1 - which];
+  return other ? std::max(told, av_sat_sub64(*other, folded_[mayLeap_ ? 0 : which])) : told;
+}
+
+// Joins what follows a leap of the timestamps to what came before it. Only one to far beyond what
+// is known is one, and, where the format allows for no leaps, the way back from there: a gap within
+// the movie is its own, however long.
 void Demuxer::fold(AVPacket& packet) {
   if (packet.dts == AV_NOPTS_VALUE) return;
   const AVStream* stream = format_->streams[packet.stream_index];
@@ -287,7 +295,7 @@ void Demuxer::fold(AVPacket& packet) {
   const std::int64_t begin = rescaled(packet.dts, stream->time_base, kMicroseconds);
   const std::int64_t gap = expected ? av_sat_sub64(av_sat_add64(begin, folded), *expected) : 0;
   const bool back = gap < -kLeapBack && (mayLeap_ || folded != 0);
-  const bool ahead = gap > kLeapAhead && (mayLeap_ || begin > av_sat_add64(end_, kLeapAhead));
+  const bool ahead = gap > kLeapAhead && begin > av_sat_add64(known(which), kLeapAhead);
   if (back || ahead) {
     folded = av_sat_sub64(folded, gap);
     leapt_ = true;
@@ -303,14 +311,14 @@ void Demuxer::fold(AVPacket& packet) {
 // for how long is unknown then, which decoders make up for.
 void Demuxer::boundTimes(AVPacket& packet) const {
   if (packet.dts == AV_NOPTS_VALUE) return;
-  const AVRational base = format_->streams[packet.stream_index]->time_base;
-  const std::int64_t left =
-      std::max<std::int64_t>(0, av_sat_sub64(end_, rescaled(packet.dts, base, kMicroseconds)));
-  const std::int64_t most = rescaled(av_sat_add64(left, kLeapAhead), kMicroseconds, base);
+  const AVStream* stream = format_->streams[packet.stream_index];
+  const std::int64_t begin = rescaled(packet.dts, stream->time_base, kMicroseconds);
+  const std::int64_t end = std::max({begin, end_, known(stream == video_ ? 0 : 1)});
+  const std::int64_t left = av_sat_sub64(av_sat_add64(end, kLeapAhead), begin);
+  const std::int64_t most = rescaled(left, kMicroseconds, stream->time_base);
   if (durationMicroseconds() > 0 && packet.duration > most) packet.duration = 0;
-  if (packet.pts != AV_NOPTS_VALUE && av_sat_sub64(packet.pts, packet.dts) > most) {
-    packet.pts = AV_NOPTS_VALUE;
-  }
+  const bool late = av_sat_sub64(packet.pts, packet.dts) > most;
+  if (packet.pts != AV_NOPTS_VALUE && late) packet.pts = AV_NOPTS_VALUE;
 }
 
 // What was read, and what it showed.

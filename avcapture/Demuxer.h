@@ -87,6 +87,7 @@ class Demuxer {
  private:
   static int isInterrupted(void* self);
   PacketPtr readFile();
+  std::int64_t known(std::size_t which) const;
   void fold(AVPacket& packet);
   void boundTimes(AVPacket& packet) const;
   void forget();

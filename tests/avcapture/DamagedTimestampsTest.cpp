@@ -1,4 +1,5 @@
-// Movies whose timestamps are damaged ahead: no picture stands for as long as they claim.
+// Movies whose timestamps are damaged ahead: no picture stands for as long as they claim. And
+// movies that do stand still: what the sound beside it confirms is no damage.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -79,6 +80,52 @@ TEST_P(DamagedTimestamps, AreNotWaitedFor) {
   EXPECT_NEAR(player->currentTime(), 1.0, 0.2);
 }
 INSTANTIATE_TEST_SUITE_P(Of, DamagedTimestamps, ::testing::ValuesIn(kDamages),
+                         [](const auto& each) { return std::string(each.param.name); });
+
+// A second, nothing for 19 seconds, and a second more; what does not stand still goes on
+// throughout.
+#define MOVIE(secondsOfPicture, encoder, secondsOfSound)  \
+  "-f lavfi -i testsrc2=s=64x48:r=10:d=" secondsOfPicture \
+  " -f lavfi -i sine=r=44100:d=" secondsOfSound " -c:v " encoder " -c:a mp2 "
+#define STILL_PICTURE(encoder) MOVIE("2", encoder, "21") "-bsf:v setts=ts=TS+gte(N\\,10)*19*"
+#define STILL_SOUND MOVIE("21", "mpeg2video", "2") "-bsf:a setts=ts=TS+gte(N\\,38)*19*"
+#define STILL_BOTH(units)          \
+  MOVIE("2", "libx264 -bf 0", "2") \
+  "-bsf:v setts=ts=TS+gte(N\\,10)*19*" units " -bsf:a setts=ts=TS+gte(N\\,38)*19*" units
+struct Still {
+  const char* name;
+  const char* extension;
+  const char* movie;
+  std::uint32_t goesOn;  // when pictures do, in milliseconds
+};
+const Still kStills[] = {
+    {"PictureOfUnknownLength", "mkv", STILL_PICTURE("mpeg2video") "1000 -live 1", 20'000},
+    {"WebPictureOfUnknownLength", "mkv", STILL_PICTURE("libvpx") "1000 -live 1", 20'000},
+    {"BroadcastPicture", "ts", STILL_PICTURE("mpeg2video") "90000", 20'000},
+    {"SoundOfUnknownLength", "mkv", STILL_SOUND "1000 -live 1", 20'000},
+    {"BroadcastSound", "ts", STILL_SOUND "90000", 20'000},
+    {"BroadcastOfNeither", "ts", STILL_BOTH("90000"), 1'000},
+};
+void PrintTo(const Still& still, std::ostream* out) { *out << still.name; }
+
+class StandingStill : public PlayerTest, public ::testing::WithParamInterface<Still> {};
+
+TEST_P(StandingStill, KeepsPictureAndSoundTogether) {
+  const auto& [name, extension, movie, goesOn] = GetParam();
+  open(clip(std::string("still") + name + "." + extension, movie));
+  playToTheEnd();
+  const std::vector<Frame> frames = recorder->frames();
+  const std::vector<std::uint32_t> sounds = recorder->soundTimes();
+  ASSERT_GE(frames.size(), 20U);
+  ASSERT_FALSE(sounds.empty());
+  for (std::uint32_t i = 0; i < 10; ++i) {
+    EXPECT_NEAR(frames[i].timestamp, 100 * i, 100);
+    EXPECT_NEAR(frames[frames.size() - 10 + i].timestamp, goesOn + 100 * i, 100);
+  }
+  EXPECT_NEAR(sounds.back(), goesOn + 1'000, 500);
+  EXPECT_NEAR(player->currentTime(), goesOn / 1000.0 + 1.0, 0.5);
+}
+INSTANTIATE_TEST_SUITE_P(Of, StandingStill, ::testing::ValuesIn(kStills),
                          [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace
