@@ -18,18 +18,19 @@ std::int64_t framesToMicroseconds(std::int64_t frames, int rate) {
 
 }  // namespace
 
+bool BlockCutter::follows(const SoundBlock& piece) const {
+  return piece.format == format_ &&
+         std::llabs(piece.microseconds - timeAfter(bytes_.size() - head_)) <= kGapMicroseconds;
+}
+
 void BlockCutter::add(const SoundBlock& piece) {
+  if (!follows(piece)) {
+    format_ = piece.format;
+    anchor_ = piece.microseconds;
+    framesSinceAnchor_ = 0;
+  }
   bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(head_));
   head_ = 0;
-  const auto waiting = static_cast<std::int64_t>(bytes_.size() / piece.format.bytesPerFrame());
-  const bool sameFormat = piece.format == format_;
-  format_ = piece.format;
-  const std::int64_t expected =
-      anchor_ + framesToMicroseconds(framesSinceAnchor_ + waiting, format_.rate);
-  if (!sameFormat || std::llabs(piece.microseconds - expected) > kGapMicroseconds) {
-    anchor_ = piece.microseconds;
-    framesSinceAnchor_ = -waiting;
-  }
   bytes_.insert(bytes_.end(), piece.bytes.begin(), piece.bytes.end());
 }
 
@@ -40,7 +41,7 @@ std::optional<SoundBlock> BlockCutter::take(bool rest) {
                     format_.bytesPerFrame();
   if (waiting < even && !rest) return std::nullopt;
   const std::size_t length = std::min(waiting, even);
-  SoundBlock block{timeAtHead(), format_, std::span(bytes_).subspan(head_, length)};
+  SoundBlock block{timeAfter(0), format_, std::span(bytes_).subspan(head_, length)};
   head_ += length;
   framesSinceAnchor_ += static_cast<std::int64_t>(block.frames());
   return block;
@@ -52,8 +53,10 @@ void BlockCutter::clear() {
   format_ = {};
 }
 
-std::int64_t BlockCutter::timeAtHead() const {
-  return anchor_ + framesToMicroseconds(framesSinceAnchor_, format_.rate);
+// When begins what comes so many bytes behind the head.
+std::int64_t BlockCutter::timeAfter(std::size_t bytes) const {
+  const auto frames = static_cast<std::int64_t>(bytes / format_.bytesPerFrame());
+  return anchor_ + framesToMicroseconds(framesSinceAnchor_ + frames, format_.rate);
 }
 
 void AudioDecoder::send(const AVPacket* packet) {
@@ -66,8 +69,8 @@ std::optional<SoundBlock> AudioDecoder::next() {
     if (auto block = cutter_.take(false)) return block;
     if (!decoded_) decoded_ = decode();
     if (!decoded_) return cutter_.take(drained_);
-    // What comes before a change of format must go out in its own.
-    if (!cutter_.accepts(decoded_->format)) return cutter_.take(true);
+    // What comes before a change of format or a gap goes out in its own format, at its own time.
+    if (!cutter_.accepts(*decoded_)) return cutter_.take(true);
     cutter_.add(*decoded_);
     decoded_.reset();
   }

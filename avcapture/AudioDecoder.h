@@ -33,8 +33,8 @@ struct SoundBlock {
 // Cuts what comes in pieces of any length to blocks of 20 ms.
 class BlockCutter {
  public:
-  // Whether sound of that format may be added; else take the rest first.
-  bool accepts(const SoundFormat& format) const { return empty() || format == format_; }
+  // Whether the piece may be added; else take the rest first.
+  bool accepts(const SoundBlock& piece) const { return empty() || follows(piece); }
   bool empty() const { return bytes_.size() == head_; }
   void add(const SoundBlock& piece);
   // A full block, or with `rest` also a shorter one; nothing when there is none. Valid until the
@@ -43,7 +43,9 @@ class BlockCutter {
   void clear();
 
  private:
-  std::int64_t timeAtHead() const;
+  // Whether the piece goes on, in format and time, where what was added ends.
+  bool follows(const SoundBlock& piece) const;
+  std::int64_t timeAfter(std::size_t bytes) const;
 
   SoundFormat format_;
   std::vector<std::uint8_t> bytes_;

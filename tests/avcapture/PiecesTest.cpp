@@ -34,14 +34,20 @@ using Piece = std::pair<std::int64_t, std::size_t>;
 std::vector<Piece> cut(SoundFormat format, const std::vector<Piece>& pieces) {
   BlockCutter cutter;
   std::vector<Piece> blocks;
+  const auto takeAll = [&](bool rest) {
+    while (auto block = cutter.take(rest)) {
+      blocks.emplace_back(block->microseconds, block->frames());
+    }
+  };
   std::uint8_t value = 0;
   for (const auto& [time, frames] : pieces) {
     std::vector<std::uint8_t> samples(frames * format.bytesPerFrame(), ++value);
-    cutter.add({time, format, samples});
-    while (auto block = cutter.take(false))
-      blocks.emplace_back(block->microseconds, block->frames());
+    const SoundBlock piece{time, format, samples};
+    if (!cutter.accepts(piece)) takeAll(true);
+    cutter.add(piece);
+    takeAll(false);
   }
-  while (auto block = cutter.take(true)) blocks.emplace_back(block->microseconds, block->frames());
+  takeAll(true);
   return blocks;
 }
 
@@ -137,6 +143,11 @@ TEST(BlockCutter, CutsToTwentyMilliseconds) {
   // A gap does.
   EXPECT_THAT(cut(narrow, {{0, 160}, {500'000, 160}}),
               ElementsAre(Pair(0, 160), Pair(500'000, 160)));
+  // What comes before it does not wait for what comes after.
+  EXPECT_THAT(cut(narrow, {{0, 100}, {500'000, 160}, {100'000, 60}}),
+              ElementsAre(Pair(0, 100), Pair(500'000, 160), Pair(100'000, 60)));
+  EXPECT_THAT(cut(narrow, {{0, 100}, {500'000, 100}, {512'500, 100}}),
+              ElementsAre(Pair(0, 100), Pair(500'000, 160), Pair(520'000, 40)));
   EXPECT_THAT(cut({3, 1}, {{0, 2}}), ElementsAre(Pair(0, 1), Pair(333'333, 1)));
 }
 
@@ -144,11 +155,11 @@ TEST(BlockCutter, KeepsFormatsApart) {
   BlockCutter cutter;
   std::vector<std::uint8_t> samples(64);
   cutter.add({0, {8000, 1}, samples});
-  EXPECT_TRUE(cutter.accepts({8000, 1}));
-  EXPECT_FALSE(cutter.accepts({8000, 2}));
+  EXPECT_TRUE(cutter.accepts({4'000, {8000, 1}, samples}));
+  EXPECT_FALSE(cutter.accepts({4'000, {8000, 2}, samples}));
   EXPECT_FALSE(cutter.take(false));
   ASSERT_TRUE(cutter.take(true));
-  EXPECT_TRUE(cutter.accepts({8000, 2}));
+  EXPECT_TRUE(cutter.accepts({4'000, {8000, 2}, samples}));
   cutter.add({4'000, {8000, 2}, samples});
   const auto block = cutter.take(true);
   ASSERT_TRUE(block);
