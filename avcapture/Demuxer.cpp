@@ -164,8 +164,7 @@ std::int64_t Timeline::duration(std::int64_t units) const {
 
 std::uint32_t Timeline::milliseconds(std::int64_t pts) const {
   const std::int64_t value = rescaled(av_sat_sub64(pts, start), base, kMilliseconds);
-  return static_cast<std::uint32_t>(
-      std::clamp<std::int64_t>(value, 0, std::numeric_limits<std::uint32_t>::max()));
+  return static_cast<std::uint32_t>(std::clamp<std::int64_t>(value, 0, kMostMicroseconds / 1000));
 }
 
 int Demuxer::isInterrupted(void* self) {

@@ -31,7 +31,7 @@ struct Timeline {
   std::int64_t microseconds(std::int64_t pts) const;
   // Of a length of time.
   std::int64_t duration(std::int64_t units) const;
-  // Rounded to the nearest; what lies before the start counts as 0.
+  // The same, rounded to the nearest; what lies before the start counts as 0.
   std::uint32_t milliseconds(std::int64_t pts) const;
 };
 
