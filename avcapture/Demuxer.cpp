@@ -89,13 +89,6 @@ std::span<AVStream* const> streamsOf(const AVFormatContext& format) {
   return {format.streams, format.nb_streams};
 }
 
-// FFmpeg answers the least number where the true one is too large.
-std::int64_t rescaled(std::int64_t value, AVRational from, AVRational to) {
-  const std::int64_t result = av_rescale_q(value, from, to);
-  const bool overflowed = result == kLeastTime && value > 0;
-  return overflowed ? kGreatestTime : result;
-}
-
 // When a picture begins to show, in microseconds of movie time: at the latest, where the container
 // knows only when its decoding begins; at the beginning, where it knows nothing.
 std::int64_t begins(const AVPacket& packet, const Timeline& timeline) {
@@ -152,20 +145,6 @@ bool headerTellsAll(const AVFormatContext& format) {
 }
 
 }  // namespace
-
-std::int64_t Timeline::microseconds(std::int64_t pts) const {
-  const std::int64_t value = rescaled(av_sat_sub64(pts, start), base, kMicroseconds);
-  return std::clamp(value, -kMostMicroseconds, kMostMicroseconds);
-}
-
-std::int64_t Timeline::duration(std::int64_t units) const {
-  return std::clamp<std::int64_t>(rescaled(units, base, kMicroseconds), 0, kMostMicroseconds);
-}
-
-std::uint32_t Timeline::milliseconds(std::int64_t pts) const {
-  const std::int64_t value = rescaled(av_sat_sub64(pts, start), base, kMilliseconds);
-  return static_cast<std::uint32_t>(std::clamp<std::int64_t>(value, 0, kMostMicroseconds / 1000));
-}
 
 int Demuxer::isInterrupted(void* self) {
   return static_cast<Demuxer*>(self)->disk_.givenUp() ? 1 : 0;

@@ -7,33 +7,15 @@
 #include <atomic>
 #include <cstdint>
 #include <deque>
-#include <limits>
 #include <optional>
 #include <string>
 
 #include "avcapture/Ffmpeg.h"
 #include "avcapture/FileInput.h"
 #include "avcapture/SideThread.h"
+#include "avcapture/Timeline.h"
 
 namespace avcapture {
-
-// The latest movie time, 24.8 days: the last whole second that hosts can be told in milliseconds of
-// 32 bits with a sign.
-inline constexpr std::int64_t kMostMicroseconds =
-    std::int64_t{std::numeric_limits<std::int32_t>::max() / 1000} * kMicrosecondsPerSecond;
-
-// Movie time of a stream's timestamps: 0 where the container starts.
-struct Timeline {
-  AVRational base{1, 1};
-  std::int64_t start = 0;  // in `base`
-
-  // Kept within the latest movie time: what lies beyond is damage.
-  std::int64_t microseconds(std::int64_t pts) const;
-  // Of a length of time.
-  std::int64_t duration(std::int64_t units) const;
-  // The same, rounded to the nearest; what lies before the start counts as 0.
-  std::uint32_t milliseconds(std::int64_t pts) const;
-};
 
 // In pixels.
 struct PictureSize {
