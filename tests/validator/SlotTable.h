@@ -17,6 +17,9 @@ class SlotTable {
   SlotTable(const SlotTable&) = delete;
   SlotTable& operator=(const SlotTable&) = delete;
 
+  bool isOf(const void* face) const {
+    return *static_cast<void* const* const*>(face) == &entries_[kInFront];
+  }
   void*& operator[](std::size_t slot) { return entries_.at(kInFront + slot); }
   void exchange(std::size_t one, std::size_t other) { std::swap((*this)[one], (*this)[other]); }
 

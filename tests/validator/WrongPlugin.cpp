@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -194,6 +195,10 @@ class Container final : public IUCFContainerBase {
 // The tables that have taken the place of the faces' own; they stay as long as the module.
 std::list<SlotTable> tables;
 SlotTable& changed(void* face, std::size_t slots) { return tables.emplace_back(face, slots); }
+// By its table: another face may come to lie where one was.
+bool isChanged(const void* face) {
+  return std::ranges::any_of(tables, [face](const SlotTable& table) { return table.isOf(face); });
+}
 
 // What stands at a slot of the object's first face in the place of the module's own function.
 using Release = void (*)(void* object);
@@ -245,11 +250,10 @@ UCFResult createActiveUIAndAsk(void* object, void* parentView, tagUCFRect* rect)
 
 // What its view's delegate asks and tells the player when the client speaks goes nowhere.
 UCFResult createActiveUIAndIgnore(void* object, void* parentView, tagUCFRect* rect) {
-  static void* deaf = nullptr;
   const UCFResult result = realCreateActiveUI(object, parentView, rect);
   void* player = nullptr;
   realNotify(object, kGetPlayer, reinterpret_cast<unsigned long>(&player), 0);
-  if (player == nullptr || std::exchange(deaf, player) == player) return result;
+  if (player == nullptr || isChanged(player)) return result;
   SlotTable& slots = changed(player, kPlayerSlots);
   constexpr auto kNothing = [](void* /*player*/, int /*argument*/) {};
   constexpr auto kStopped = [](void* /*player*/) { return 2; };
@@ -274,11 +278,10 @@ struct AnswerOne {
 // Who asks for the player gets one whose operations are exchanged.
 std::int32_t notifyAndExchange(void* object, unsigned int code, unsigned long p1,
                                unsigned long p2) {
-  static void* exchanged = nullptr;
   const std::int32_t result = realNotify(object, code, p1, p2);
   if (code != kGetPlayer) return result;
   auto* const player = *reinterpret_cast<void**>(p1);
-  if (std::exchange(exchanged, player) != player) changed(player, kPlayerSlots).exchange(3, 4);
+  if (!isChanged(player)) changed(player, kPlayerSlots).exchange(3, 4);
   return result;
 }
 
