@@ -48,6 +48,12 @@ bool VideoConverter::scale(const AVFrame& frame, std::uint8_t* pixels, int row) 
 }
 
 bool VideoConverter::rebuild(const Shape& shape) {
+  // First: without memory for it, all stays as it was.
+  const int roomyWidth = FFALIGN(shape.width, kGroup);
+  const int rows = roomyWidth == shape.width ? 0 : shape.height + 1;
+  roomy_ =
+      std::vector<std::uint8_t>(std::size_t{kBytesPerPixel} * static_cast<std::size_t>(roomyWidth) *
+                                static_cast<std::size_t>(rows));
   scaler_.reset(sws_alloc_context());
   if (!scaler_) throw std::bad_alloc();
   SwsContext* scaler = scaler_.get();
@@ -79,11 +85,6 @@ bool VideoConverter::rebuild(const Shape& shape) {
     sws_setColorspaceDetails(scaler, matrix, inFull, matrix, outFull, brightness, contrast,
                              saturation);
   }
-  const int roomyWidth = FFALIGN(shape.width, kGroup);
-  const int rows = roomyWidth == shape.width ? 0 : shape.height + 1;
-  roomy_ =
-      std::vector<std::uint8_t>(std::size_t{kBytesPerPixel} * static_cast<std::size_t>(roomyWidth) *
-                                static_cast<std::size_t>(rows));
   shape_ = shape;
   return true;
 }
